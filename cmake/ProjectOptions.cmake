@@ -1,0 +1,26 @@
+# What every target of this project compiles with. Linked as `project_options`.
+
+add_library(project_options INTERFACE)
+target_compile_features(project_options INTERFACE cxx_std_20)
+target_compile_options(project_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+  -fstack-protector-strong)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fcf-protection QRX_HAS_CF_PROTECTION)
+if(QRX_HAS_CF_PROTECTION)
+  target_compile_options(project_options INTERFACE -fcf-protection)
+endif()
+# _FORTIFY_SOURCE needs optimisation, and would hide what the sanitizers look for.
+target_compile_definitions(project_options INTERFACE
+  $<$<CONFIG:Release,RelWithDebInfo>:_FORTIFY_SOURCE=2>)
+target_link_options(project_options INTERFACE -Wl,-z,relro,-z,now)
