@@ -1,0 +1,59 @@
+#include "Logger.h"
+
+#include <array>
+#include <ctime>
+#include <iomanip>
+
+namespace {
+
+constexpr int kFileNameWidth = 25;
+constexpr int kLineWidth = 5;
+
+std::array<char, 80> localTimeStamp() {
+    std::array<char, 80> text{};
+    const std::time_t now = std::time(nullptr);
+    if (const std::tm* local = std::localtime(&now)) {
+        std::strftime(text.data(), text.size(), "[%Y-%m-%dT%H:%M:%S] ", local);
+    }
+    return text;
+}
+
+} // namespace
+
+CLogger* CLogger::m_ptrInstance = nullptr;
+
+CLogger::CLogger() : m_strFileName("debug.log"), m_bEnabled(false) {}
+
+CLogger::~CLogger() {
+    m_logStream.close();
+}
+
+CLogger* CLogger::GetInstance() {
+    if (m_ptrInstance == nullptr) {
+        m_ptrInstance = new CLogger;
+    }
+    return m_ptrInstance;
+}
+
+int CLogger::Initialize(const std::string& fileName) {
+    m_strFileName = fileName;
+    m_logStream.open(m_strFileName, std::ios::out | std::ios::trunc);
+    if (m_logStream.is_open()) {
+        m_bEnabled = true;
+    }
+    return 0;
+}
+
+std::string CLogger::getFileName(const std::string& path) {
+    return path.substr(path.rfind('/') + 1); // no '/' gives npos, and npos + 1 is 0
+}
+
+void CLogger::log(const char* sourceFile, unsigned int line, const std::string& message) {
+    if (!m_bEnabled) {
+        return;
+    }
+    m_logStream.seekp(0, std::ios::end);
+    m_logStream << localTimeStamp().data() << ": "                                //
+                << std::setw(kFileNameWidth) << getFileName(sourceFile) << ":"    //
+                << std::setw(kLineWidth) << line << ": " << message << std::endl; //
+}

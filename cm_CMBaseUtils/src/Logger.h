@@ -1,0 +1,54 @@
+#ifndef CM_BASE_UTILS_LOGGER_H
+#define CM_BASE_UTILS_LOGGER_H
+
+#include <fstream>
+#include <string>
+
+/**
+ * The debug log of the process: time-stamped, source-located lines, appended to one text file.
+ *
+ * Logging is off until Initialize has opened a file; lines written before that are dropped. No failure of the
+ * log changes what the program does. Not for use from two threads at once.
+ */
+class CLogger {
+public:
+    CLogger();
+    ~CLogger();
+    CLogger(const CLogger&) = delete;
+    CLogger& operator=(const CLogger&) = delete;
+
+    /** The one log of the process, made on first use and never destroyed. */
+    static CLogger* GetInstance();
+
+    /**
+     * Opens fileName, emptying an existing file, and switches logging on when that succeeds. A failure is not
+     * reported. While a file is open, a further call opens nothing and silences the log for good.
+     *
+     * @return always 0
+     */
+    int Initialize(const std::string& fileName);
+
+    /** The part of path after its last '/'; the whole path when it holds none. */
+    std::string getFileName(const std::string& path);
+
+    /** Whether a file has been opened. While false, log does nothing, so no text need be made for it. */
+    bool isEnabled() const { return m_bEnabled; }
+
+    /**
+     * Appends one line and flushes it.
+     *
+     * @param sourceFile  path of the source that logs; its base name stands in the line
+     * @param line        line of the call in that source
+     * @param message     the text, written as it is
+     */
+    void log(const char* sourceFile, unsigned int line, const std::string& message);
+
+private:
+    static CLogger* m_ptrInstance;
+
+    std::string m_strFileName;
+    std::ofstream m_logStream;
+    bool m_bEnabled;
+};
+
+#endif

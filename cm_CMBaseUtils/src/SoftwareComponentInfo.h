@@ -1,0 +1,84 @@
+#ifndef CM_BASE_UTILS_SOFTWARE_COMPONENT_INFO_H
+#define CM_BASE_UTILS_SOFTWARE_COMPONENT_INFO_H
+
+#include "DeviceInfo.h"
+#include "XmlHandles.h"
+
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+/**
+ * Reader of the update package's description, "package.xml" in the working directory.
+ *
+ * Every query parses the file anew; nothing is cached between queries. The file's full path is fixed at
+ * construction, while its existence is tested by bare name and so follows the working directory. Nothing is
+ * thrown and no error code returned: an empty text, an empty list or a null result is the only sign of
+ * failure, and the debug log tells why.
+ *
+ * The reader owns the document of its latest parse. Nodes, and texts that belong to them, live until the next
+ * query parses the file; an XPath result must be released before that.
+ *
+ * Construction switches libxml2's keeping of blank text nodes off for the whole process, and destruction of a
+ * reader that holds a document calls xmlCleanupParser: no other user of libxml2 may be active then.
+ */
+class CSoftwareComponentInfo {
+public:
+    /** Switches the debug log on ("baseutils.log") where the marker file "enabledebug.txt" lies in the
+     * working directory, then parses the file. Never fails. */
+    CSoftwareComponentInfo();
+    ~CSoftwareComponentInfo();
+    CSoftwareComponentInfo(const CSoftwareComponentInfo&) = delete;
+    CSoftwareComponentInfo& operator=(const CSoftwareComponentInfo&) = delete;
+
+    /** The first parse: sets the path and the document. */
+    void ParseXMl();
+
+    /** Evaluates expression over doc. The result holds at least one node, or is null. */
+    XPathObjectPtr GetNodeSet(xmlDoc* doc, const xmlChar* expression);
+
+    /** As GetNodeSet, but logs errors only. */
+    XPathObjectPtr getnodeset(xmlDoc* doc, const xmlChar* expression);
+
+    /** Parses the file and returns its supported devices, at least one, or null. */
+    XPathObjectPtr ParseXmlUsingXpath();
+
+    /** Parses the file and returns the nodes that expression selects, at least one, or null. */
+    XPathObjectPtr ParseXmlUsingXpath(const char* expression);
+
+    /** The text of an element's attribute; null where it is absent or empty. Belongs to the document. */
+    const xmlChar* GetAttributeValue(xmlNode* node, const char* name);
+
+    /** The component id of the first supported device. */
+    std::string GetComponentID();
+
+    /** The package's component type; the last one wins. */
+    std::string GetComponentType();
+
+    /** The package's version; the last one wins. */
+    std::string GetComponentVersion();
+
+    /** Whether a supported device carries rollback information. */
+    bool getPresenceOfRollbackInfo();
+
+    /**
+     * Finds a component in a controller's inventory.
+     *
+     * @param componentID  the id, compared exactly
+     * @param record       receives every matching Device element, serialised, after what it already holds
+     * @param inventory    holds the inventory document; its whole text is read, whatever its position
+     * @return true when the look-up could be carried out, also when nothing was found; false when the text is
+     *         not XML or no memory was left
+     */
+    bool GetInvFromTVK(std::string componentID, std::stringstream& record, std::stringstream& inventory);
+
+private:
+    std::string m_strPackageXmlPath;
+    XmlDocPtr m_pXmlDoc;
+
+    void parsePackageXml();
+    std::string lastAttributeOf(const char* expression, const char* name);
+};
+
+#endif

@@ -1,0 +1,23 @@
+#ifndef CM_BASE_UTILS_XML_TEXT_H
+#define CM_BASE_UTILS_XML_TEXT_H
+
+#include <libxml/xmlstring.h>
+
+#include <string>
+
+/** libxml2 speaks xmlChar, the rest of the program char; both are the same bytes. */
+
+inline const char* asChars(const xmlChar* text) {
+    return reinterpret_cast<const char*>(text);
+}
+
+inline const xmlChar* asXmlChars(const char* text) {
+    return reinterpret_cast<const xmlChar*>(text);
+}
+
+/** The text, or an empty string where there is none. */
+inline std::string textOrEmpty(const xmlChar* text) {
+    return text == nullptr ? std::string() : asChars(text);
+}
+
+#endif
