@@ -10,7 +10,7 @@ namespace {
 
 constexpr CLogSource debugLog("../src/QRXInventory");
 
-} // namespace
+}  // namespace
 
 CQRXInventory::CQRXInventory() {
     debugLog("CQRXInventory::CQRXInventory() Entering CQRXInventory Constructor");

@@ -55,7 +55,7 @@ std::string advancedBy(std::string_view text, unsigned char count) {
     return std::string(text);
 }
 
-} // namespace
+}  // namespace
 
 int CQRXInventory::isQRXResetAllowed() {
     libraryLog("Entered in isQRXResetAllowed()");

@@ -43,7 +43,7 @@ const xmlNode* findApplication(const xmlNode* component) {
     return node;
 }
 
-} // namespace
+}  // namespace
 
 int GetQRXVersion(const char* componentId, const char* inventoryXml, CDeviceInfo* device) {
     constexpr int kFound = 0;

@@ -25,7 +25,7 @@ void occupyStandardDescriptors() {
     }
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     occupyStandardDescriptors();

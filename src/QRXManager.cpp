@@ -10,7 +10,7 @@ namespace {
 
 constexpr CLogSource debugLog("../src/QRXManager");
 
-} // namespace
+}  // namespace
 
 CQRXManager::CQRXManager()
     : m_pCmdLineParser(std::make_unique<CCommandLineParser>()),

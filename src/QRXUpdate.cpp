@@ -20,7 +20,7 @@ std::string destinationOf(const std::string& payloadPath, std::size_t separator)
     return std::string(KStrDestination) + strFileSeparator + fileName;
 }
 
-} // namespace
+}  // namespace
 
 CQRXExecution::CQRXExecution() {
     debugLog("CQRXExecution::CQRXExecution() Entering CQRXExecution Constructor");

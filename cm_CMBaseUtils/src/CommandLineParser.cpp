@@ -18,7 +18,7 @@ constexpr std::string_view kUsage =
     "Usage: -u [-s <image folder>] [-f] [-o <output filename>] [-debug [filename]]\n"
     "===========================================================================\n";
 
-} // namespace
+}  // namespace
 
 CCommandLineParser::CCommandLineParser()
     : m_strDebugFileName("debug.log"),

@@ -31,7 +31,7 @@ auto identityOf(const SPCIInfo& info) {
     return std::tie(info.componentID, info.deviceID, info.subDeviceID, info.vendorID, info.subVendorID);
 }
 
-} // namespace
+}  // namespace
 
 CDeviceInfo::CDeviceInfo()
     : m_eDeviceType(UNKNOWN_DEVICE),

@@ -42,7 +42,7 @@ bool isSelfOrParent(const char* name) {
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
-} // namespace
+}  // namespace
 
 CLinuxImpl::CLinuxImpl() {
     if (CLinuxImpl::IsFileExits("enabledebug.txt")) {

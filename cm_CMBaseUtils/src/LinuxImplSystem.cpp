@@ -44,7 +44,7 @@ bool hasActiveUsbStorageLine(std::istream& conf) {
     return false;
 }
 
-} // namespace
+}  // namespace
 
 bool CLinuxImpl::isESXiSystem() {
     utsname system{};

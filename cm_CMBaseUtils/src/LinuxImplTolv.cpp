@@ -17,7 +17,7 @@ std::string libraryDirectory(CLinuxImpl& platform) {
     return platform.isESXiSystem() ? kEsxiLibraryDirectory : kLibraryDirectory;
 }
 
-} // namespace
+}  // namespace
 
 int CLinuxImpl::nTOLVInstallRefCount = 0;
 bool CLinuxImpl::bTOLVAlreadyInstalled = false;

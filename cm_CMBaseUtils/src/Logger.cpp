@@ -18,7 +18,7 @@ std::array<char, 80> localTimeStamp() {
     return text;
 }
 
-} // namespace
+}  // namespace
 
 CLogger* CLogger::m_ptrInstance = nullptr;
 
@@ -45,7 +45,7 @@ int CLogger::Initialize(const std::string& fileName) {
 }
 
 std::string CLogger::getFileName(const std::string& path) {
-    return path.substr(path.rfind('/') + 1); // no '/' gives npos, and npos + 1 is 0
+    return path.substr(path.rfind('/') + 1);  // no '/' gives npos, and npos + 1 is 0
 }
 
 void CLogger::log(const char* sourceFile, unsigned int line, const std::string& message) {
@@ -53,7 +53,7 @@ void CLogger::log(const char* sourceFile, unsigned int line, const std::string& 
         return;
     }
     m_logStream.seekp(0, std::ios::end);
-    m_logStream << localTimeStamp().data() << ": "                                //
-                << std::setw(kFileNameWidth) << getFileName(sourceFile) << ":"    //
-                << std::setw(kLineWidth) << line << ": " << message << std::endl; //
+    m_logStream << localTimeStamp().data() << ": "                                 //
+                << std::setw(kFileNameWidth) << getFileName(sourceFile) << ":"     //
+                << std::setw(kLineWidth) << line << ": " << message << std::endl;  //
 }

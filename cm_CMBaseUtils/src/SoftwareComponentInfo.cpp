@@ -12,7 +12,7 @@ constexpr const char* kPackageXml = "package.xml";
 constexpr const char* kDevicePath = "//SoftwareComponent/SupportedDevices/Device";
 constexpr const char* kRollbackPath = "//SoftwareComponent/SupportedDevices/Device/RollbackInformation";
 
-} // namespace
+}  // namespace
 
 CSoftwareComponentInfo::CSoftwareComponentInfo() {
     if (CPlatformLayer::IsFileExits("enabledebug.txt")) {

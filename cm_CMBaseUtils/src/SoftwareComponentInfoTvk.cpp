@@ -31,7 +31,7 @@ bool appendElement(xmlDoc* doc, xmlNode* element, std::ostream& out) {
     return true;
 }
 
-} // namespace
+}  // namespace
 
 bool CSoftwareComponentInfo::GetInvFromTVK(std::string componentID, std::stringstream& record,
                                            std::stringstream& inventory) {

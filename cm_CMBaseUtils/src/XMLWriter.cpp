@@ -12,7 +12,7 @@ bool isNonPci(const CDeviceInfo& device) {
     return device.getDeviceType() == CDeviceInfo::NON_PCI_DEVICE;
 }
 
-} // namespace
+}  // namespace
 
 void CXMLWriter::AddXMLHeader() {
     m_xmlStream << R"(<?xml version="1.0" encoding="UTF-8"?>)";

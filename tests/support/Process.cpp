@@ -18,7 +18,7 @@ extern char** environ;
 namespace test {
 namespace {
 
-constexpr int kFirstOwnDescriptor = 10; // clear of the descriptors that the child's own are put on
+constexpr int kFirstOwnDescriptor = 10;  // clear of the descriptors that the child's own are put on
 
 [[noreturn]] void fail(const std::string& what) {
     throw std::system_error(errno, std::generic_category(), what);
@@ -190,7 +190,7 @@ bool awaitEnd(pid_t process, std::chrono::milliseconds deadline) {
     return poll(&waiting, 1, static_cast<int>(deadline.count())) > 0;
 }
 
-} // namespace
+}  // namespace
 
 Outcome run(const Command& command) {
     Child child(command);
@@ -214,4 +214,4 @@ Outcome run(const Command& command) {
     return outcome;
 }
 
-} // namespace test
+}  // namespace test

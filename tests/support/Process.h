@@ -12,10 +12,10 @@ namespace test {
 /** Where one of a program's standard descriptors leads. */
 struct Redirect {
     enum class Kind {
-        Capture,        // kept and returned (output), or empty (input)
-        Closed,         // not open at all
-        File,           // the file `path`, which must exist
-        ReaderlessPipe, // a pipe whose reading end is gone
+        Capture,         // kept and returned (output), or empty (input)
+        Closed,          // not open at all
+        File,            // the file `path`, which must exist
+        ReaderlessPipe,  // a pipe whose reading end is gone
     };
     Kind kind = Kind::Capture;
     std::filesystem::path path = {};
@@ -23,23 +23,23 @@ struct Redirect {
 
 /** One run of a whole program. */
 struct Command {
-    std::vector<std::string> arguments;               // the program's path first, then its arguments
-    std::filesystem::path workingDirectory{};         // empty: the caller's
-    std::map<std::string, std::string> environment{}; // set over the caller's environment
+    std::vector<std::string> arguments;                // the program's path first, then its arguments
+    std::filesystem::path workingDirectory{};          // empty: the caller's
+    std::map<std::string, std::string> environment{};  // set over the caller's environment
     Redirect input{};
     Redirect output{};
     Redirect error{};
-    bool removeWorkingDirectory = false; // the folder is gone by the time that the program starts
-    std::chrono::seconds deadline{60};   // killed after it
+    bool removeWorkingDirectory = false;  // the folder is gone by the time that the program starts
+    std::chrono::seconds deadline{60};    // killed after it
 };
 
 /** How the run ended. */
 struct Outcome {
-    std::optional<int> exitStatus; // empty when a signal ended it
-    int signal = 0;                // the signal that ended it, else 0
-    bool timedOut = false;         // killed at the deadline
-    std::string output;            // what was captured of standard output
-    std::string error;             // what was captured of standard error
+    std::optional<int> exitStatus;  // empty when a signal ended it
+    int signal = 0;                 // the signal that ended it, else 0
+    bool timedOut = false;          // killed at the deadline
+    std::string output;             // what was captured of standard output
+    std::string error;              // what was captured of standard error
 };
 
 /**
@@ -50,4 +50,4 @@ struct Outcome {
  */
 Outcome run(const Command& command);
 
-} // namespace test
+}  // namespace test

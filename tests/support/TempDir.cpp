@@ -37,4 +37,4 @@ void writeFile(const std::filesystem::path& file, std::string_view content) {
     }
 }
 
-} // namespace test
+}  // namespace test

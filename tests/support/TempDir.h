@@ -27,4 +27,4 @@ std::string readFile(const std::filesystem::path& file);
 /** Makes or replaces the file; throws std::runtime_error when it cannot be written. */
 void writeFile(const std::filesystem::path& file, std::string_view content);
 
-} // namespace test
+}  // namespace test

@@ -33,7 +33,7 @@ std::string hexDump(const unsigned char (&bytes)[72]) {
     return dump;
 }
 
-} // namespace
+}  // namespace
 
 VtekDouble::VtekDouble() {
     if (theDouble != nullptr) {
@@ -92,7 +92,7 @@ void VtekDouble::tell(const std::string& event) const {
     }
 }
 
-} // namespace test
+}  // namespace test
 
 using test::VtekDouble;
 

@@ -11,23 +11,23 @@ namespace test {
 /** What the platform library answers. The defaults are a willing chassis: a full repository, permission to
  * update shared components, an empty inventory, a signed payload and no failing step. */
 struct VtekScript {
-    bool constructorThrows = false;       // the constructor of secureWynd throws std::bad_alloc
-    bool successAfterConstruction = true; // isSuccess after construction
-    bool successAfterInit = true;         // isSuccess after secureWyndInit
-    int kind = 1;                         // IsWyndPresent
-    bool queryResult = true;              // QueryTVK
-    std::string inventory;                // what QueryTVK writes, whatever its result
-    bool payloadSigned = true;            // IsPayloadSigned; the path is written only when true
+    bool constructorThrows = false;        // the constructor of secureWynd throws std::bad_alloc
+    bool successAfterConstruction = true;  // isSuccess after construction
+    bool successAfterInit = true;          // isSuccess after secureWyndInit
+    int kind = 1;                          // IsWyndPresent
+    bool queryResult = true;               // QueryTVK
+    std::string inventory;                 // what QueryTVK writes, whatever its result
+    bool payloadSigned = true;             // IsPayloadSigned; the path is written only when true
     std::string payloadPath = "/payloads/firmware.fwp";
     bool startCopyFile = true;
     bool addFile = true;
     bool completeSignedUnzip = true;
     bool endCopyFile = true;
-    int error = 0;                    // getVTEKError
-    unsigned char ipmiCompletion = 0; // OEMIPMIRequest
+    int error = 0;                     // getVTEKError
+    unsigned char ipmiCompletion = 0;  // OEMIPMIRequest
     /** Bytes 32 to 43 of IPMIReqBuf after OEMIPMIRequest; nothing leaves the request's own bytes there. */
     std::optional<std::array<unsigned char, 12>> ipmiAnswer = {{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 1}};
-    unsigned failingStringCall = 0; // which call of CStringUtils throws std::runtime_error, from 1; 0: none
+    unsigned failingStringCall = 0;  // which call of CStringUtils throws std::runtime_error, from 1; 0: none
 };
 
 /** One line of the library's own log. */
@@ -90,4 +90,4 @@ private:
     unsigned stringCalls_ = 0;
 };
 
-} // namespace test
+}  // namespace test
