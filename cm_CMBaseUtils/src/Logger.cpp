@@ -53,7 +53,7 @@ void CLogger::log(const char* sourceFile, unsigned int line, const std::string& 
         return;
     }
     m_logStream.seekp(0, std::ios::end);
-    m_logStream << localTimeStamp().data() << ": "                                 //
-                << std::setw(kFileNameWidth) << getFileName(sourceFile) << ":"     //
-                << std::setw(kLineWidth) << line << ": " << message << std::endl;  //
+    m_logStream << localTimeStamp().data() << ": ";
+    m_logStream << std::setw(kFileNameWidth) << getFileName(sourceFile) << ":";
+    m_logStream << std::setw(kLineWidth) << line << ": " << message << std::endl;
 }
