@@ -19,7 +19,7 @@ const std::filesystem::path& logFile() {
     return file;
 }
 
-} // namespace
+}  // namespace
 
 LogCapture::LogCapture() : start_(std::filesystem::file_size(logFile())) {}
 
@@ -35,4 +35,4 @@ std::vector<std::string> LogCapture::messages() const {
     return messages;
 }
 
-} // namespace test
+}  // namespace test

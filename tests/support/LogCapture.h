@@ -25,7 +25,7 @@ public:
     std::vector<std::string> messages() const;
 
 private:
-    std::size_t start_; // length of the log file at construction
+    std::size_t start_;  // length of the log file at construction
 };
 
-} // namespace test
+}  // namespace test

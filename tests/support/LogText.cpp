@@ -63,7 +63,7 @@ void forEachLine(std::string_view text, Use use) {
     }
 }
 
-} // namespace
+}  // namespace
 
 std::vector<LogLine> parseLog(std::string_view text) {
     std::vector<LogLine> entries;
@@ -99,4 +99,4 @@ std::string maskLog(std::string_view text) {
     return masked;
 }
 
-} // namespace test
+}  // namespace test

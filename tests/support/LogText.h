@@ -8,9 +8,9 @@ namespace test {
 
 /** One entry of a debug log. */
 struct LogLine {
-    std::string source;  // base name of the source file
-    unsigned line;       // line of the call
-    std::string message; // with its line ends, if it holds any
+    std::string source;   // base name of the source file
+    unsigned line;        // line of the call
+    std::string message;  // with its line ends, if it holds any
 
     bool operator==(const LogLine&) const = default;
 };
@@ -30,4 +30,4 @@ std::vector<LogLine> parseLog(std::string_view text);
  */
 std::string maskLog(std::string_view text);
 
-} // namespace test
+}  // namespace test

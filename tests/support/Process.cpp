@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
-#include <sys/pidfd.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -185,7 +185,7 @@ private:
 
 /** True when the process ended by itself before the deadline. */
 bool awaitEnd(pid_t process, std::chrono::milliseconds deadline) {
-    const Descriptor handle(pidfd_open(process, 0), "pidfd_open");
+    const Descriptor handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)), "pidfd_open");
     pollfd waiting{handle.get(), POLLIN, 0};
     return poll(&waiting, 1, static_cast<int>(deadline.count())) > 0;
 }

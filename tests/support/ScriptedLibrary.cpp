@@ -52,4 +52,4 @@ private:
 
 const Library library;
 
-} // namespace
+}  // namespace

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstring>
+#include <iomanip>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -24,13 +24,17 @@ std::string hex(unsigned value) {
     return out.str();
 }
 
+/** The bytes in rows of eight, each on a line of its own behind the position of its first byte. */
 std::string hexDump(const unsigned char (&bytes)[72]) {
-    constexpr const char* kDigits = "0123456789abcdef";
-    std::string dump;
-    for (const unsigned char byte : bytes) {
-        dump += {' ', kDigits[byte >> 4], kDigits[byte & 15]};
+    constexpr std::size_t kPerRow = 8;
+    std::ostringstream dump;
+    for (std::size_t i = 0; i < std::size(bytes); ++i) {
+        if (i % kPerRow == 0) {
+            dump << "\n    " << std::dec << std::setfill(' ') << std::setw(2) << i << ':';
+        }
+        dump << ' ' << std::hex << std::setfill('0') << std::setw(2) << unsigned{bytes[i]};
     }
-    return dump;
+    return dump.str();
 }
 
 }  // namespace

@@ -78,7 +78,7 @@ void take(Values& values, const char* name, Member& member) {
     }
 }
 
-} // namespace
+}  // namespace
 
 VtekScript readVtekScript(const std::filesystem::path& file) {
     std::istringstream in(readFile(file));
@@ -107,4 +107,4 @@ VtekScript readVtekScript(const std::filesystem::path& file) {
     return script;
 }
 
-} // namespace test
+}  // namespace test

@@ -17,4 +17,4 @@ namespace test {
  */
 VtekScript readVtekScript(const std::filesystem::path& file);
 
-} // namespace test
+}  // namespace test

@@ -1,0 +1,69 @@
+#include "Workplace.h"
+
+#include <sstream>
+
+namespace test {
+namespace {
+
+constexpr const char* kCallsFile = "calls";
+
+/** A line of the library's own log without the number of its source line. */
+std::string maskCall(const std::string& line) {
+    const std::size_t colon = line.find(':');
+    const std::size_t end = line.find(") ");
+    if (!line.starts_with("logWyndMsg(") || colon == std::string::npos || end == std::string::npos) {
+        return line;
+    }
+    return line.substr(0, colon + 1) + "nnnnn" + line.substr(end);
+}
+
+}  // namespace
+
+std::filesystem::path program() {
+    return QRX_PROGRAM;
+}
+
+std::filesystem::path caseFolder(const std::string& name) {
+    return std::filesystem::path(QRX_CASES) / name;
+}
+
+Workplace::Workplace() : directory_(folder_ / "work") {
+    std::filesystem::create_directory(directory_);
+}
+
+void Workplace::takeCase(const std::string& name) {
+    const std::filesystem::path folder = caseFolder(name);
+    if (std::filesystem::exists(folder / "input")) {
+        std::filesystem::copy(folder / "input", directory_, std::filesystem::copy_options::recursive);
+    }
+    if (std::filesystem::exists(folder / "library")) {
+        useScript(folder / "library");
+    }
+}
+
+Command Workplace::command(const std::vector<std::string>& arguments) const {
+    Command command;
+    command.arguments = {program()};
+    command.arguments.insert(command.arguments.end(), arguments.begin(), arguments.end());
+    command.workingDirectory = directory_;
+    command.environment = {{"LD_LIBRARY_PATH", QRX_SCRIPTED_LIBRARY},
+                           {"VTEK_DOUBLE_CALLS", folder_ / kCallsFile}};
+    if (!script_.empty()) {
+        command.environment["VTEK_DOUBLE_SCRIPT"] = script_;
+    }
+    return command;
+}
+
+std::string Workplace::calls() const {
+    if (!std::filesystem::exists(folder_ / kCallsFile)) {
+        return {};
+    }
+    std::istringstream in(readFile(folder_ / kCallsFile));
+    std::string masked;
+    for (std::string line; std::getline(in, line);) {
+        masked += maskCall(line) + '\n';
+    }
+    return masked;
+}
+
+}  // namespace test

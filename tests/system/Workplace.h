@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Process.h"
+#include "TempDir.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace test {
+
+/** The built program. */
+std::filesystem::path program();
+
+/** The folder of the case `name`. */
+std::filesystem::path caseFolder(const std::string& name);
+
+/**
+ * A place to run the program in: a working directory of its own, and the scripted platform library.
+ *
+ * Without a script the library is a willing chassis with an empty inventory.
+ */
+class Workplace {
+public:
+    Workplace();
+
+    /** The working directory, empty at first. */
+    const std::filesystem::path& directory() const { return directory_; }
+
+    /** Takes the package description and the library's script of a case, as far as it has them. */
+    void takeCase(const std::string& name);
+
+    /** The library answers what this file says. */
+    void useScript(const std::filesystem::path& file) { script_ = file; }
+
+    /** The program with these arguments, in the working directory, with the scripted library. */
+    Command command(const std::vector<std::string>& arguments) const;
+
+    /** What was asked of the library, with the lines of its own log; line numbers read "nnnnn". */
+    std::string calls() const;
+
+private:
+    TempDir folder_;
+    std::filesystem::path directory_;
+    std::filesystem::path script_;
+};
+
+}  // namespace test
