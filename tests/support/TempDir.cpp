@@ -1,5 +1,7 @@
 #include "TempDir.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -8,7 +10,7 @@
 
 namespace test {
 
-TempDir::TempDir() {
+TempDir::TempDir() : maker_(getpid()) {
     std::string pattern = (std::filesystem::temp_directory_path() / "qrx-test-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) {
         throw std::system_error(errno, std::generic_category(), pattern);
@@ -17,6 +19,9 @@ TempDir::TempDir() {
 }
 
 TempDir::~TempDir() {
+    if (getpid() != maker_) {
+        return;
+    }
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
 }

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string>
 #include <string_view>
 
 namespace test {
 
-/** A new empty folder that is removed, with all it holds, when the object goes. */
+/** A new empty folder that is removed, with all it holds, when the object goes; a forked child that goes
+ * through exit leaves the folder to its maker. */
 class TempDir {
 public:
     TempDir();
@@ -19,6 +22,7 @@ public:
 
 private:
     std::filesystem::path path_;
+    pid_t maker_;
 };
 
 /** Everything the file holds; throws std::runtime_error when it cannot be read. */

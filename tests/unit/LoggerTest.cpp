@@ -1,0 +1,285 @@
+#include "ChildProcess.h"
+#include "Logger.h"
+#include "TempDir.h"
+#include "WorkingDirectory.h"
+
+#include <gmock/gmock.h>
+#include <time.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <limits>
+#include <type_traits>
+
+namespace test {
+namespace {
+
+static_assert(!std::is_polymorphic_v<CLogger>);
+
+constexpr std::size_t kStampLength = std::string_view("[2026-11-15T12:41:20] ").size();
+
+/** A logger of its own on a file of its own. */
+class LoggerTest : public ::testing::Test {
+protected:
+    /** The line that a call writes, without the time stamp. */
+    std::string lineOf(const char* source, unsigned int line, const std::string& message) {
+        logger_.Initialize(file_.string());
+        logger_.log(source, line, message);
+        return readFile(file_).substr(kStampLength);
+    }
+
+    TempDir folder_;
+    std::filesystem::path file_ = folder_ / "trace.log";
+    CLogger logger_;
+};
+
+TEST_F(LoggerTest, FileNameIsThePartAfterTheLastSlash) {
+    EXPECT_EQ(logger_.getFileName("../src/QRXManager"), "QRXManager");
+    EXPECT_EQ(logger_.getFileName("/a"), "a");
+    EXPECT_EQ(logger_.getFileName("a/b/"), "");
+}
+
+TEST_F(LoggerTest, FileNameIsTheWholePathWithoutASlash) {
+    EXPECT_EQ(logger_.getFileName("QRXManager"), "QRXManager");
+    EXPECT_EQ(logger_.getFileName("a\\b.c"), "a\\b.c");
+    EXPECT_EQ(logger_.getFileName(""), "");
+}
+
+TEST_F(LoggerTest, LineStartsWithTheTimeStampInBracketsAndABlank) {
+    logger_.Initialize(file_.string());
+    logger_.log("a", 1, "m");
+    EXPECT_THAT(readFile(file_),
+                ::testing::MatchesRegex(R"(\[[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\] : .*)"
+                                        "\n"));
+}
+
+TEST_F(LoggerTest, LineIsLaidOutAsDocumented) {
+    EXPECT_EQ(lineOf("../src/QRXManager", 67, "CQRXManager::UpdateInventory() Logger initialized"),
+              ":                QRXManager:   67: CQRXManager::UpdateInventory() Logger initialized\n");
+}
+
+TEST_F(LoggerTest, SourceWithoutASlashIsPrintedWhole) {
+    EXPECT_EQ(lineOf("QRXMain", 1, "m"), ":                   QRXMain:    1: m\n");
+}
+
+TEST_F(LoggerTest, EmptySourceNameFillsItsFieldWithBlanks) {
+    EXPECT_EQ(lineOf("../src/", 1, "m"), ":                          :    1: m\n");
+}
+
+TEST_F(LoggerTest, SourceNameOf24CharactersGetsOneBlank) {
+    EXPECT_EQ(lineOf("x/abcdefghijklmnopqrstuvwx", 1, "m"), ":  abcdefghijklmnopqrstuvwx:    1: m\n");
+}
+
+TEST_F(LoggerTest, SourceNameOf25CharactersFillsTheField) {
+    EXPECT_EQ(lineOf("x/abcdefghijklmnopqrstuvwxy", 1, "m"), ": abcdefghijklmnopqrstuvwxy:    1: m\n");
+}
+
+TEST_F(LoggerTest, SourceNameOf26CharactersIsPrintedWholeAndPushesTheRest) {
+    EXPECT_EQ(lineOf("x/abcdefghijklmnopqrstuvwxyz", 1, "m"), ": abcdefghijklmnopqrstuvwxyz:    1: m\n");
+}
+
+TEST_F(LoggerTest, LineNumber7IsFourBlanksAnd7) {
+    EXPECT_EQ(lineOf("a", 7, "m"), ":                         a:    7: m\n");
+}
+
+TEST_F(LoggerTest, LineNumberOfFiveDigitsFillsTheField) {
+    EXPECT_EQ(lineOf("a", 12345, "m"), ":                         a:12345: m\n");
+}
+
+TEST_F(LoggerTest, LineNumber123456IsPrintedWhole) {
+    EXPECT_EQ(lineOf("a", 123456, "m"), ":                         a:123456: m\n");
+}
+
+TEST_F(LoggerTest, LargestLineNumberIsPrintedWithoutASign) {
+    EXPECT_EQ(lineOf("a", std::numeric_limits<unsigned int>::max(), "m"),
+              ":                         a:4294967295: m\n");
+}
+
+TEST_F(LoggerTest, EmptyMessageLeavesTheTrailingBlank) {
+    EXPECT_EQ(lineOf("a", 1, ""), ":                         a:    1: \n");
+}
+
+TEST_F(LoggerTest, MessageIsWrittenAsGiven) {
+    const std::string message("tab\t, percent %s %n, <&>\", \xC3\xA9, NUL \0, bell \a", 47);
+    EXPECT_EQ(lineOf("a", 1, message), ":                         a:    1: " + message + "\n");
+}
+
+TEST_F(LoggerTest, MessageThatEndsInANewlineIsFollowedByAnEmptyLine) {
+    EXPECT_EQ(lineOf("a", 1, "Entering SignedUpdate \n"),
+              ":                         a:    1: Entering SignedUpdate \n\n");
+}
+
+TEST_F(LoggerTest, LinesFollowEachOther) {
+    logger_.Initialize(file_.string());
+    logger_.log("a", 1, "first");
+    logger_.log("b", 2, "second");
+    const std::string text = readFile(file_);
+    const std::size_t second = text.find('\n') + 1;
+    EXPECT_EQ(text.substr(kStampLength, second - kStampLength), ":                         a:    1: first\n");
+    EXPECT_EQ(text.substr(second + kStampLength), ":                         b:    2: second\n");
+}
+
+TEST_F(LoggerTest, EachLineIsInTheFileAsSoonAsLogReturns) {
+    logger_.Initialize(file_.string());
+    EXPECT_EQ(readFile(file_), "");
+    logger_.log("a", 1, "m");
+    EXPECT_THAT(readFile(file_), ::testing::EndsWith("a:    1: m\n"));
+}
+
+TEST_F(LoggerTest, EachLineGoesToTheEndOfTheFileWhoeverMovedIt) {
+    logger_.Initialize(file_.string());
+    logger_.log("a", 1, "first");
+    std::ofstream(file_, std::ios::app) << "written by another\n";
+    logger_.log("a", 2, "second");
+    EXPECT_THAT(readFile(file_),
+                ::testing::MatchesRegex("\\[.*\\] :                         a:    1: first\n"
+                                        "written by another\n"
+                                        "\\[.*\\] :                         a:    2: second\n"));
+}
+
+TEST_F(LoggerTest, LogBeforeInitializeCreatesNoFile) {
+    const WorkingDirectory here(folder_.path());
+    logger_.log("a", 1, "m");
+    EXPECT_FALSE(logger_.isEnabled());
+    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+}
+
+TEST_F(LoggerTest, LinesLoggedBeforeInitializeAreLost) {
+    logger_.log("a", 1, "early");
+    EXPECT_EQ(lineOf("a", 2, "late"), ":                         a:    2: late\n");
+}
+
+TEST_F(LoggerTest, InitializeReturnsZeroAndSwitchesLoggingOn) {
+    EXPECT_EQ(logger_.Initialize(file_.string()), 0);
+    EXPECT_TRUE(logger_.isEnabled());
+    EXPECT_EQ(readFile(file_), "");
+}
+
+TEST_F(LoggerTest, InitializeEmptiesAnExistingFile) {
+    writeFile(file_, "old contents, longer than what is written afterwards");
+    EXPECT_EQ(lineOf("a", 1, "new"), ":                         a:    1: new\n");
+}
+
+TEST_F(LoggerTest, InitializeResolvesARelativeNameAgainstTheWorkingDirectory) {
+    const WorkingDirectory here(folder_.path());
+    logger_.Initialize("relative.log");
+    logger_.log("a", 1, "m");
+    EXPECT_THAT(readFile(folder_ / "relative.log"), ::testing::EndsWith(" m\n"));
+}
+
+TEST_F(LoggerTest, InitializeInAMissingDirectoryLeavesLoggingOff) {
+    const Outcome outcome = runInChild([this] {
+        CLogger logger;
+        const int result = logger.Initialize((folder_ / "missing/trace.log").string());
+        logger.log("a", 1, "m");
+        return result != 0 || logger.isEnabled() ? 1 : 0;
+    });
+    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.output + outcome.error, "");
+    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+}
+
+TEST_F(LoggerTest, InitializeWithAnEmptyNameLeavesLoggingOff) {
+    EXPECT_EQ(logger_.Initialize(""), 0);
+    EXPECT_FALSE(logger_.isEnabled());
+}
+
+TEST_F(LoggerTest, InitializeAfterAFailedOneOpensTheLog) {
+    logger_.Initialize((folder_ / "missing/trace.log").string());
+    EXPECT_EQ(lineOf("a", 1, "m"), ":                         a:    1: m\n");
+}
+
+TEST_F(LoggerTest, SecondInitializeCreatesNoFileAndSilencesTheLog) {
+    logger_.Initialize(file_.string());
+    logger_.log("a", 1, "kept");
+    const std::string before = readFile(file_);
+    EXPECT_EQ(logger_.Initialize((folder_ / "second.log").string()), 0);
+    logger_.log("a", 2, "dropped");
+    logger_.log("a", 3, "dropped too");
+    EXPECT_TRUE(logger_.isEnabled());
+    EXPECT_EQ(readFile(file_), before);
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "second.log"));
+}
+
+TEST_F(LoggerTest, SecondInitializeWithTheSameNameKeepsTheFileAndSilencesTheLog) {
+    logger_.Initialize(file_.string());
+    logger_.log("a", 1, "kept");
+    const std::string before = readFile(file_);
+    logger_.Initialize(file_.string());
+    logger_.log("a", 2, "dropped");
+    EXPECT_EQ(readFile(file_), before);
+}
+
+TEST_F(LoggerTest, ThirdInitializeDoesNotReviveTheLog) {
+    logger_.Initialize(file_.string());
+    logger_.Initialize((folder_ / "second.log").string());
+    logger_.Initialize(file_.string());
+    logger_.log("a", 1, "dropped");
+    EXPECT_EQ(readFile(file_), "");
+}
+
+TEST_F(LoggerTest, WriteErrorIsIgnored) {
+    EXPECT_EQ(logger_.Initialize("/dev/full"), 0);
+    EXPECT_NO_THROW(logger_.log("a", 1, "m"));
+    EXPECT_NO_THROW(logger_.log("a", 2, "m"));
+    EXPECT_TRUE(logger_.isEnabled());
+}
+
+TEST(LoggerOfTheProcess, IsMadeOnceAndOff) {
+    const Outcome outcome = runInChild([] {
+        CLogger* const logger = CLogger::GetInstance();
+        return logger != nullptr && logger == CLogger::GetInstance() && !logger->isEnabled() ? 0 : 1;
+    });
+    EXPECT_EQ(outcome.exitStatus, 0);
+}
+
+TEST(LoggerOfTheProcess, LosesNothingAtExit) {
+    const TempDir folder;
+    const Outcome outcome = runInChild([&folder] {
+        CLogger::GetInstance()->Initialize((folder / "trace.log").string());
+        CLogger::GetInstance()->log("a", 1, "last words");
+        return 0;
+    });
+    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_THAT(readFile(folder / "trace.log"), ::testing::EndsWith(" last words\n"));
+}
+
+/** The hour of a stamp's line that is written where the clock is that many hours ahead of UTC. */
+std::string stampInZone(const char* zone, const std::filesystem::path& file) {
+    const Outcome outcome = runInChild([zone, &file] {
+        setenv("TZ", zone, 1);
+        CLogger logger;
+        logger.Initialize(file.string());
+        logger.log("a", 1, "m");
+        return 0;
+    });
+    EXPECT_EQ(outcome.exitStatus, 0) << outcome.error;
+    return readFile(file).substr(0, std::string_view("[2026-11-15T12:41:20]").size());
+}
+
+std::time_t asUtc(const std::string& stamp) {
+    std::tm fields{};
+    EXPECT_NE(strptime(stamp.c_str(), "[%Y-%m-%dT%H:%M:%S]", &fields), nullptr) << stamp;
+    return timegm(&fields);
+}
+
+TEST(LoggerTimeStamp, IsTheLocalTime) {
+    constexpr std::time_t kAhead = 13 * 3600 + 45 * 60;
+    const TempDir folder;
+    const std::time_t before = std::time(nullptr);
+    const std::time_t stamp = asUtc(stampInZone("ABC-13:45", folder / "trace.log"));
+    EXPECT_GE(stamp, before + kAhead);
+    EXPECT_LE(stamp, std::time(nullptr) + kAhead);
+}
+
+TEST(LoggerTimeStamp, FollowsAZoneBehindUtc) {
+    constexpr std::time_t kBehind = 11 * 3600;
+    const TempDir folder;
+    const std::time_t before = std::time(nullptr);
+    const std::time_t stamp = asUtc(stampInZone("ABC+11", folder / "trace.log"));
+    EXPECT_GE(stamp, before - kBehind);
+    EXPECT_LE(stamp, std::time(nullptr) - kBehind);
+}
+
+}  // namespace
+}  // namespace test
