@@ -23,13 +23,6 @@ namespace fs = std::filesystem;
 /** The content of each file below a folder, by its path from there. */
 using Files = std::map<std::string, std::string>;
 
-std::string replaceAll(std::string text, const std::string& what, const std::string& with) {
-    for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size()) {
-        text.replace(at, what.size(), with);
-    }
-    return text;
-}
-
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream in(text);
@@ -72,9 +65,7 @@ public:
 private:
     /** The text of a file of the case, with the working directory in its place; empty when there is no such
      * file. */
-    std::string expected(const fs::path& file) const {
-        return fs::exists(file) ? replaceAll(test::readFile(file), "@WORK@", place_.directory()) : "";
-    }
+    std::string expected(const fs::path& file) const { return fs::exists(file) ? place_.expected(file) : ""; }
 
     void checkErrors(const std::string& error) const {
         const std::vector<std::string> fragments = linesOf(expected(folder_ / "expected/stderr"));
@@ -90,7 +81,7 @@ private:
     void checkFiles() const {
         Files wanted = filesBelow(folder_ / "input");
         for (const auto& [name, content] : filesBelow(folder_ / "expected/after")) {
-            wanted[name] = replaceAll(content, "@WORK@", place_.directory());
+            wanted[name] = test::replaceAll(content, "@WORK@", place_.directory());
         }
         Files found = filesBelow(place_.directory());
         for (auto& [name, content] : found) {

@@ -1,5 +1,7 @@
 #include "Workplace.h"
 
+#include "LogText.h"
+
 #include <sstream>
 
 namespace test {
@@ -19,12 +21,19 @@ std::string maskCall(const std::string& line) {
 
 }  // namespace
 
+std::string replaceAll(std::string text, const std::string& what, const std::string& with) {
+    for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size()) {
+        text.replace(at, what.size(), with);
+    }
+    return text;
+}
+
 std::filesystem::path program() {
     return QRX_PROGRAM;
 }
 
-std::filesystem::path caseFolder(const std::string& name) {
-    return std::filesystem::path(QRX_CASES) / name;
+std::filesystem::path caseFolder(const std::filesystem::path& name) {
+    return QRX_CASES / name;
 }
 
 Workplace::Workplace() : directory_(folder_ / "work") {
@@ -39,6 +48,14 @@ void Workplace::takeCase(const std::string& name) {
     if (std::filesystem::exists(folder / "library")) {
         useScript(folder / "library");
     }
+}
+
+std::string Workplace::expected(const std::filesystem::path& fileOfCase) const {
+    return replaceAll(readFile(caseFolder(fileOfCase)), "@WORK@", directory_);
+}
+
+std::string Workplace::log(const std::string& name) const {
+    return maskLog(readFile(directory_ / name));
 }
 
 Command Workplace::command(const std::vector<std::string>& arguments) const {

@@ -12,8 +12,11 @@ namespace test {
 /** The built program. */
 std::filesystem::path program();
 
-/** The folder of the case `name`. */
-std::filesystem::path caseFolder(const std::string& name);
+/** The folder of the case `name`, or a file in it. */
+std::filesystem::path caseFolder(const std::filesystem::path& name);
+
+/** The text with every `what` replaced. */
+std::string replaceAll(std::string text, const std::string& what, const std::string& with);
 
 /**
  * A place to run the program in: a working directory of its own, and the scripted platform library.
@@ -30,11 +33,17 @@ public:
     /** Takes the package description and the library's script of a case, as far as it has them. */
     void takeCase(const std::string& name);
 
+    /** The text of a case's file, with the working directory in the place of "@WORK@". */
+    std::string expected(const std::filesystem::path& fileOfCase) const;
+
     /** The library answers what this file says. */
     void useScript(const std::filesystem::path& file) { script_ = file; }
 
     /** The program with these arguments, in the working directory, with the scripted library. */
     Command command(const std::vector<std::string>& arguments) const;
+
+    /** A debug log of the working directory; time stamps and line numbers masked. */
+    std::string log(const std::string& name = "debug.log") const;
 
     /** What was asked of the library, with the lines of its own log; line numbers read "nnnnn". */
     std::string calls() const;

@@ -1,0 +1,80 @@
+/** Runs whose operation cannot even be created: the only ones that end with status 1 without a usage error.
+ */
+
+#include "Workplace.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string entry(const std::string& source, const std::string& message) {
+    return "[yyyy-mm-ddThh:mm:ss] : " + std::string(25 - source.size(), ' ') + source + ":nnnnn: " + message +
+           "\n";
+}
+
+class OperationFailure : public testing::Test {
+protected:
+    /** Runs with a log and a report file; the non-throwing allocation of that number fails. */
+    test::Outcome runWithFailingNew(std::vector<std::string> options, int number) {
+        place_.takeCase("both-in-one-file");
+        options.insert(options.end(), {"-d", "-o", "report.xml"});
+        test::Command command = place_.command(options);
+        command.environment.insert({{"LD_PRELOAD", FAILING_NEW_LIBRARY},
+                                    {"FAILING_NEW", std::to_string(number)},
+                                    {"ASAN_OPTIONS", "verify_asan_link_order=0"}});
+        return run(command);
+    }
+
+    std::string report() const { return test::readFile(place_.directory() / "report.xml"); }
+
+    test::Workplace place_;
+};
+
+const std::string kOpened = entry("QRXManager", "CQRXManager::UpdateInventory() Logger initialized");
+const std::string kFailed = entry("QRXMain", "QRXManager:UpdateInventory() Failed");
+
+TEST_F(OperationFailure, anInventoryThatCannotBeCreatedLeavesAnEmptyReportAndNoUpdate) {
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{"-i"}, std::vector<std::string>{"-i", "-u"}}) {
+        std::filesystem::remove_all(place_.directory());
+        const test::Outcome outcome = runWithFailingNew(options, 1);
+        EXPECT_EQ(outcome.exitStatus, 1);
+        EXPECT_EQ(outcome.output, "");
+        EXPECT_EQ(outcome.error, "");
+        EXPECT_EQ(report(), "");
+        EXPECT_EQ(place_.calls(), "");
+        EXPECT_EQ(
+            place_.log(),
+            kOpened + entry("QRXManager", "CQRXManager::Inventory() Inventory Started") +
+                entry("QRXManager", "CQRXManager::Inventory() QRXInventory variable is not initialized ") +
+                entry("QRXManager", "CQRXManager::isInventory() Inventory failed") + kFailed);
+    }
+}
+
+TEST_F(OperationFailure, anUpdateThatCannotBeCreatedLeavesAnEmptyReport) {
+    const test::Outcome outcome = runWithFailingNew({"-u"}, 1);
+    EXPECT_EQ(outcome.exitStatus, 1);
+    EXPECT_EQ(report(), "");
+    EXPECT_EQ(place_.calls(), "");
+    EXPECT_EQ(place_.log(),
+              kOpened + entry("QRXManager", "CQRXManager::Update() Update Started") +
+                  entry("QRXManager", "CQRXManager::Inventory() QRXUpdate variable is not initialized ") +
+                  entry("QRXManager", "CQRXManager::isUpdate() Update failed") + kFailed);
+}
+
+TEST_F(OperationFailure, anUpdateThatCannotBeCreatedKeepsTheInventoryBeforeIt) {
+    const test::Outcome outcome = runWithFailingNew({"-i", "-u"}, 2);
+    EXPECT_EQ(outcome.exitStatus, 1);
+    EXPECT_EQ(report(), place_.expected("inventory-success/expected/after/report.xml"));
+    EXPECT_EQ(place_.calls(), place_.expected("inventory-success/expected/calls"));
+    EXPECT_TRUE(place_.log().ends_with(
+        entry("QRXManager", "CQRXManager::Update() Update Started") +
+        entry("QRXManager", "CQRXManager::Inventory() QRXUpdate variable is not initialized ") +
+        entry("QRXManager", "CQRXManager::isUpdate() Update failed") + kFailed));
+}
+
+}  // namespace

@@ -1,0 +1,184 @@
+/** package.xml in the shapes that a folder of texts cannot hold: huge, fetching, or not there at all. */
+
+#include "LogText.h"
+#include "TrapServer.h"
+#include "Workplace.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <utility>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kHuge = 50'000'000;
+constexpr std::chrono::seconds kLongEnough{1};  // for a program that does not wait
+
+class PackageDescription : public testing::Test {
+protected:
+    void writePackage(const std::string& text) { test::writeFile(place_.directory() / "package.xml", text); }
+
+    /** An inventory and an update of this package go as those of a malformed one. */
+    void expectRefused(const std::string& package) {
+        for (const auto& [option, name] :
+             {std::pair{"-i", "package-malformed-inventory"}, std::pair{"-u", "package-malformed-update"}}) {
+            test::Workplace place;
+            place.takeCase(name);
+            test::writeFile(place.directory() / "package.xml", package);
+            const test::Outcome outcome = run(place.command({"-d", option, "-o", "report.xml"}));
+            const fs::path after = fs::path(name) / "expected/after";
+            EXPECT_EQ(outcome.exitStatus, 0);
+            EXPECT_EQ(test::readFile(place.directory() / "report.xml"), place.expected(after / "report.xml"));
+            EXPECT_EQ(place.log(), place.expected(after / "debug.log"));
+        }
+    }
+
+    void makeFifo(const std::string& name) {
+        ASSERT_EQ(mkfifo((place_.directory() / name).c_str(), 0600), 0);
+    }
+
+    test::Workplace place_;
+};
+
+TEST_F(PackageDescription, fiftyMegabytesOfJunkAreRefused) {
+    expectRefused(std::string(kHuge, 'x'));
+}
+
+TEST_F(PackageDescription, fiftyMegabytesOfTextInAnElementAreRefused) {
+    expectRefused("<SoftwareComponent vendorVersion=\"1\"><Note>" + std::string(kHuge, 'x') +
+                  "</Note></SoftwareComponent>");
+}
+
+TEST_F(PackageDescription, fiftyMegabytesOfZeroBytesAreRefused) {
+    expectRefused(std::string(kHuge, '\0'));
+}
+
+/** A description that tries to have something fetched in every way there is; all of it leads to `url`. */
+std::string fetchingPackage(const std::string& url) {
+    return "<?xml version=\"1.0\"?>\n"
+           "<!DOCTYPE SoftwareComponent SYSTEM \"" +
+           url +
+           "package.dtd\" [\n"
+           "  <!ENTITY % parameters SYSTEM \"" +
+           url +
+           "parameters.ent\">\n"
+           "  %parameters;\n"
+           "  <!ENTITY text SYSTEM \"" +
+           url +
+           "text.xml\">\n"
+           "]>\n"
+           "<SoftwareComponent vendorVersion=\"1.40.200\" xmlns:xi=\"http://www.w3.org/2001/XInclude\">\n"
+           "  <ComponentType value=\"FRMW\"/>\n"
+           "  <SupportedDevices>\n"
+           "    <Device componentID=\"25227\"><Display>&text;</Display></Device>\n"
+           "  </SupportedDevices>\n"
+           "  <xi:include href=\"" +
+           url +
+           "included.xml\"/>\n"
+           "</SoftwareComponent>\n";
+}
+
+TEST_F(PackageDescription, nothingIsFetchedFromTheNetwork) {
+    test::TrapServer server;
+    place_.takeCase("both-in-one-file");
+    writePackage(fetchingPackage(server.url()));
+    const test::Outcome outcome = run(place_.command({"-i", "-u", "-o", "report.xml"}));
+    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(test::readFile(place_.directory() / "report.xml"),
+              place_.expected("both-in-one-file/expected/after/report.xml"));
+    EXPECT_FALSE(server.wasAsked());
+}
+
+/** Opening a FIFO waits for its other end, which nobody has: a program that fetched the file would not
+ * return. */
+TEST_F(PackageDescription, noOtherFileIsRead) {
+    place_.takeCase("both-in-one-file");
+    for (const char* name : {"package.dtd", "parameters.ent", "text.xml", "included.xml"}) {
+        makeFifo(name);
+    }
+    writePackage(fetchingPackage(""));
+    test::Command command = place_.command({"-i", "-u", "-o", "report.xml"});
+    command.deadline = std::chrono::seconds(10);
+    const test::Outcome outcome = run(command);
+    EXPECT_FALSE(outcome.timedOut);
+    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(test::readFile(place_.directory() / "report.xml"),
+              place_.expected("both-in-one-file/expected/after/report.xml"));
+}
+
+/** The two traps above do catch a reader that fetches. */
+TEST_F(PackageDescription, aReaderThatFetchesIsCaught) {
+    test::TrapServer server;
+    writePackage(fetchingPackage(server.url()));
+    test::Command command;
+    command.arguments = {XMLLINT, "--noent", "--loaddtd", "package.xml"};
+    command.workingDirectory = place_.directory();
+    command.deadline = kLongEnough;
+    run(command);
+    EXPECT_TRUE(server.wasAsked());
+
+    makeFifo("package.dtd");
+    writePackage(fetchingPackage(""));
+    EXPECT_TRUE(run(command).timedOut);
+}
+
+TEST_F(PackageDescription, inventoryFromTheLibraryFetchesNothing) {
+    test::TrapServer server;
+    const fs::path script = place_.directory() / "library";
+    test::writeFile(
+        place_.directory() / "inventory.xml",
+        "<!DOCTYPE SVMInventory SYSTEM \"" + server.url() + "a.dtd\" [<!ENTITY x SYSTEM \"" + server.url() +
+            "x\">]><SVMInventory><Device componentID=\"25227\"><Application version=\"1.30.100\"/>"
+            "<Note>&x;</Note></Device></SVMInventory>");
+    test::writeFile(script, "inventory inventory.xml\n");
+    place_.takeCase("both-in-one-file");
+    place_.useScript(script);
+    const test::Outcome outcome = run(place_.command({"-i"}));
+    EXPECT_EQ(outcome.output, place_.expected("inventory-success/expected/after/report.xml"));
+    EXPECT_FALSE(server.wasAsked());
+}
+
+TEST_F(PackageDescription, aFifoInItsPlaceIsWaitedFor) {
+    makeFifo("package.xml");
+    test::Command command = place_.command({"-i"});
+    command.deadline = kLongEnough;
+    EXPECT_TRUE(run(command).timedOut);
+}
+
+/** The log of an inventory without a description, from a folder whose name getCurrentDirectory gives as
+ * `directory`. */
+std::string logWithoutPackage(const std::string& directory) {
+    const std::string log =
+        test::readFile(test::caseFolder("package-missing-inventory/expected/after/debug.log"));
+    return test::replaceAll(log, "@WORK@/", directory);
+}
+
+TEST_F(PackageDescription, aRemovedWorkingDirectoryReadsAsTheRoot) {
+    ASSERT_FALSE(fs::exists("/package.xml") || fs::exists("/enabledebug.txt"));
+    const test::TempDir logs;
+    fs::remove_all(place_.directory());
+    fs::create_directory(place_.directory());
+    place_.useScript(test::caseFolder("package-missing-inventory/library"));
+    test::Command command = place_.command({"-i", "-d", logs / "debug.log"});
+    command.removeWorkingDirectory = true;
+    const test::Outcome outcome = run(command);
+    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.output, place_.expected("package-missing-inventory/expected/after/report.xml"));
+    EXPECT_EQ(test::maskLog(test::readFile(logs / "debug.log")), logWithoutPackage("/"));
+}
+
+TEST_F(PackageDescription, theRootAsWorkingDirectoryHasTwoSlashes) {
+    ASSERT_FALSE(fs::exists("/package.xml") || fs::exists("/enabledebug.txt"));
+    place_.useScript(test::caseFolder("package-missing-inventory/library"));
+    test::Command command = place_.command({"-i", "-d", place_.directory() / "debug.log"});
+    command.workingDirectory = "/";
+    EXPECT_EQ(run(command).exitStatus, 0);
+    EXPECT_EQ(place_.log(), logWithoutPackage("//"));
+}
+
+}  // namespace
