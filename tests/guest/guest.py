@@ -1,0 +1,123 @@
+"""A machine under QEMU that runs a real kernel and carries out command lines."""
+
+import pathlib
+import shutil
+import socket
+import subprocess
+import sys
+import tempfile
+import threading
+from dataclasses import dataclass
+
+SKIPPED = 77  # what ctest takes for "not run"
+
+
+class GuestEnded(Exception):
+    """The machine stopped, or was stopped, before it answered."""
+
+
+@dataclass(frozen=True)
+class Outcome:
+    """How a command ended."""
+
+    status: int
+    output: str
+    errors: str
+
+
+@dataclass(frozen=True)
+class Image:
+    """What a guest boots: a kernel, and the file system that make-guest made for it."""
+
+    kernel: pathlib.Path
+    initramfs: pathlib.Path
+
+
+def skip_unless_possible(image):
+    """Ends the test as skipped, with the reason, on a machine that cannot run a guest."""
+    if shutil.which("qemu-system-x86_64") is None:
+        skip("qemu-system-x86_64 is not installed")
+    if not image.kernel.exists():
+        skip("no kernel to boot: tests/guest/fetch-kernel has not run")
+
+
+def skip(reason):
+    """Ends the test as skipped."""
+    print(f"SKIPPED: {reason}")
+    sys.exit(SKIPPED)
+
+
+class Guest:
+    """One boot, from power-on to `kill` or the end of the block. It dies with this process, and at its deadline."""
+
+    _BOARD = ["-accel", "tcg", "-M", "pc", "-cpu", "max", "-m", "512", "-nodefaults", "-no-user-config",
+              "-display", "none", "-no-reboot"]
+
+    def __init__(self, image, devices=(), deadline=120):
+        """Powers on, with further QEMU arguments for devices; the guest is killed after `deadline` seconds."""
+        self._folder = tempfile.TemporaryDirectory(prefix="guest-")
+        self._console = pathlib.Path(self._folder.name) / "console"
+        self._wire, far_end = socket.socketpair()
+        self._answers = self._wire.makefile("rb")
+        self._qemu = subprocess.Popen(
+            ["setpriv", "--pdeathsig", "KILL", "qemu-system-x86_64", *self._BOARD,
+             "-kernel", str(image.kernel), "-initrd", str(image.initramfs), "-append", "console=ttyS0 quiet panic=-1",
+             "-serial", f"file:{self._console}",
+             "-chardev", f"socket,id=wire,fd={far_end.fileno()}",
+             "-device", "virtio-serial-pci", "-device", "virtserialport,chardev=wire",
+             *devices],
+            pass_fds=[far_end.fileno()], stdin=subprocess.DEVNULL)
+        far_end.close()
+        self._deadline = threading.Timer(deadline, self._qemu.kill)
+        self._deadline.daemon = True
+        self._deadline.start()
+
+    def __enter__(self):
+        try:
+            self._line()  # its greeting
+        except GuestEnded:
+            self.kill()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        self.kill()
+
+    def run(self, command):
+        """Runs a shell command line to its end."""
+        self.begin(command)
+        return self.finish()
+
+    def begin(self, command):
+        """Starts a shell command line and does not wait for it."""
+        self._wire.sendall(command.encode() + b"\n")
+
+    def finish(self):
+        """Waits for the command that was begun."""
+        status, output_length, errors_length = map(int, self._line().split())
+        return Outcome(status, self._bytes(output_length).decode(), self._bytes(errors_length).decode())
+
+    def kill(self):
+        """Takes the power away: nothing in the guest gets to finish."""
+        self._deadline.cancel()
+        self._qemu.kill()
+        self._qemu.wait()
+        self._answers.close()
+        self._wire.close()
+        self._folder.cleanup()
+
+    def _line(self):
+        line = self._answers.readline()
+        if not line.endswith(b"\n"):
+            raise self._ended()
+        return line.decode().rstrip("\n")
+
+    def _bytes(self, length):
+        data = self._answers.read(length)
+        if len(data) < length:
+            raise self._ended()
+        return data
+
+    def _ended(self):
+        console = self._console.read_text(errors="replace") if self._console.exists() else ""
+        return GuestEnded(f"the guest ended before it answered; its console:\n{console}")
