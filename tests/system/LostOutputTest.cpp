@@ -32,26 +32,26 @@ protected:
     test::Workplace place_;
 };
 
-TEST_F(LostOutput, standardOutputClosed) {
+TEST_F(LostOutput, StandardOutputClosed) {
     expectOrdinaryRun(runInventory({Redirect::Kind::Closed}));
 }
 
-TEST_F(LostOutput, standardOutputFull) {
+TEST_F(LostOutput, StandardOutputFull) {
     expectOrdinaryRun(runInventory({Redirect::Kind::File, "/dev/full"}));
 }
 
-TEST_F(LostOutput, standardOutputWithoutReader) {
+TEST_F(LostOutput, StandardOutputWithoutReader) {
     expectOrdinaryRun(runInventory({Redirect::Kind::ReaderlessPipe}));
 }
 
-TEST_F(LostOutput, reportFileOnAFullDevice) {
+TEST_F(LostOutput, ReportFileOnAFullDevice) {
     place_.takeCase(kInventory);
     const test::Outcome outcome = run(place_.command({"-d", "-i", "-o", "/dev/full"}));
     expectOrdinaryRun(outcome);
     EXPECT_EQ(outcome.output, "");
 }
 
-TEST_F(LostOutput, bothReportsOnAFullDevice) {
+TEST_F(LostOutput, BothReportsOnAFullDevice) {
     place_.takeCase("both-in-one-file");
     const test::Outcome outcome = run(place_.command({"-i", "-u", "-d", "-o", "/dev/full"}));
     EXPECT_EQ(outcome.exitStatus, 0);
@@ -60,7 +60,7 @@ TEST_F(LostOutput, bothReportsOnAFullDevice) {
     EXPECT_EQ(place_.calls(), place_.expected("both-in-one-file/expected/calls"));
 }
 
-TEST_F(LostOutput, bothReportsIntoAPipeWithoutReaderRunTheWholeUpdate) {
+TEST_F(LostOutput, BothReportsIntoAPipeWithoutReaderRunTheWholeUpdate) {
     place_.takeCase("both-in-one-file");
     test::Command command = place_.command({"-i", "-u", "-d"});
     command.output.kind = Redirect::Kind::ReaderlessPipe;
@@ -71,7 +71,7 @@ TEST_F(LostOutput, bothReportsIntoAPipeWithoutReaderRunTheWholeUpdate) {
     EXPECT_EQ(place_.calls(), place_.expected("both-in-one-file/expected/calls"));
 }
 
-TEST_F(LostOutput, neitherReportNorMessagesEndInTheLogWhenAllDescriptorsAreClosed) {
+TEST_F(LostOutput, NeitherReportNorMessagesEndInTheLogWhenAllDescriptorsAreClosed) {
     place_.takeCase("package-malformed-inventory");
     test::Command command = place_.command({"-d", "-i"});
     command.input.kind = Redirect::Kind::Closed;
@@ -81,7 +81,7 @@ TEST_F(LostOutput, neitherReportNorMessagesEndInTheLogWhenAllDescriptorsAreClose
     EXPECT_EQ(place_.log(), place_.expected("package-malformed-inventory/expected/after/debug.log"));
 }
 
-TEST_F(LostOutput, reportFileIsWrittenWhenAllDescriptorsAreClosed) {
+TEST_F(LostOutput, ReportFileIsWrittenWhenAllDescriptorsAreClosed) {
     place_.takeCase("both-in-one-file");
     test::Command command = place_.command({"-i", "-u", "-d", "-o", "report.xml"});
     command.input.kind = Redirect::Kind::Closed;
@@ -93,7 +93,7 @@ TEST_F(LostOutput, reportFileIsWrittenWhenAllDescriptorsAreClosed) {
     EXPECT_EQ(place_.log(), place_.expected("both-in-one-file/expected/after/debug.log"));
 }
 
-TEST_F(LostOutput, usageTextIsLostWithTheStatusAsWithoutIt) {
+TEST_F(LostOutput, UsageTextIsLostWithTheStatusAsWithoutIt) {
     for (const Redirect& output :
          {Redirect{Redirect::Kind::Closed}, Redirect{Redirect::Kind::File, "/dev/full"},
           Redirect{Redirect::Kind::ReaderlessPipe}}) {
@@ -106,7 +106,7 @@ TEST_F(LostOutput, usageTextIsLostWithTheStatusAsWithoutIt) {
     }
 }
 
-TEST(UsageText, has381Characters) {
+TEST(UsageText, Has381Characters) {
     const test::Workplace place;
     const test::Outcome outcome = run(place.command({"-h"}));
     EXPECT_EQ(outcome.output.size(), 381U);

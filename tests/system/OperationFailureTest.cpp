@@ -37,7 +37,7 @@ protected:
 const std::string kOpened = entry("QRXManager", "CQRXManager::UpdateInventory() Logger initialized");
 const std::string kFailed = entry("QRXMain", "QRXManager:UpdateInventory() Failed");
 
-TEST_F(OperationFailure, anInventoryThatCannotBeCreatedLeavesAnEmptyReportAndNoUpdate) {
+TEST_F(OperationFailure, AnInventoryThatCannotBeCreatedLeavesAnEmptyReportAndNoUpdate) {
     for (const std::vector<std::string>& options :
          {std::vector<std::string>{"-i"}, std::vector<std::string>{"-i", "-u"}}) {
         std::filesystem::remove_all(place_.directory());
@@ -55,7 +55,7 @@ TEST_F(OperationFailure, anInventoryThatCannotBeCreatedLeavesAnEmptyReportAndNoU
     }
 }
 
-TEST_F(OperationFailure, anUpdateThatCannotBeCreatedLeavesAnEmptyReport) {
+TEST_F(OperationFailure, AnUpdateThatCannotBeCreatedLeavesAnEmptyReport) {
     const test::Outcome outcome = runWithFailingNew({"-u"}, 1);
     EXPECT_EQ(outcome.exitStatus, 1);
     EXPECT_EQ(report(), "");
@@ -66,7 +66,7 @@ TEST_F(OperationFailure, anUpdateThatCannotBeCreatedLeavesAnEmptyReport) {
                   entry("QRXManager", "CQRXManager::isUpdate() Update failed") + kFailed);
 }
 
-TEST_F(OperationFailure, anUpdateThatCannotBeCreatedKeepsTheInventoryBeforeIt) {
+TEST_F(OperationFailure, AnUpdateThatCannotBeCreatedKeepsTheInventoryBeforeIt) {
     const test::Outcome outcome = runWithFailingNew({"-i", "-u"}, 2);
     EXPECT_EQ(outcome.exitStatus, 1);
     EXPECT_EQ(report(), place_.expected("inventory-success/expected/after/report.xml"));
@@ -75,6 +75,47 @@ TEST_F(OperationFailure, anUpdateThatCannotBeCreatedKeepsTheInventoryBeforeIt) {
         entry("QRXManager", "CQRXManager::Update() Update Started") +
         entry("QRXManager", "CQRXManager::Inventory() QRXUpdate variable is not initialized ") +
         entry("QRXManager", "CQRXManager::isUpdate() Update failed") + kFailed));
+}
+
+/** The program with operations that find no device. */
+class NoDevices : public OperationFailure {
+protected:
+    test::Outcome runWithoutDevices(const std::vector<std::string>& options) {
+        test::Command command = place_.command(options);
+        command.arguments.front() = PROGRAM_WITHOUT_DEVICES;
+        return run(command);
+    }
+};
+
+TEST_F(NoDevices, AnInventoryWithoutDevicesLeavesAnEmptyReportAndNoUpdate) {
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{"-i", "-d", "-o", "report.xml"},
+          std::vector<std::string>{"-u", "-i", "-d", "-o", "report.xml"}}) {
+        const test::Outcome outcome = runWithoutDevices(options);
+        EXPECT_EQ(outcome.exitStatus, 1);
+        EXPECT_EQ(outcome.output, "");
+        EXPECT_EQ(report(), "");
+        EXPECT_EQ(place_.log(),
+                  kOpened + entry("QRXManager", "CQRXManager::Inventory() Inventory Started") +
+                      entry("QRXManager", "CQRXManager::Inventory() Zero devices Inventoried ") +
+                      entry("QRXManager", "CQRXManager::isInventory() Inventory failed") + kFailed);
+    }
+}
+
+TEST_F(NoDevices, AnUpdateWithoutDevicesLeavesAnEmptyReport) {
+    const test::Outcome outcome = runWithoutDevices({"-u", "-d", "-o", "report.xml"});
+    EXPECT_EQ(outcome.exitStatus, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(report(), "");
+    EXPECT_EQ(place_.log(), kOpened + entry("QRXManager", "CQRXManager::Update() Update Started") +
+                                entry("QRXManager", "CQRXManager::Update Zero devices Updated ") +
+                                entry("QRXManager", "CQRXManager::isUpdate() Update failed") + kFailed);
+}
+
+TEST_F(NoDevices, WithoutAReportFileNothingIsPrinted) {
+    const test::Outcome outcome = runWithoutDevices({"-i"});
+    EXPECT_EQ(outcome.exitStatus, 1);
+    EXPECT_EQ(outcome.output, "");
 }
 
 }  // namespace

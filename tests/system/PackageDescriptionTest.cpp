@@ -45,16 +45,16 @@ protected:
     test::Workplace place_;
 };
 
-TEST_F(PackageDescription, fiftyMegabytesOfJunkAreRefused) {
+TEST_F(PackageDescription, FiftyMegabytesOfJunkAreRefused) {
     expectRefused(std::string(kHuge, 'x'));
 }
 
-TEST_F(PackageDescription, fiftyMegabytesOfTextInAnElementAreRefused) {
+TEST_F(PackageDescription, FiftyMegabytesOfTextInAnElementAreRefused) {
     expectRefused("<SoftwareComponent vendorVersion=\"1\"><Note>" + std::string(kHuge, 'x') +
                   "</Note></SoftwareComponent>");
 }
 
-TEST_F(PackageDescription, fiftyMegabytesOfZeroBytesAreRefused) {
+TEST_F(PackageDescription, FiftyMegabytesOfZeroBytesAreRefused) {
     expectRefused(std::string(kHuge, '\0'));
 }
 
@@ -83,7 +83,7 @@ std::string fetchingPackage(const std::string& url) {
            "</SoftwareComponent>\n";
 }
 
-TEST_F(PackageDescription, nothingIsFetchedFromTheNetwork) {
+TEST_F(PackageDescription, NothingIsFetchedFromTheNetwork) {
     test::TrapServer server;
     place_.takeCase("both-in-one-file");
     writePackage(fetchingPackage(server.url()));
@@ -96,7 +96,7 @@ TEST_F(PackageDescription, nothingIsFetchedFromTheNetwork) {
 
 /** Opening a FIFO waits for its other end, which nobody has: a program that fetched the file would not
  * return. */
-TEST_F(PackageDescription, noOtherFileIsRead) {
+TEST_F(PackageDescription, NoOtherFileIsRead) {
     place_.takeCase("both-in-one-file");
     for (const char* name : {"package.dtd", "parameters.ent", "text.xml", "included.xml"}) {
         makeFifo(name);
@@ -112,7 +112,7 @@ TEST_F(PackageDescription, noOtherFileIsRead) {
 }
 
 /** The two traps above do catch a reader that fetches. */
-TEST_F(PackageDescription, aReaderThatFetchesIsCaught) {
+TEST_F(PackageDescription, AReaderThatFetchesIsCaught) {
     test::TrapServer server;
     writePackage(fetchingPackage(server.url()));
     test::Command command;
@@ -127,7 +127,7 @@ TEST_F(PackageDescription, aReaderThatFetchesIsCaught) {
     EXPECT_TRUE(run(command).timedOut);
 }
 
-TEST_F(PackageDescription, inventoryFromTheLibraryFetchesNothing) {
+TEST_F(PackageDescription, InventoryFromTheLibraryFetchesNothing) {
     test::TrapServer server;
     const fs::path script = place_.directory() / "library";
     test::writeFile(
@@ -143,7 +143,7 @@ TEST_F(PackageDescription, inventoryFromTheLibraryFetchesNothing) {
     EXPECT_FALSE(server.wasAsked());
 }
 
-TEST_F(PackageDescription, aFifoInItsPlaceIsWaitedFor) {
+TEST_F(PackageDescription, AFifoInItsPlaceIsWaitedFor) {
     makeFifo("package.xml");
     test::Command command = place_.command({"-i"});
     command.deadline = kLongEnough;
@@ -158,7 +158,7 @@ std::string logWithoutPackage(const std::string& directory) {
     return test::replaceAll(log, "@WORK@/", directory);
 }
 
-TEST_F(PackageDescription, aRemovedWorkingDirectoryReadsAsTheRoot) {
+TEST_F(PackageDescription, ARemovedWorkingDirectoryReadsAsTheRoot) {
     ASSERT_FALSE(fs::exists("/package.xml") || fs::exists("/enabledebug.txt"));
     const test::TempDir logs;
     fs::remove_all(place_.directory());
@@ -172,7 +172,7 @@ TEST_F(PackageDescription, aRemovedWorkingDirectoryReadsAsTheRoot) {
     EXPECT_EQ(test::maskLog(test::readFile(logs / "debug.log")), logWithoutPackage("/"));
 }
 
-TEST_F(PackageDescription, theRootAsWorkingDirectoryHasTwoSlashes) {
+TEST_F(PackageDescription, TheRootAsWorkingDirectoryHasTwoSlashes) {
     ASSERT_FALSE(fs::exists("/package.xml") || fs::exists("/enabledebug.txt"));
     place_.useScript(test::caseFolder("package-missing-inventory/library"));
     test::Command command = place_.command({"-i", "-d", place_.directory() / "debug.log"});
