@@ -3,8 +3,10 @@
 #include "LogSource.h"
 
 #include <algorithm>
+#include <functional>
 #include <string_view>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 namespace {
@@ -27,10 +29,6 @@ std::string_view asRawByte(const unsigned char& number) {
     return {reinterpret_cast<const char*>(&number), 1};
 }
 
-auto identityOf(const SPCIInfo& info) {
-    return std::tie(info.componentID, info.deviceID, info.subDeviceID, info.vendorID, info.subVendorID);
-}
-
 }  // namespace
 
 CDeviceInfo::CDeviceInfo()
@@ -42,11 +40,23 @@ CDeviceInfo::CDeviceInfo()
       m_bRebootRequired(false),
       m_BDFInfo{} {}
 
+auto CDeviceInfo::identity() const {
+    return std::tie(m_strComponentType, m_strComponentID, m_eDependencyType, m_strVersion, m_strDisplay,
+                    m_strDetail, m_strFilePath, m_PCIInfo.componentID, m_PCIInfo.deviceID,
+                    m_PCIInfo.subDeviceID, m_PCIInfo.vendorID, m_PCIInfo.subVendorID);
+}
+
 bool CDeviceInfo::operator==(CDeviceInfo other) const {
-    return m_strComponentType == other.m_strComponentType && m_strComponentID == other.m_strComponentID &&
-           m_eDependencyType == other.m_eDependencyType && m_strVersion == other.m_strVersion &&
-           m_strDisplay == other.m_strDisplay && m_strDetail == other.m_strDetail &&
-           m_strFilePath == other.m_strFilePath && identityOf(m_PCIInfo) == identityOf(other.m_PCIInfo);
+    return identity() == other.identity();
+}
+
+std::size_t CDeviceInfo::hash() const {
+    std::size_t value = 0;
+    const auto mixIn = [&value](const auto& field) {
+        value = value * 31 + std::hash<std::decay_t<decltype(field)>>{}(field);
+    };
+    std::apply([&mixIn](const auto&... field) { (mixIn(field), ...); }, identity());
+    return value;
 }
 
 void CDeviceInfo::setPCIInfo(SPCIInfo value) {

@@ -1,6 +1,7 @@
 #ifndef CM_BASE_UTILS_DEVICE_INFO_H
 #define CM_BASE_UTILS_DEVICE_INFO_H
 
+#include <cstddef>
 #include <string>
 
 /** The identity of a PCI device, as text. */
@@ -41,6 +42,9 @@ public:
      * display, detail, file path, and the PCI identity without its marketing name, all byte for byte.
      */
     bool operator==(CDeviceInfo other) const;
+
+    /** A hash over what operator== compares: equal records have the same. */
+    std::size_t hash() const;
 
     void setReleaseID(std::string value);
     void setComponentID(std::string value);
@@ -93,6 +97,9 @@ public:
     _BDFInfo getBDFInfo() const;
 
 private:
+    /** References to what operator== compares, in its order. */
+    auto identity() const;
+
     std::string m_strReleaseID;
     std::string m_strComponentID;
     std::string m_strParentComponentID;

@@ -36,7 +36,7 @@ bool hasActiveUsbStorageLine(std::istream& conf) {
         if (!contains(lowered, "blacklist usb_storage")) {
             continue;
         }
-        if (CStringUtils::trim_string(lowered).front() != '#') {
+        if (!CStringUtils::trim_string(lowered).starts_with('#')) {
             return true;
         }
         debugLog(" CLinuxImpl::isUSBblacklistedusingConfFile blacklist usb_storage is commented");

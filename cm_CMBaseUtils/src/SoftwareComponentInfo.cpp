@@ -2,14 +2,17 @@
 
 #include "LogSource.h"
 #include "PlatformLayer.h"
+#include "XPathQuery.h"
+#include "XmlNodes.h"
 #include "XmlText.h"
+
+#include <utility>
 
 namespace {
 
 constexpr CLogSource debugLog("../cm_CMBaseUtils/src/SoftwareComponentInfo");
 
 constexpr const char* kPackageXml = "package.xml";
-constexpr const char* kDevicePath = "//SoftwareComponent/SupportedDevices/Device";
 constexpr const char* kRollbackPath = "//SoftwareComponent/SupportedDevices/Device/RollbackInformation";
 
 }  // namespace
@@ -47,39 +50,32 @@ void CSoftwareComponentInfo::ParseXMl() {
 
 XPathObjectPtr CSoftwareComponentInfo::GetNodeSet(xmlDoc* doc, const xmlChar* expression) {
     debugLog("CSoftwareComponentInfo::GetNodeSet() Entering");
-    const XPathContextPtr context(xmlXPathNewContext(doc));
-    if (!context) {
-        debugLog("CSoftwareComponentInfo::GetNodeSet() Error in xmlXPathNewContext");
-        return nullptr;
+    SXPathResult result = evaluateXPath(doc, expression);
+    switch (result.outcome) {
+        case eXPathOutcome::FOUND:
+            debugLog("CSoftwareComponentInfo::GetNodeSet() Exiting");
+            break;
+        case eXPathOutcome::EMPTY:
+            debugLog("CSoftwareComponentInfo::GetNodeSet() Empty nodeset");
+            break;
+        case eXPathOutcome::NO_CONTEXT:
+            debugLog("CSoftwareComponentInfo::GetNodeSet() Error in xmlXPathNewContext");
+            break;
+        case eXPathOutcome::NOT_EVALUATED:
+            debugLog("CSoftwareComponentInfo::GetNodeSet() Error in xmlXPathEvalExpression");
+            break;
     }
-    XPathObjectPtr result(xmlXPathEvalExpression(expression, context.get()));
-    if (!result) {
-        debugLog("CSoftwareComponentInfo::GetNodeSet() Error in xmlXPathEvalExpression");
-        return nullptr;
-    }
-    if (xmlXPathNodeSetIsEmpty(result->nodesetval)) {
-        debugLog("CSoftwareComponentInfo::GetNodeSet() Empty nodeset");
-        return nullptr;
-    }
-    debugLog("CSoftwareComponentInfo::GetNodeSet() Exiting");
-    return result;
+    return std::move(result.nodes);
 }
 
 XPathObjectPtr CSoftwareComponentInfo::getnodeset(xmlDoc* doc, const xmlChar* expression) {
-    const XPathContextPtr context(xmlXPathNewContext(doc));
-    if (!context) {
+    SXPathResult result = evaluateXPath(doc, expression);
+    if (result.outcome == eXPathOutcome::NO_CONTEXT) {
         debugLog("CIdentityModuleInventory::getnodeset :: Error in xmlXPathNewContext");
-        return nullptr;
-    }
-    XPathObjectPtr result(xmlXPathEvalExpression(expression, context.get()));
-    if (!result) {
+    } else if (result.outcome == eXPathOutcome::NOT_EVALUATED) {
         debugLog("CIdentityModuleInventory::getnodeset :: Error in xmlXPathEvalExpression");
-        return nullptr;
     }
-    if (xmlXPathNodeSetIsEmpty(result->nodesetval)) {
-        return nullptr;
-    }
-    return result;
+    return std::move(result.nodes);
 }
 
 XPathObjectPtr CSoftwareComponentInfo::ParseXmlUsingXpath() {
@@ -104,13 +100,7 @@ XPathObjectPtr CSoftwareComponentInfo::ParseXmlUsingXpath(const char* expression
 }
 
 const xmlChar* CSoftwareComponentInfo::GetAttributeValue(xmlNode* node, const char* name) {
-    const xmlAttr* attribute = xmlHasProp(node, asXmlChars(name));
-    if (attribute == nullptr || attribute->children == nullptr) {
-        return nullptr;
-    }
-    const xmlChar* text = attribute->children->content;
-    // libxml2 hangs an empty text node under an empty attribute.
-    return text != nullptr && *text != '\0' ? text : nullptr;
+    return attributeText(node, name);
 }
 
 std::string CSoftwareComponentInfo::GetComponentID() {
@@ -153,8 +143,7 @@ std::string CSoftwareComponentInfo::lastAttributeOf(const char* expression, cons
     if (!elements) {
         return value;
     }
-    for (int i = 0; i < elements->nodesetval->nodeNr; ++i) {
-        xmlNode* const element = elements->nodesetval->nodeTab[i];
+    for (xmlNode* element : nodesOf(elements)) {
         if (xmlStrcasecmp(element->name, asXmlChars(expression)) != 0) {
             value = textOrEmpty(GetAttributeValue(element, name));
         }

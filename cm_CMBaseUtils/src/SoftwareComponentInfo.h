@@ -73,7 +73,49 @@ public:
      */
     bool GetInvFromTVK(std::string componentID, std::stringstream& record, std::stringstream& inventory);
 
+    /**
+     * The PCI identity of every supported PCI device, one per PCIInfo element, in document order.
+     *
+     * Ids are text as written, filled up with zeros on the left to four characters. An id or a name that an
+     * element lacks is the one of the element before, also across devices; the component id is always the
+     * device's own.
+     */
+    std::vector<SPCIInfo> GetSupportedDevices();
+
+    /**
+     * The name that the package gives to a PCI device; the last match wins.
+     *
+     * @param device  its four PCI ids are compared without regard to case, in the padded form of
+     *                GetSupportedDevices; its component id and name are not read
+     */
+    std::string getMarketingNameForPCIDevice(const SPCIInfo& device);
+
+    /**
+     * The hard and soft dependencies of all supported devices, in document order, no two of them equal.
+     *
+     * One record per dependency, or per PCIInfo of it; an id that a PCIInfo lacks is the one of the PCIInfo
+     * before, also across dependencies. The records are the caller's. When no memory is left for a record,
+     * the list ends there.
+     */
+    std::vector<CDeviceInfo*> getDependencyInfo();
+
+    /** Appends device to list unless a record equal to it is there. Either way the record stays the caller's;
+     *  takes time in proportion to the list. */
+    void AddDependencyInfo(std::vector<CDeviceInfo*>& list, CDeviceInfo* const& device);
+
+    /** The names of the supported devices by component id; the last device of an id wins. Devices without a
+     *  name are left out. */
+    std::map<std::string, std::string> getCompIDMarkNameInfo();
+
+    /** The name of the device with this component id, compared without regard to case. */
+    std::string getMarketingNameForNonPCIDevice(const std::string& componentID);
+
+    /** The package's display string: the name of the first device whose first child is its name. */
+    std::string GetComponentDisplayString();
+
 private:
+    static constexpr const char* kDevicePath = "//SoftwareComponent/SupportedDevices/Device";
+
     std::string m_strPackageXmlPath;
     XmlDocPtr m_pXmlDoc;
 

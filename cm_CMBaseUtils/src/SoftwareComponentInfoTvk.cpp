@@ -1,6 +1,7 @@
 #include "LogSource.h"
 #include "SharedConstants.h"
 #include "SoftwareComponentInfo.h"
+#include "XPathQuery.h"
 #include "XmlText.h"
 
 #include <limits>
@@ -46,8 +47,8 @@ bool CSoftwareComponentInfo::GetInvFromTVK(std::string componentID, std::strings
         return true;
     }
     debugLog("CIdentityModuleInventory::GetInvFromTVK:: component ID found");
-    for (int i = 0; i < devices->nodesetval->nodeNr; ++i) {
-        if (!appendElement(doc.get(), devices->nodesetval->nodeTab[i], record)) {
+    for (xmlNode* device : nodesOf(devices)) {
+        if (!appendElement(doc.get(), device, record)) {
             return false;
         }
     }

@@ -2,6 +2,7 @@
 #define CM_BASE_UTILS_XML_TEXT_H
 
 #include <libxml/xmlstring.h>
+#include <strings.h>
 
 #include <string>
 
@@ -18,6 +19,11 @@ inline const xmlChar* asXmlChars(const char* text) {
 /** The text, or an empty string where there is none. */
 inline std::string textOrEmpty(const xmlChar* text) {
     return text == nullptr ? std::string() : asChars(text);
+}
+
+/** Whether the two are the same text but for the case of its letters. */
+inline bool equalsIgnoringCase(const std::string& one, const std::string& other) {
+    return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
 }
 
 #endif

@@ -1,0 +1,47 @@
+#ifndef CM_BASE_UTILS_UPDATE_XML_WRITER_H
+#define CM_BASE_UTILS_UPDATE_XML_WRITER_H
+
+#include "IDeviceXMLWriter.h"
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+/**
+ * Writes an update report, an SVMExecution document, with PCI devices too and one RebootRequired element for
+ * the whole report.
+ *
+ * The document is a single line without a final newline. Values are written as they are, never escaped. A
+ * document that could not be written stays in the writer and goes before the next one.
+ */
+class CUpdateXMLWriter : public IDeviceXMLWriter {
+public:
+    CUpdateXMLWriter();
+    ~CUpdateXMLWriter() override;
+    CUpdateXMLWriter(const CUpdateXMLWriter&) = delete;
+    CUpdateXMLWriter& operator=(const CUpdateXMLWriter&) = delete;
+
+    bool GetXML(const std::vector<CDeviceInfo*>& devices, std::string fileName) override;
+
+    void addXMLHeader();
+    void addUpdateHeader();
+    void addUpdateFooter();
+
+    /** Adds the RebootRequired element where a reboot is required, else nothing. */
+    void addRebootRequiredStatus(bool required);
+
+    /** Writes the document built so far to the file, where one is open, closes that and starts afresh. Passes
+     *  no exception on. */
+    void print();
+
+private:
+    std::ostringstream m_xmlStream;
+    std::ofstream m_outFile;
+
+    bool openFile(const std::string& name);
+    bool addDevice(const CDeviceInfo& device);
+    void addSuccess(const CDeviceInfo& device);
+};
+
+#endif

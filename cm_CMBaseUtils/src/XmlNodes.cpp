@@ -1,0 +1,53 @@
+#include "XmlNodes.h"
+
+#include "XmlText.h"
+
+namespace {
+
+// libxml2 hangs an empty text node under an empty attribute.
+const xmlChar* nullIfEmpty(const xmlChar* text) {
+    return text != nullptr && *text != '\0' ? text : nullptr;
+}
+
+void readPciId(const xmlNode* element, const char* name, std::string& id) {
+    if (const xmlChar* text = attributeText(element, name)) {
+        id = asChars(text);
+    }
+}
+
+bool isText(const xmlNode* node) {
+    return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
+}
+
+}  // namespace
+
+bool isElementNamed(const xmlNode* node, const char* name) {
+    return node->type == XML_ELEMENT_NODE && xmlStrcasecmp(node->name, asXmlChars(name)) == 0;
+}
+
+xmlNode* findElement(xmlNode* node, const char* name) {
+    while (node != nullptr && !isElementNamed(node, name)) {
+        node = node->next;
+    }
+    return node;
+}
+
+const xmlChar* attributeText(const xmlNode* node, const char* name) {
+    const xmlAttr* attribute = xmlHasProp(node, asXmlChars(name));
+    if (attribute == nullptr || attribute->children == nullptr) {
+        return nullptr;
+    }
+    return nullIfEmpty(attribute->children->content);
+}
+
+const xmlChar* firstChildText(const xmlNode* node) {
+    const xmlNode* child = node->children;
+    return child != nullptr && isText(child) ? nullIfEmpty(child->content) : nullptr;
+}
+
+void readPciIds(const xmlNode* element, SPCIInfo& ids) {
+    readPciId(element, "deviceID", ids.deviceID);
+    readPciId(element, "subDeviceID", ids.subDeviceID);
+    readPciId(element, "vendorID", ids.vendorID);
+    readPciId(element, "subVendorID", ids.subVendorID);
+}
