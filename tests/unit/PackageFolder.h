@@ -24,7 +24,10 @@ inline constexpr std::string_view kPackageXml =
  */
 class PackageFolder {
 public:
-    PackageFolder() { CPlatformLayer::GetPlatform(); }
+    PackageFolder() {
+        CPlatformLayer::GetPlatform();
+        clearLog();
+    }
     explicit PackageFolder(std::string_view packageXml) : PackageFolder() { setPackage(packageXml); }
 
     void setPackage(std::string_view xml) const { writeFile(folder_ / "package.xml", xml); }
@@ -45,7 +48,7 @@ private:
     }
 
     WorkingTempDir folder_;
-    std::optional<LogCapture> log_ = std::make_optional<LogCapture>();
+    std::optional<LogCapture> log_;
 };
 
 }  // namespace test
