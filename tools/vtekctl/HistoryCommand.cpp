@@ -1,0 +1,67 @@
+#include "Command.h"
+#include "Output.h"
+
+#include <nlohmann/json.hpp>
+
+#include <iostream>
+
+namespace tools {
+
+namespace {
+
+class HistoryCommand : public Command {
+public:
+    void define(CLI::App& app) override { app.add_flag("--json", json_, "print JSON"); }
+
+    vtek::Status run(const Context& context) override {
+        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+        VTEK_ASSIGN(vtek::Store store, vtek::Store::open(root, vtek::Store::Mode::Read));
+        VTEK_ASSIGN(const auto entries, store.history());
+        if (json_) {
+            printJson(entries);
+        } else {
+            print(entries);
+        }
+        return {};
+    }
+
+private:
+    static void printJson(const std::vector<vtek::HistoryEntry>& entries) {
+        nlohmann::json json = nlohmann::json::array();
+        for (const auto& entry : entries) {
+            json.push_back({{"time", entry.time},
+                            {"outcome", entry.outcome},
+                            {"generation", entry.generation},
+                            {"componentID", entry.componentId},
+                            {"fromVersion", entry.fromVersion},
+                            {"toVersion", entry.toVersion},
+                            {"signer", entry.signer},
+                            {"payloadDigest", entry.payloadDigest},
+                            {"override", entry.override},
+                            {"realUser", entry.realUser},
+                            {"loginUser", entry.loginUser}});
+        }
+        std::cout << json.dump(2) << '\n';
+    }
+
+    static void print(const std::vector<vtek::HistoryEntry>& entries) {
+        std::vector<std::vector<std::string>> rows{{"TIME", "OUTCOME", "GENERATION", "COMPONENT", "FROM",
+                                                    "TO", "OVERRIDE", "USER", "LOGIN", "SIGNER"}};
+        for (const auto& entry : entries) {
+            rows.push_back({entry.time, entry.outcome, std::to_string(entry.generation), entry.componentId,
+                            entry.fromVersion, entry.toVersion, entry.override ? "yes" : "no", entry.realUser,
+                            entry.loginUser, entry.signer});
+        }
+        printTable(rows);
+    }
+
+    bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeHistory() {
+    return std::make_unique<HistoryCommand>();
+}
+
+}  // namespace tools

@@ -1,0 +1,123 @@
+#include "Command.h"
+#include "Inventory.h"
+#include "Output.h"
+#include "Settings.h"
+
+#include <nlohmann/json.hpp>
+
+#include <iostream>
+
+namespace tools {
+
+namespace {
+
+constexpr const char* kSimulation = "SIMULATION: a stand-in for the platform's library, no real chassis";
+
+/** Everything that `show` tells. */
+struct State {
+    std::string rootPath;
+    std::int64_t current;
+    std::optional<vtek::Generation> generation;
+    std::vector<std::pair<std::string, std::string>> settings;
+    std::vector<vtek::InventoryDevice> devices;
+};
+
+vtek::Result<State> readState(const Context& context) {
+    VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+    VTEK_ASSIGN(vtek::Store store, vtek::Store::open(root, vtek::Store::Mode::Read));
+    State state{root.path(), 0, {}, {}, {}};
+    VTEK_ASSIGN(state.current, store.currentGeneration());
+    VTEK_ASSIGN(state.generation, store.generation(state.current));
+    for (const auto& info : vtek::settingTable()) {
+        VTEK_ASSIGN(std::string value, settingText(store, info));
+        state.settings.emplace_back(info.name, std::move(value));
+    }
+    VTEK_TRY(vtek::Inventory(store.database()).forEach([&](const vtek::InventoryDevice& device) {
+        state.devices.push_back(device);
+    }));
+    return state;
+}
+
+nlohmann::json orNull(const std::optional<std::string>& text) {
+    return text ? nlohmann::json(*text) : nlohmann::json();
+}
+
+nlohmann::json toJson(const State& state) {
+    nlohmann::json json{{"simulation", true}, {"root", state.rootPath}, {"generation", state.current}};
+    if (state.generation) {
+        json["firmware"] = {{"componentID", state.generation->componentId},
+                            {"version", state.generation->version},
+                            {"replacedVersion", state.generation->replacedVersion},
+                            {"payloadDigest", state.generation->payloadDigest},
+                            {"signer", state.generation->signer}};
+    }
+    for (const auto& [name, value] : state.settings) {
+        json["settings"][name] = value;
+    }
+    json["inventory"] = nlohmann::json::array();
+    for (const auto& device : state.devices) {
+        nlohmann::json applications = nlohmann::json::array();
+        for (const auto& application : device.applications) {
+            applications.push_back({{"componentType", orNull(application.componentType)},
+                                    {"version", orNull(application.version)},
+                                    {"display", orNull(application.display)}});
+        }
+        json["inventory"].push_back({{"componentID", device.componentId},
+                                     {"display", orNull(device.display)},
+                                     {"applications", applications}});
+    }
+    return json;
+}
+
+void print(const State& state) {
+    std::cout << kSimulation << "\nroot: " << state.rootPath << "\ngeneration in force: " << state.current;
+    if (state.generation) {
+        std::cout << ", component " << state.generation->componentId << " version "
+                  << state.generation->version << ", signed by " << state.generation->signer;
+    }
+    std::cout << "\n\n";
+    std::vector<std::vector<std::string>> rows{{"SETTING", "VALUE"}};
+    for (const auto& [name, value] : state.settings) {
+        rows.push_back({name, value});
+    }
+    printTable(rows);
+    std::cout << '\n';
+    rows = {{"COMPONENT", "VERSION", "TYPE", "DEVICE", "APPLICATION"}};
+    for (const auto& device : state.devices) {
+        if (device.applications.empty()) {
+            rows.push_back({device.componentId, "", "", device.display.value_or(""), ""});
+        }
+        for (const auto& application : device.applications) {
+            rows.push_back({device.componentId, application.version.value_or(""),
+                            application.componentType.value_or(""), device.display.value_or(""),
+                            application.display.value_or("")});
+        }
+    }
+    printTable(rows);
+}
+
+class ShowCommand : public Command {
+public:
+    void define(CLI::App& app) override { app.add_flag("--json", json_, "print JSON"); }
+
+    vtek::Status run(const Context& context) override {
+        VTEK_ASSIGN(const State state, readState(context));
+        if (json_) {
+            std::cout << toJson(state).dump(2) << '\n';
+        } else {
+            print(state);
+        }
+        return {};
+    }
+
+private:
+    bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeShow() {
+    return std::make_unique<ShowCommand>();
+}
+
+}  // namespace tools

@@ -1,0 +1,155 @@
+#include "Command.h"
+#include "File.h"
+#include "Files.h"
+#include "Output.h"
+#include "Trust.h"
+#include "Unpack.h"
+
+#include <fcntl.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+
+namespace tools {
+
+namespace {
+
+using vtek::Error;
+using vtek::ErrorNumber;
+using vtek::Status;
+
+constexpr mode_t kTrustMode = 0644;
+
+std::string timeText(const ASN1_TIME* time) {
+    const vtek::BioPtr bio(BIO_new(BIO_s_mem()));
+    if (time == nullptr) {
+        return "never";
+    }
+    ASN1_TIME_print_ex(bio.get(), time, ASN1_DTFLGS_ISO8601);
+    const char* bytes = nullptr;
+    const long size = BIO_get_mem_data(bio.get(), &bytes);
+    return std::string(bytes, static_cast<std::size_t>(std::max(size, 0L)));
+}
+
+class AddCommand : public Command {
+public:
+    void define(CLI::App& app) override {
+        app.add_option("file", file_, "a PEM file with certificates of authorities, or revocation lists")
+            ->required();
+        app.add_option("--name", name_, "what the file is called in the trust store; else its own name");
+    }
+
+    Status run(const Context& context) override {
+        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+        VTEK_ASSIGN(const std::string pem, readSmallFile(file_));
+        const std::string name = name_.empty() ? std::filesystem::path(file_).filename().string() : name_;
+        if (!vtek::isPlainPath(name) || name.find('/') != std::string::npos) {
+            return Error{ErrorNumber::InvalidArgument, "'" + name + "' cannot be a name in the trust store"};
+        }
+        VTEK_ASSIGN(const vtek::TrustFile parsed, vtek::parseTrustFile(name, pem));
+        const bool authorities = std::all_of(
+            parsed.certificates.begin(), parsed.certificates.end(),
+            [](const vtek::CertificatePtr& certificate) { return vtek::isAuthority(certificate.get()); });
+        if (!authorities) {
+            return Error{ErrorNumber::InvalidArgument, file_ + " holds a certificate that is no authority"};
+        }
+        return replaceFile(root, name, pem);
+    }
+
+private:
+    /** The trust store never holds half a file: an unreadable one would close it. */
+    static Status replaceFile(const vtek::Root& root, const std::string& name, const std::string& pem) {
+        VTEK_ASSIGN(const vtek::UniqueFd trust,
+                    root.openFolder(vtek::kTrustFolder, ErrorNumber::TrustUnusable));
+        const std::string unfinished = ".trust-" + std::to_string(getpid());
+        const vtek::UniqueFd file =
+            vtek::openAt(root.folder(), unfinished, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, kTrustMode);
+        if (!file || !vtek::writeFully(file.get(), pem) || !vtek::syncFd(file.get()) ||
+            renameat(root.folder(), unfinished.c_str(), trust.get(), name.c_str()) != 0 ||
+            !vtek::syncFd(trust.get())) {
+            return vtek::systemError(ErrorNumber::TrustUnusable, "write trust/" + name);
+        }
+        return {};
+    }
+
+    std::string file_;
+    std::string name_;
+};
+
+class ListCommand : public Command {
+public:
+    void define(CLI::App& app) override { app.add_flag("--json", json_, "print JSON"); }
+
+    Status run(const Context& context) override {
+        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+        VTEK_ASSIGN(const auto files, vtek::readTrustFiles(root));
+        for (const auto& file : files) {
+            for (const auto& certificate : file.certificates) {
+                add(file.name, "certificate", X509_get_subject_name(certificate.get()),
+                    X509_get0_notAfter(certificate.get()));
+            }
+            for (const auto& list : file.revocationLists) {
+                add(file.name, "revocation list", X509_CRL_get_issuer(list.get()),
+                    X509_CRL_get0_nextUpdate(list.get()));
+            }
+        }
+        if (json_) {
+            nlohmann::json json = nlohmann::json::array();
+            for (auto row = rows_.begin() + 1; row != rows_.end(); ++row) {
+                json.push_back(
+                    {{"file", (*row)[0]}, {"kind", (*row)[1]}, {"until", (*row)[2]}, {"name", (*row)[3]}});
+            }
+            std::cout << json.dump(2) << '\n';
+        } else {
+            printTable(rows_);
+        }
+        return {};
+    }
+
+private:
+    void add(const std::string& file, const char* kind, const X509_NAME* name, const ASN1_TIME* until) {
+        rows_.push_back({file, kind, timeText(until), vtek::nameText(name)});
+    }
+
+    bool json_ = false;
+    std::vector<std::vector<std::string>> rows_{{"FILE", "KIND", "UNTIL", "NAME"}};
+};
+
+class RemoveCommand : public Command {
+public:
+    void define(CLI::App& app) override { app.add_option("name", name_, "the file's name")->required(); }
+
+    Status run(const Context& context) override {
+        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+        VTEK_ASSIGN(const vtek::UniqueFd folder,
+                    root.openFolder(vtek::kTrustFolder, ErrorNumber::TrustUnusable));
+        const bool plain = name_.find('/') == std::string::npos;
+        if (!plain || unlinkat(folder.get(), name_.c_str(), 0) != 0 || !vtek::syncFd(folder.get())) {
+            return Error{ErrorNumber::InvalidArgument,
+                         "the trust store has no file '" + name_ + "' to remove"};
+        }
+        return {};
+    }
+
+private:
+    std::string name_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeTrustAdd() {
+    return std::make_unique<AddCommand>();
+}
+
+std::unique_ptr<Command> makeTrustList() {
+    return std::make_unique<ListCommand>();
+}
+
+std::unique_ptr<Command> makeTrustRemove() {
+    return std::make_unique<RemoveCommand>();
+}
+
+}  // namespace tools

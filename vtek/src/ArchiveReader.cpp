@@ -1,0 +1,145 @@
+#include "ArchiveReader.h"
+
+#include "File.h"
+#include "ZipDirectory.h"
+
+#include <sys/types.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+namespace vtek {
+
+/** Where libarchive reads from, and its buffer. */
+struct ArchiveReader::Source {
+    int fd;
+    std::uint64_t length;
+    std::uint64_t position = 0;
+    std::uint64_t consumed = 0;
+    std::array<char, 64 * 1024> buffer{};
+
+    static la_ssize_t read(archive* reader, void* data, const void** buffer) {
+        auto& source = *static_cast<Source*>(data);
+        const auto wanted = std::min<std::uint64_t>(source.buffer.size(), source.length - source.position);
+        const ssize_t n =
+            readFullyAt(source.fd, source.buffer.data(), static_cast<std::size_t>(wanted), source.position);
+        if (n < 0) {
+            archive_set_error(reader, errno, "read: %s", std::strerror(errno));
+            return -1;
+        }
+        source.position += static_cast<std::uint64_t>(n);
+        source.consumed += static_cast<std::uint64_t>(n);
+        *buffer = source.buffer.data();
+        return n;
+    }
+
+    static la_int64_t skip(archive*, void* data, la_int64_t request) {
+        auto& source = *static_cast<Source*>(data);
+        const auto step = std::min(static_cast<std::uint64_t>(request), source.length - source.position);
+        source.position += step;
+        return static_cast<la_int64_t>(step);
+    }
+
+    static la_int64_t seek(archive*, void* data, la_int64_t offset, int whence) {
+        auto& source = *static_cast<Source*>(data);
+        const std::uint64_t base =
+            whence == SEEK_SET ? 0 : (whence == SEEK_CUR ? source.position : source.length);
+        const la_int64_t target = static_cast<la_int64_t>(base) + offset;
+        if (target < 0 || static_cast<std::uint64_t>(target) > source.length) {
+            return ARCHIVE_FATAL;
+        }
+        source.position = static_cast<std::uint64_t>(target);
+        return target;
+    }
+};
+
+ArchiveReader::ArchiveReader(std::unique_ptr<Source> source, std::unique_ptr<archive, Free> reader)
+    : source_(std::move(source)), reader_(std::move(reader)) {}
+ArchiveReader::ArchiveReader(ArchiveReader&&) noexcept = default;
+ArchiveReader::~ArchiveReader() = default;
+
+Result<ArchiveReader> ArchiveReader::open(int fd, std::uint64_t length, std::uint64_t entryBound) {
+    VTEK_TRY(checkZipDirectory(fd, length, entryBound));
+    auto source = std::make_unique<Source>(Source{.fd = fd, .length = length});
+    std::unique_ptr<archive, Free> reader(archive_read_new());
+    archive_read_support_format_tar(reader.get());
+    archive_read_support_format_zip_seekable(reader.get());
+    archive_read_support_filter_gzip(reader.get());
+    archive_read_set_read_callback(reader.get(), Source::read);
+    archive_read_set_skip_callback(reader.get(), Source::skip);
+    archive_read_set_seek_callback(reader.get(), Source::seek);
+    archive_read_set_callback_data(reader.get(), source.get());
+    ArchiveReader opened(std::move(source), std::move(reader));
+    if (archive_read_open1(opened.reader_.get()) != ARCHIVE_OK) {
+        return opened.invalid();
+    }
+    return opened;
+}
+
+Result<std::optional<ArchiveEntry>> ArchiveReader::next() {
+    archive_entry* entry = nullptr;
+    const int code = archive_read_next_header(reader_.get(), &entry);
+    if (code == ARCHIVE_EOF) {
+        return std::optional<ArchiveEntry>();
+    }
+    if (code != ARCHIVE_OK) {
+        return invalid();
+    }
+    VTEK_TRY(checkMethod());
+    const char* name = archive_entry_pathname(entry);
+    if (name == nullptr || archive_entry_is_encrypted(entry) != 0) {
+        return Error{ErrorNumber::ArchiveInvalid, "archive: an entry is encrypted or has no readable name"};
+    }
+    ArchiveEntry found{name, ArchiveEntry::Kind::Other, std::nullopt};
+    const bool hardLink = archive_entry_hardlink(entry) != nullptr;
+    if (!hardLink && archive_entry_filetype(entry) == AE_IFREG) {
+        found.kind = ArchiveEntry::Kind::File;
+    } else if (!hardLink && archive_entry_filetype(entry) == AE_IFDIR) {
+        found.kind = ArchiveEntry::Kind::Folder;
+    }
+    if (archive_entry_size_is_set(entry) != 0) {
+        found.size = static_cast<std::uint64_t>(archive_entry_size(entry));
+    }
+    return std::optional(std::move(found));
+}
+
+Result<std::size_t> ArchiveReader::read(char* buffer, std::size_t size) {
+    const la_ssize_t n = archive_read_data(reader_.get(), buffer, size);
+    if (n < 0) {
+        return invalid();
+    }
+    return static_cast<std::size_t>(n);
+}
+
+std::uint64_t ArchiveReader::consumed() const {
+    return source_->consumed;
+}
+
+std::uint64_t ArchiveReader::expanded() const {
+    return static_cast<std::uint64_t>(std::max<la_int64_t>(archive_filter_bytes(reader_.get(), 0), 0));
+}
+
+Error ArchiveReader::invalid() const {
+    const char* reason = archive_error_string(reader_.get());
+    return {ErrorNumber::ArchiveInvalid,
+            std::string("archive: ") + (reason != nullptr ? reason : "not readable")};
+}
+
+/** libarchive also knows how to undo zip's rarer methods; a payload has no use for them. */
+Status ArchiveReader::checkMethod() const {
+    if ((archive_format(reader_.get()) & ARCHIVE_FORMAT_BASE_MASK) != ARCHIVE_FORMAT_ZIP) {
+        return {};
+    }
+    const std::string_view format = archive_format_name(reader_.get());
+    if (format.ends_with("(uncompressed)") || format.ends_with("(deflation)")) {
+        return {};
+    }
+    return Error{ErrorNumber::ArchiveInvalid, "archive: neither stored nor deflated: " + std::string(format)};
+}
+
+}  // namespace vtek

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Result.h"
+
+#include <openssl/evp.h>
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace vtek {
+
+/** Computes a SHA-256 piece by piece. */
+class Digest {
+public:
+    Digest();
+
+    void update(const void* data, std::size_t size);
+
+    /** The digest of everything so far, 64 lower-case hexadecimal digits; call it once. */
+    std::string hex();
+
+private:
+    struct Free {
+        void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+    };
+    std::unique_ptr<EVP_MD_CTX, Free> context_;
+};
+
+/** SHA-256 of what a descriptor holds from where it stands to its end; the number is for a failed read. */
+Result<std::string> digestOfFile(int fd, ErrorNumber onFailure);
+
+}  // namespace vtek

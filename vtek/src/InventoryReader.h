@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Inventory.h"
+#include "Xml.h"
+
+#include <optional>
+
+namespace vtek {
+
+/** Reads the devices of an SVMInventory document one after the other, without holding the document. */
+class InventoryReader {
+public:
+    /** @param fd  stands at the document's first byte; stays the caller's */
+    static Result<InventoryReader> open(int fd);
+
+    /** The next device; absent at the document's end. */
+    Result<std::optional<InventoryDevice>> next();
+
+private:
+    explicit InventoryReader(XmlReaderPtr reader) : reader_(std::move(reader)) {}
+
+    /** Goes to the next node. @return false at the document's end */
+    Result<bool> advance();
+    Error invalid(const char* reason) const;
+    bool isElement(int depth, const char* name) const;
+    std::optional<std::string> attribute(const char* name) const;
+    Status readApplications(InventoryDevice& device);
+
+    XmlReaderPtr reader_;
+    bool rootSeen_ = false;
+};
+
+}  // namespace vtek

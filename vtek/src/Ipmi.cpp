@@ -1,0 +1,42 @@
+#include "Ipmi.h"
+
+#include "IpmiDevice.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vtek {
+
+SimulatedIpmi::SimulatedIpmi(const Settings& settings)
+    : answer_{static_cast<std::uint8_t>(settings.ipmiCompletion)} {
+    constexpr std::size_t kQuietBytes = 10;
+    if (settings.ipmiCompletion == 0) {
+        answer_.insert(answer_.end(), kQuietBytes, 0);
+        answer_.push_back(static_cast<std::uint8_t>(settings.ipmiMode));
+        answer_.push_back(static_cast<std::uint8_t>(settings.ipmiFlag));
+    }
+}
+
+Result<Bytes> SimulatedIpmi::exchange(std::uint8_t, const Bytes&) {
+    return answer_;
+}
+
+Result<std::unique_ptr<IpmiTransport>> openIpmi(const Settings& settings) {
+    if (settings.ipmiTransport == "simulated") {
+        return std::unique_ptr<IpmiTransport>(std::make_unique<SimulatedIpmi>(settings));
+    }
+    VTEK_ASSIGN(auto port, KernelIpmiPort::open(settings.ipmiTransport));
+    return std::unique_ptr<IpmiTransport>(std::make_unique<IpmiDevice>(std::move(port)));
+}
+
+std::uint8_t storeAnswer(const Bytes& answer, std::uint8_t* buffer, std::size_t length) {
+    const std::uint8_t completion = answer.front();
+    if (completion == 0) {
+        const std::size_t present = std::min(length, answer.size() - 1);
+        std::copy_n(answer.begin() + 1, present, buffer);
+        std::fill(buffer + present, buffer + length, std::uint8_t{0});
+    }
+    return completion;
+}
+
+}  // namespace vtek

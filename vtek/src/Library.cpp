@@ -1,0 +1,19 @@
+#include "Library.h"
+
+#include <unistd.h>
+
+namespace vtek {
+
+Library& Library::instance() {
+    static Library library;
+    return library;
+}
+
+Library::Library()
+    : root_(Root::open(rootPathFromEnvironment(), geteuid())), log_(root_ ? &*root_ : nullptr) {
+    if (!root_) {
+        reportUnusableRoot(root_.error());
+    }
+}
+
+}  // namespace vtek

@@ -1,0 +1,91 @@
+#include "Log.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <ctime>
+
+namespace vtek {
+
+namespace {
+
+constexpr const char* kFile = "vtek.log";
+constexpr const char* kOlderFile = "vtek.log.1";
+constexpr off_t kSizeBound = 1024 * 1024;
+constexpr const char* kBanner =
+    "This log belongs to a SIMULATED platform library (stand-in for libvtek.so.0).";
+
+std::string timeText() {
+    const std::time_t now = std::time(nullptr);
+    tm utc{};
+    char text[32] = "";
+    if (gmtime_r(&now, &utc) != nullptr) {
+        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
+    }
+    return text;
+}
+
+std::string failureText(const Error& error) {
+    const ErrorInfo& info = errorInfo(error.number);
+    return "error " + std::to_string(static_cast<int>(error.number)) + ", " + std::string(info.cause) + ": " +
+           error.message + "; to do: " + std::string(info.remedy);
+}
+
+}  // namespace
+
+void Log::write(const std::string& sourceFile, unsigned int line, const std::string& message) {
+    writeLine(sourceFile + ":" + std::to_string(line) + ": " + message);
+}
+
+void Log::failure(const char* call, const Error& error) {
+    writeLine(std::string(call) + ": " + failureText(error));
+}
+
+void Log::writeLine(const std::string& line) {
+    if (root_ == nullptr) {
+        return;
+    }
+    if (!file_ || isFull()) {
+        open();
+    }
+    std::string text = timeText() + " [" + std::to_string(getpid()) + "] " + line;
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+    if (file_) {
+        writeFully(file_.get(), text + "\n");
+    }
+}
+
+void Log::open() {
+    file_.reset();
+    const auto folder = root_->openFolder(kLogFolder, ErrorNumber::RootUnsafe);
+    if (!folder) {
+        return;
+    }
+    constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+    file_ = openAt(folder->get(), kFile, kFlags, 0640);
+    if (file_ && isFull()) {
+        renameat(folder->get(), kFile, folder->get(), kOlderFile);
+        file_ = openAt(folder->get(), kFile, kFlags, 0640);
+    }
+    struct stat info {};
+    if (file_ && fstat(file_.get(), &info) == 0 && info.st_size == 0) {
+        writeFully(file_.get(), std::string(kBanner) + "\n");
+    }
+}
+
+bool Log::isFull() const {
+    struct stat info {};
+    return fstat(file_.get(), &info) == 0 && info.st_size >= kSizeBound;
+}
+
+void reportUnusableRoot(const Error& error) {
+    const std::string text = "libvtek (simulation): " + failureText(error);
+    writeFully(STDERR_FILENO, text + "\n");
+    syslog(LOG_USER | LOG_ERR, "%s", text.c_str());
+}
+
+}  // namespace vtek

@@ -1,0 +1,78 @@
+#include "Payload.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace vtek {
+
+namespace {
+
+constexpr std::uint64_t kTrailerLength = 8;
+
+Error malformed(const std::string& name, const char* reason) {
+    return {ErrorNumber::PayloadFormat, name + ": " + reason};
+}
+
+}  // namespace
+
+Result<Payload> findPayload(int folder) {
+    std::vector<std::string> names;
+    if (!listFolder(folder, names)) {
+        return systemError(ErrorNumber::PayloadUnreadable, "list the working directory");
+    }
+    std::erase_if(names, [](const std::string& name) { return !name.ends_with(kPayloadSuffix); });
+    if (names.empty()) {
+        return Error{ErrorNumber::PayloadMissing, "the working directory has no file *.fwp"};
+    }
+    if (names.size() > 1) {
+        return Error{ErrorNumber::PayloadAmbiguous,
+                     "the working directory has " + names[0] + " and " + names[1]};
+    }
+    return openPayload(folder, names.front());
+}
+
+Result<Payload> openPayload(int folder, const std::string& name) {
+    UniqueFd file = openAt(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+    struct stat info {};
+    if (!file || fstat(file.get(), &info) != 0) {
+        return systemError(ErrorNumber::PayloadUnreadable, "open " + name);
+    }
+    if (!S_ISREG(info.st_mode)) {
+        return Error{ErrorNumber::PayloadUnreadable, name + " is no plain file"};
+    }
+    const auto size = static_cast<std::uint64_t>(info.st_size);
+    if (size < kTrailerLength) {
+        return malformed(name, "shorter than a trailer");
+    }
+    unsigned char trailer[kTrailerLength];
+    if (readFullyAt(file.get(), trailer, kTrailerLength, size - kTrailerLength) != kTrailerLength) {
+        return systemError(ErrorNumber::PayloadUnreadable, "read " + name);
+    }
+    std::uint64_t length = 0;
+    for (const unsigned char byte : trailer) {
+        length = length << 8 | byte;
+    }
+    if (length == 0 || length > kSignatureBound || length >= size - kTrailerLength) {
+        return malformed(name, "the signature's length is not possible");
+    }
+    const std::uint64_t archiveLength = size - kTrailerLength - length;
+    std::vector<unsigned char> signature(length);
+    if (readFullyAt(file.get(), signature.data(), length, archiveLength) != static_cast<ssize_t>(length)) {
+        return systemError(ErrorNumber::PayloadUnreadable, "read " + name);
+    }
+    return Payload{std::move(file), name, archiveLength, std::move(signature), size};
+}
+
+std::string payloadTrailer(std::uint64_t signatureLength) {
+    std::string trailer(kTrailerLength, '\0');
+    for (auto byte = trailer.rbegin(); byte != trailer.rend(); ++byte) {
+        *byte = static_cast<char>(signatureLength & 0xFF);
+        signatureLength >>= 8;
+    }
+    return trailer;
+}
+
+}  // namespace vtek

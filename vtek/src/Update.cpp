@@ -1,0 +1,139 @@
+#include "Update.h"
+
+#include "Beneath.h"
+#include "Digest.h"
+#include "Progress.h"
+#include "Unpack.h"
+#include "Users.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace vtek {
+
+namespace {
+
+constexpr std::size_t kBlockSize = 256 * 1024;
+constexpr std::uint64_t kSpareBytes = 1024 * 1024;  // for the database and folders
+
+}  // namespace
+
+Result<std::string> Update::check() {
+    VTEK_TRY(require(Step::Nothing));
+    VTEK_ASSIGN(Store store, Store::open(root_, Store::Mode::Read));
+    VTEK_ASSIGN(Payload payload, findPayload(folder_));
+    VTEK_ASSIGN(checked_, checkPayload(root_, store, std::move(payload), folder_, now_));
+    step_ = Step::Checked;
+    return checked_->payload.name;
+}
+
+Status Update::start() {
+    VTEK_TRY(require(Step::Checked));
+    VTEK_ASSIGN(Repository repository, Repository::open(root_));
+    // The copy, and at least as much again for what comes out of it.
+    VTEK_TRY(repository.requireSpace(2 * checked_->payload.size + kSpareBytes));
+    VTEK_ASSIGN(staged_, repository.stage());
+    repository_.emplace(std::move(repository));
+    step_ = Step::Started;
+    return {};
+}
+
+Status Update::add(const std::string& destination) {
+    VTEK_TRY(require(Step::Started));
+    VTEK_ASSIGN(copy_, createCopy(destination));
+    VTEK_TRY(copyPayload(copy_.get()));
+    place_ = parentOf(destination);
+    step_ = Step::Added;
+    return {};
+}
+
+Result<UniqueFd> Update::createCopy(const std::string& destination) {
+    if (!isPlainPath(destination)) {
+        return Error{ErrorNumber::DestinationInvalid, "no place in the repository: '" + destination + "'"};
+    }
+    Beneath staging(staged_.get());
+    UniqueFd copy;
+    if (staging.makeFolders(std::string(parentOf(destination)))) {
+        copy = staging.createFile(destination);
+    }
+    if (!copy) {
+        return systemError(ErrorNumber::CopyFailed, "make " + destination);
+    }
+    return copy;
+}
+
+Status Update::copyPayload(int copy) {
+    const Payload& payload = checked_->payload;
+    Progress progress("copy", payload.size);
+    Digest digest;
+    std::string block(kBlockSize, '\0');
+    std::uint64_t position = 0;
+    for (;;) {
+        const ssize_t n = readFullyAt(payload.file.get(), block.data(), block.size(), position);
+        if (n < 0) {
+            return systemError(ErrorNumber::CopyFailed, "read " + payload.name);
+        }
+        if (n == 0) {
+            break;
+        }
+        const auto size = static_cast<std::size_t>(n);
+        position += size;
+        if (position > payload.size) {
+            break;
+        }
+        digest.update(block.data(), size);
+        if (!writeFully(copy, block.data(), size)) {
+            return systemError(ErrorNumber::CopyFailed, "write the copy");
+        }
+        progress.add(size);
+    }
+    if (position != payload.size || digest.hex() != checked_->signature.digest) {
+        return Error{ErrorNumber::PayloadChanged, payload.name + " is not what it was when it was checked"};
+    }
+    return {};
+}
+
+Status Update::unpack() {
+    VTEK_TRY(require(Step::Added));
+    VTEK_ASSIGN(const Settings settings, loadSettings(repository_->store()));
+    Progress progress("unpack", checked_->payload.archiveLength);
+    Beneath staging(staged_.get());
+    VTEK_ASSIGN(const UnpackedContent content,
+                unpackArchive(copy_.get(), checked_->payload.archiveLength, staging, place_, settings.unpack,
+                              [&](std::uint64_t bytes) { progress.add(bytes); }));
+    if (content.manifest != checked_->manifest) {
+        return Error{ErrorNumber::ManifestChanged, "the copy's manifest is not the one that was checked"};
+    }
+    step_ = Step::Unpacked;
+    return {};
+}
+
+Status Update::commit() {
+    VTEK_TRY(require(Step::Unpacked));
+    const Manifest& manifest = checked_->manifest;
+    VTEK_TRY(checkPackage(folder_, manifest, ErrorNumber::PackageChanged, ErrorNumber::PackageChanged));
+    VTEK_TRY(repository_->publish());
+    Generation generation{};
+    generation.componentId = manifest.componentId;
+    generation.version = manifest.version;
+    generation.payloadDigest = checked_->signature.digest;
+    generation.signer = checked_->signature.signer;
+    HistoryEntry entry;
+    entry.override = checked_->override;
+    entry.realUser = realUser();
+    entry.loginUser = loginUser();
+    VTEK_TRY(repository_->commit(std::move(generation), std::move(entry)));
+    step_ = Step::Committed;
+    repository_.reset();
+    return {};
+}
+
+Status Update::require(Step step) const {
+    if (step_ != step) {
+        return Error{ErrorNumber::OutOfOrder, "a step of the update was called before its time or twice"};
+    }
+    return {};
+}
+
+}  // namespace vtek

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Certificates.h"
+#include "Manifest.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace vtek {
+
+enum class ArchiveFormat { Tar, TarGz, Zip };
+
+/**
+ * Writes an archive: the manifest, then everything below a folder in the order of the names, or every entry
+ * of another archive. Owners and times are left out, so that equal input gives equal bytes.
+ *
+ * @param fd  the archive's file; stays the caller's
+ */
+Status writeArchive(int fd, ArchiveFormat format, const Manifest& manifest,
+                    const std::filesystem::path& content);
+
+/**
+ * Signs a file's bytes, detached, with SHA-256.
+ *
+ * @param helpers  certificates between the signer and its trusted authority, to go with the signature
+ * @return a DER CMS
+ */
+Result<std::string> signFile(const std::filesystem::path& file, const Identity& signer,
+                             const std::vector<CertificatePtr>& helpers);
+
+/** Makes a payload of an archive that ends where the descriptor stands: adds signature and trailer. */
+Status appendSignature(int fd, const std::string& signature);
+
+/** SHA-256 of a file, as a manifest wants it. */
+Result<std::string> digestOf(const std::filesystem::path& file);
+
+}  // namespace vtek
