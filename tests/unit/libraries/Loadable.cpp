@@ -1,0 +1,4 @@
+// A shared library for the tests of loading.
+extern "C" int answer() {
+    return 42;
+}
