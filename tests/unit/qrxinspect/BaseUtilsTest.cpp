@@ -1,0 +1,62 @@
+#include "BaseUtils.h"
+#include "LogSource.h"
+#include "TempDir.h"
+
+#include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+namespace tools {
+namespace {
+
+/** The working directory is another one while the object lives. */
+class WorkingDirectory {
+public:
+    explicit WorkingDirectory(const std::filesystem::path& folder)
+        : before_(std::filesystem::current_path()) {
+        std::filesystem::current_path(folder);
+    }
+    ~WorkingDirectory() { std::filesystem::current_path(before_); }
+    WorkingDirectory(const WorkingDirectory&) = delete;
+    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
+
+private:
+    std::filesystem::path before_;
+};
+
+TEST(BaseUtils, TheLogNeverMakesAFileOnceSilenced) {
+    const test::TempDir folder;
+    ASSERT_EQ(silenceBaseUtils(), std::nullopt);
+    CLogger::GetInstance()->Initialize((folder / "some.log").string());
+    CLogSource("source")("text");
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST(BaseUtils, Libxml2PrintsNothingOnceSilenced) {
+    ASSERT_EQ(silenceBaseUtils(), std::nullopt);
+    testing::internal::CaptureStderr();
+    const char text[] = "<a";
+    EXPECT_EQ(xmlParseMemory(text, sizeof text - 1), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(BaseUtils, AMarkerFileThatIsAFifoIsAProblem) {
+    const test::TempDir folder;
+    const WorkingDirectory inside(folder.path());
+    ASSERT_EQ(mkfifo("enabledebug.txt", 0600), 0);
+    ASSERT_NE(checkMarkerFile(), std::nullopt);
+    EXPECT_EQ(checkMarkerFile()->message, "enabledebug.txt: is a FIFO");
+}
+
+TEST(BaseUtils, AnOrdinaryMarkerFileOrNoneIsFine) {
+    const test::TempDir folder;
+    const WorkingDirectory inside(folder.path());
+    EXPECT_EQ(checkMarkerFile(), std::nullopt);
+    test::writeFile("enabledebug.txt", "");
+    EXPECT_EQ(checkMarkerFile(), std::nullopt);
+}
+
+}  // namespace
+}  // namespace tools

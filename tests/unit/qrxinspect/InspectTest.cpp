@@ -1,0 +1,96 @@
+#include "CommandTable.h"
+#include "Inspect.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace tools {
+namespace {
+
+using testing::HasSubstr;
+
+struct Outcome {
+    int status;
+    std::string output;
+    std::string error;
+};
+
+Outcome inspectWith(std::vector<const char*> arguments) {
+    arguments.insert(arguments.begin(), "qrxinspect");
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = inspect(static_cast<int>(arguments.size()), arguments.data(), {out, err});
+    return {status, out.str(), err.str()};
+}
+
+TEST(Inspect, PrintsItsVersion) {
+    const Outcome outcome = inspectWith({"--version"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "qrxinspect " QRX_VERSION "\n");
+    EXPECT_EQ(outcome.error, "");
+}
+
+TEST(Inspect, HelpNamesEveryCommandAndTheExitStatuses) {
+    const Outcome outcome = inspectWith({"--help"});
+    EXPECT_EQ(outcome.status, 0);
+    for (const Command& command : commandTable()) {
+        EXPECT_THAT(outcome.output, HasSubstr(command.name));
+        EXPECT_THAT(outcome.output, HasSubstr(command.summary));
+    }
+    EXPECT_THAT(outcome.output, HasSubstr("Exit status: 0 all is well; 1 a failure is reported"));
+    EXPECT_EQ(outcome.error, "");
+}
+
+TEST(Inspect, EveryCommandHasHelpOfItsOwn) {
+    for (const Command& command : commandTable()) {
+        const Outcome outcome = inspectWith({command.name, "--help"});
+        EXPECT_EQ(outcome.status, 0) << command.name;
+        EXPECT_THAT(outcome.output, HasSubstr(command.summary));
+        EXPECT_THAT(outcome.output, HasSubstr(command.operandHelp));
+        EXPECT_THAT(outcome.output, HasSubstr("--json"));
+    }
+}
+
+TEST(Inspect, AWrongCommandLineIsAUsageError) {
+    const std::vector<std::vector<const char*>> wrong{
+        {},
+        {"unknown"},
+        {"--unknown"},
+        {"result"},
+        {"result", "a", "b"},
+        {"report"},
+        {"plugin"},
+        {"package", "a", "b"},
+        {"package", "--html"},
+        {"host", "operand"},
+        {"result", "--check", "a"},
+        {"report", "--json", "--html", "a"},
+    };
+    for (const std::vector<const char*>& arguments : wrong) {
+        const Outcome outcome = inspectWith(arguments);
+        EXPECT_EQ(outcome.status, 64) << testing::PrintToString(arguments);
+        EXPECT_EQ(outcome.output, "") << testing::PrintToString(arguments);
+        EXPECT_NE(outcome.error, "") << testing::PrintToString(arguments);
+    }
+}
+
+TEST(Inspect, TakesAFileThatIsNamedLikeACommandOrAnOption) {
+    EXPECT_EQ(inspectWith({"result", "report"}).error, "qrxinspect: report: No such file or directory\n");
+    EXPECT_EQ(inspectWith({"result", "result"}).error, "qrxinspect: result: No such file or directory\n");
+    EXPECT_EQ(inspectWith({"result", "--", "--json"}).error,
+              "qrxinspect: --json: No such file or directory\n");
+}
+
+TEST(Inspect, TellsWhenTheOutputCannotBeWritten) {
+    std::ostringstream out;
+    std::ostringstream err;
+    out.setstate(std::ios::badbit);
+    const char* arguments[] = {"qrxinspect", "host"};
+    EXPECT_EQ(inspect(2, arguments, {out, err}), 74);
+    EXPECT_EQ(err.str(), "qrxinspect: the output could not be written\n");
+}
+
+}  // namespace
+}  // namespace tools

@@ -1,0 +1,50 @@
+#include "Printable.h"
+
+#include <gtest/gtest.h>
+
+using namespace std::string_literals;
+
+namespace tools {
+namespace {
+
+TEST(Printable, LeavesOrdinaryTextAsItIs) {
+    EXPECT_EQ(toPrintable(""), "");
+    EXPECT_EQ(toPrintable("plain \\text\\ \"<&'~"), "plain \\text\\ \"<&'~");
+    EXPECT_EQ(toPrintable("Gehäuse €  \U0001F600"), "Gehäuse €  \U0001F600");
+}
+
+TEST(Printable, EscapesWhatDrivesATerminal) {
+    EXPECT_EQ(toPrintable("\x1b[31mred\x1b]0;title\x07"), "\\x1b[31mred\\x1b]0;title\\x07");
+    EXPECT_EQ(toPrintable("a\nb\rc\td"), "a\\nb\\rc\\td");
+    EXPECT_EQ(toPrintable("\0\x7f"s), "\\x00\\x7f");
+    EXPECT_EQ(toPrintable("\xc2\x9b"
+                          "31m"),
+              "\\u009b31m");
+}
+
+TEST(Printable, EscapesWhatTurnsTheReadingDirectionOrCannotBeSeen) {
+    EXPECT_EQ(toPrintable("a\u202eb\u2066c\u200bd\ufeff"), "a\\u202eb\\u2066c\\u200bd\\ufeff");
+    EXPECT_EQ(toPrintable("a\u2028b\u061c"), "a\\u2028b\\u061c");
+    EXPECT_EQ(toPrintable("\U000e0041"), "\\ue0041");
+}
+
+TEST(Printable, EscapesBytesThatAreNotUtf8) {
+    EXPECT_EQ(toPrintable("\xff\xfe"), "\\xff\\xfe");
+    EXPECT_EQ(toPrintable("caf\xe9"), "caf\\xe9");
+    EXPECT_EQ(toPrintable("\x80"), "\\x80");
+    EXPECT_EQ(toPrintable("\xc0\xaf"), "\\xc0\\xaf");                    // overlong
+    EXPECT_EQ(toPrintable("\xe0\x80\xaf"), "\\xe0\\x80\\xaf");           // overlong
+    EXPECT_EQ(toPrintable("\xed\xa0\x80"), "\\xed\\xa0\\x80");           // a surrogate
+    EXPECT_EQ(toPrintable("\xf4\x90\x80\x80"), "\\xf4\\x90\\x80\\x80");  // beyond the last character
+    EXPECT_EQ(toPrintable("\xe2\x82"), "\\xe2\\x82");                    // cut short
+    EXPECT_EQ(toPrintable("\xe2(\xa1"), "\\xe2(\\xa1");                  // broken in the middle
+}
+
+TEST(Printable, CountsCharactersNotBytes) {
+    EXPECT_EQ(columnsOf(""), 0u);
+    EXPECT_EQ(columnsOf("abc"), 3u);
+    EXPECT_EQ(columnsOf("Gehäuse €"), 9u);
+}
+
+}  // namespace
+}  // namespace tools

@@ -1,0 +1,56 @@
+#include "TextTable.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace tools {
+namespace {
+
+std::string textOf(const TextTable& table) {
+    std::ostringstream out;
+    out << table;
+    return out.str();
+}
+
+TEST(TextTable, AlignsColumnsUnderTheirHeadings) {
+    TextTable table({"A", "LONGER", "C"});
+    table.addRow({"wide value", "b", "last"});
+    EXPECT_EQ(textOf(table),
+              "A           LONGER  C\n"
+              "wide value  b       last\n");
+}
+
+TEST(TextTable, AlignsFactsWithoutHeadings) {
+    TextTable table;
+    table.addRow({"Type", "FRMW"});
+    table.addRow({"Version", "1"});
+    EXPECT_EQ(textOf(table), "Type     FRMW\nVersion  1\n");
+}
+
+TEST(TextTable, AlignsCharactersOfSeveralBytes) {
+    TextTable table;
+    table.addRow({"Gehäuse", "x"});
+    table.addRow({"Chassis", "y"});
+    EXPECT_EQ(textOf(table), "Gehäuse  x\nChassis  y\n");
+}
+
+TEST(TextTable, ShowsAnEmptyValueAsADash) {
+    TextTable table;
+    table.addRow({"Type", ""});
+    EXPECT_EQ(textOf(table), "Type  -\n");
+}
+
+TEST(TextTable, EscapesControlCharactersAndAlignsWhatIsShown) {
+    TextTable table;
+    table.addRow({"\x1b", "x"});
+    table.addRow({"abcd", "y\nz"});
+    EXPECT_EQ(textOf(table), "\\x1b  x\nabcd  y\\nz\n");
+}
+
+TEST(TextTable, PrintsNothingWithoutRows) {
+    EXPECT_EQ(textOf(TextTable()), "");
+}
+
+}  // namespace
+}  // namespace tools

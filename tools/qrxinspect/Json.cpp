@@ -1,0 +1,49 @@
+#include "Json.h"
+
+namespace tools {
+namespace {
+
+using nlohmann::ordered_json;
+
+ordered_json toJson(const CDeviceInfo& device) {
+    return {{"id", idOf(device)},
+            {"name", device.getDeviceName()},
+            {"type", device.getComponentType()},
+            {"version", device.getVersion()},
+            {"outcome", nameOf(isSuccess(device) ? Report::Outcome::Success : Report::Outcome::Failure)},
+            {"message", device.getErrorMsg()}};
+}
+
+ordered_json toJson(const Report& report) {
+    ordered_json json{{"file", report.file},
+                      {"operation", nameOf(report.operation)},
+                      {"outcome", nameOf(report.outcome)},
+                      {"rebootRequired", report.rebootRequired},
+                      {"devices", ordered_json::array()},
+                      {"problem", report.problem},
+                      {"text", report.text}};
+    for (const CDeviceInfo& device : report.devices) {
+        json["devices"].push_back(toJson(device));
+    }
+    return json;
+}
+
+}  // namespace
+
+void printJson(std::ostream& out, const ordered_json& value) {
+    constexpr int kIndent = 2;
+    constexpr bool kAsciiOnly = true;
+    out << value.dump(kIndent, ' ', kAsciiOnly, ordered_json::error_handler_t::replace) << '\n';
+}
+
+ordered_json toJson(const std::vector<Report>& reports) {
+    ordered_json list = ordered_json::array();
+    ordered_json counts{{"success", 0}, {"failure", 0}, {"damaged", 0}, {"unreadable", 0}};
+    for (const Report& report : reports) {
+        list.push_back(toJson(report));
+        counts[nameOf(report.outcome)] = counts[nameOf(report.outcome)].get<int>() + 1;
+    }
+    return {{"reports", list}, {"counts", counts}};
+}
+
+}  // namespace tools

@@ -1,0 +1,101 @@
+#include "Printable.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+
+namespace tools {
+namespace {
+
+/** One character of a UTF-8 text; length 0 where the bytes are none. */
+struct Character {
+    std::uint32_t code = 0;
+    std::size_t length = 0;
+};
+
+std::uint32_t byteAt(std::string_view text, std::size_t index) {
+    return static_cast<unsigned char>(text[index]);
+}
+
+/** The first character of a text that is not empty; refuses overlong forms, surrogates and what lies beyond.
+ */
+Character firstCharacter(std::string_view text) {
+    const std::uint32_t lead = byteAt(text, 0);
+    if (lead < 0x80) {
+        return {lead, 1};
+    }
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
+        return {};
+    }
+    std::uint32_t code = lead & (0x7Fu >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byteAt(text, i) & 0xC0u) != 0x80) {
+            return {};
+        }
+        code = code << 6 | (byteAt(text, i) & 0x3Fu);
+    }
+    constexpr std::array<std::uint32_t, 5> kSmallest{0, 0, 0x80, 0x800, 0x10000};
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    return code < kSmallest[length] || surrogate || code > 0x10FFFF ? Character{} : Character{code, length};
+}
+
+bool between(std::uint32_t code, std::uint32_t first, std::uint32_t last) {
+    return first <= code && code <= last;
+}
+
+/** Control characters, and the invisible ones that turn the direction, join or break lines. */
+bool steers(std::uint32_t code) {
+    return code < 0x20 || between(code, 0x7F, 0x9F) || code == 0x061C || between(code, 0x200B, 0x200F) ||
+           between(code, 0x2028, 0x202E) || between(code, 0x2060, 0x206F) || code == 0xFEFF ||
+           between(code, 0xE0000, 0xE007F);
+}
+
+std::string hexadecimal(const char* format, std::uint32_t value) {
+    std::array<char, 16> buffer{};
+    std::snprintf(buffer.data(), buffer.size(), format, static_cast<unsigned int>(value));
+    return buffer.data();
+}
+
+std::string escaped(std::uint32_t code) {
+    switch (code) {
+        case '\n':
+            return "\\n";
+        case '\r':
+            return "\\r";
+        case '\t':
+            return "\\t";
+        default:
+            return hexadecimal(code < 0x80 ? "\\x%02x" : "\\u%04x", code);
+    }
+}
+
+}  // namespace
+
+std::string toPrintable(std::string_view text) {
+    std::string printable;
+    printable.reserve(text.size());
+    while (!text.empty()) {
+        const Character character = firstCharacter(text);
+        if (character.length == 0) {
+            printable += hexadecimal("\\x%02x", byteAt(text, 0));
+            text.remove_prefix(1);
+            continue;
+        }
+        if (steers(character.code)) {
+            printable += escaped(character.code);
+        } else {
+            printable += text.substr(0, character.length);
+        }
+        text.remove_prefix(character.length);
+    }
+    return printable;
+}
+
+std::size_t columnsOf(std::string_view printable) {
+    const auto startsCharacter = [](char c) { return (static_cast<unsigned char>(c) & 0xC0u) != 0x80; };
+    return static_cast<std::size_t>(std::count_if(printable.begin(), printable.end(), startsCharacter));
+}
+
+}  // namespace tools

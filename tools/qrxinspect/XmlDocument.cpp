@@ -1,0 +1,123 @@
+#include "XmlDocument.h"
+
+#include "XmlText.h"
+
+#include <memory>
+#include <optional>
+
+namespace tools {
+namespace {
+
+constexpr int kParseOptions =
+    XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
+
+struct ParserContextDeleter {
+    void operator()(xmlParserCtxt* context) const { xmlFreeParserCtxt(context); }
+};
+using ParserContextPtr = std::unique_ptr<xmlParserCtxt, ParserContextDeleter>;
+
+Problem problemOf(const xmlError& error) {
+    const std::string message = error.message == nullptr ? "" : error.message;
+    return {"not well-formed XML, line " + std::to_string(error.line) + ": " +
+            message.substr(0, message.find('\n'))};
+}
+
+/** A parser that prints nothing and keeps its first error: those that follow tell of the first one's wake. */
+class QuietParser {
+public:
+    QuietParser() : context_(xmlNewParserCtxt()) {
+        if (context_) {
+            context_->_private = this;
+            context_->sax->serror = [](void* context, auto* error) {
+                static_cast<QuietParser*>(static_cast<xmlParserCtxt*>(context)->_private)->keep(*error);
+            };
+        }
+    }
+
+    Result<XmlDocPtr> parse(std::string_view text) {
+        if (!context_) {
+            return Problem{"no memory for a parser"};
+        }
+        XmlDocPtr document(xmlCtxtReadMemory(context_.get(), text.data(), static_cast<int>(text.size()),
+                                             nullptr, nullptr, kParseOptions));
+        if (document) {
+            return document;
+        }
+        return firstError_.value_or(Problem{"not well-formed XML"});
+    }
+
+private:
+    void keep(const xmlError& error) {
+        if (!firstError_ && error.level >= XML_ERR_ERROR) {
+            firstError_ = problemOf(error);
+        }
+    }
+
+    ParserContextPtr context_;
+    std::optional<Problem> firstError_;
+};
+
+}  // namespace
+
+Result<XmlDocPtr> parseDocument(std::string_view text) {
+    if (text.empty()) {
+        return Problem{"is empty"};
+    }
+    Result<XmlDocPtr> document = QuietParser().parse(text);
+    if (document && (*document)->intSubset != nullptr) {
+        return Problem{"carries a document type declaration"};
+    }
+    return document;
+}
+
+Result<XmlDocPtr> parseDocumentOf(std::string_view text, const char* rootName) {
+    Result<XmlDocPtr> document = parseDocument(text);
+    if (!document) {
+        return document;
+    }
+    const std::string root = rootNameOf(**document);
+    if (root != rootName) {
+        return Problem{"the root element is \"" + root + "\", not \"" + rootName + "\""};
+    }
+    return document;
+}
+
+std::string rootNameOf(const xmlDoc& document) {
+    const xmlNode* const root = xmlDocGetRootElement(&document);
+    const std::string name = asChars(root->name);
+    return root->ns == nullptr ? name : "{" + textOrEmpty(root->ns->href) + "}" + name;
+}
+
+std::vector<const xmlNode*> childElements(const xmlNode& parent) {
+    std::vector<const xmlNode*> elements;
+    for (const xmlNode* child = parent.children; child != nullptr; child = child->next) {
+        if (child->type == XML_ELEMENT_NODE) {
+            elements.push_back(child);
+        }
+    }
+    return elements;
+}
+
+std::vector<const xmlNode*> childElements(const xmlNode& parent, const char* name) {
+    std::vector<const xmlNode*> elements = childElements(parent);
+    std::erase_if(elements, [name](const xmlNode* element) { return !isNamed(*element, name); });
+    return elements;
+}
+
+bool isNamed(const xmlNode& element, const char* name) {
+    return xmlStrEqual(element.name, asXmlChars(name)) != 0;
+}
+
+std::string attributeOf(const xmlNode& element, const char* name) {
+    return textOrEmpty(XmlCharPtr(xmlGetNoNsProp(&element, asXmlChars(name))).get());
+}
+
+std::string contentOf(const xmlNode& node) {
+    return textOrEmpty(XmlCharPtr(xmlNodeGetContent(&node)).get());
+}
+
+long lineOf(const xmlNode& element) {
+    return xmlGetLineNo(&element);
+}
+
+}  // namespace tools
