@@ -17,7 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kHuge = 50'000'000;
-constexpr std::chrono::seconds kLongEnough{1};  // for a program that does not wait
+constexpr std::chrono::seconds kLongEnough{3};  // for a program that does not wait
 
 class PackageDescription : public testing::Test {
 protected:
@@ -118,12 +118,12 @@ TEST_F(PackageDescription, AReaderThatFetchesIsCaught) {
     test::Command command;
     command.arguments = {XMLLINT, "--noent", "--loaddtd", "package.xml"};
     command.workingDirectory = place_.directory();
-    command.deadline = kLongEnough;
     run(command);
     EXPECT_TRUE(server.wasAsked());
 
     makeFifo("package.dtd");
     writePackage(fetchingPackage(""));
+    command.deadline = kLongEnough;
     EXPECT_TRUE(run(command).timedOut);
 }
 
@@ -145,9 +145,10 @@ TEST_F(PackageDescription, InventoryFromTheLibraryFetchesNothing) {
 
 TEST_F(PackageDescription, AFifoInItsPlaceIsWaitedFor) {
     makeFifo("package.xml");
-    test::Command command = place_.command({"-i"});
+    test::Command command = place_.command({"-d", "-i"});
     command.deadline = kLongEnough;
     EXPECT_TRUE(run(command).timedOut);
+    EXPECT_TRUE(place_.log().ends_with(" CSoftwareComponentInfo::Init() Entering\n")) << place_.log();
 }
 
 /** The log of an inventory without a description, from a folder whose name getCurrentDirectory gives as

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <string>
+#include <thread>
 
 namespace test {
 
-/** A web server's port on this host that answers nobody, and knows whether somebody came. */
+/** A web server's port on this host that hangs up on everybody, and knows whether somebody came. */
 class TrapServer {
 public:
     TrapServer();
@@ -16,10 +18,14 @@ public:
     std::string url() const;
 
     /** True when a connection was opened. */
-    bool wasAsked() const;
+    bool wasAsked() const { return asked_; }
 
 private:
+    void hangUpOnEverybody();
+
     int socket_;
+    std::atomic<bool> asked_ = false;
+    std::thread hangingUp_;
 };
 
 }  // namespace test
