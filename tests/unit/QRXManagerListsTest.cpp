@@ -1,0 +1,205 @@
+// The manager over operations of the test's own, which return the lists that a test sets: the CQRXInventory
+// and the CQRXExecution that this program is built with are the ones below.
+#include "ManagerRun.h"
+#include "QRXInventory.h"
+#include "QRXManager.h"
+#include "QRXUpdate.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <new>
+
+namespace {
+
+struct Operations {
+    std::vector<CDeviceInfo*> inventory;
+    std::vector<CDeviceInfo*> update;
+    std::string calls;  // a letter per call: I and U made, i and u run, X and Y deleted
+};
+
+Operations operations;
+
+/** The records that a test wants to see deleted, and which of them were. */
+std::array<const void*, 4> watched{};
+std::array<bool, 4> deleted{};
+
+void noteDeletion(const void* memory) {
+    for (std::size_t i = 0; i < watched.size(); ++i) {
+        deleted[i] = deleted[i] || (memory != nullptr && memory == watched[i]);
+    }
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    if (void* memory = std::malloc(size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size);
+}
+
+void operator delete(void* memory) noexcept {
+    noteDeletion(memory);
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    noteDeletion(memory);
+    std::free(memory);
+}
+
+CQRXInventory::CQRXInventory() {
+    operations.calls += 'I';
+}
+
+CQRXInventory::~CQRXInventory() {
+    operations.calls += 'X';
+}
+
+std::vector<CDeviceInfo*> CQRXInventory::GetInventory() {
+    operations.calls += 'i';
+    return operations.inventory;
+}
+
+CQRXExecution::CQRXExecution() {
+    operations.calls += 'U';
+}
+
+CQRXExecution::~CQRXExecution() {
+    operations.calls += 'Y';
+}
+
+std::vector<CDeviceInfo*> CQRXExecution::Update() {
+    operations.calls += 'u';
+    return operations.update;
+}
+
+namespace test {
+namespace {
+
+using ::testing::ElementsAre;
+
+/** A failed record, watched at this place. */
+CDeviceInfo* record(std::size_t place) {
+    auto* device = new CDeviceInfo;
+    device->setErrorMsg("record " + std::to_string(place));
+    watched[place] = device;
+    return device;
+}
+
+/** Which of the watched records were deleted, by their places. */
+std::string deletions() {
+    std::string places;
+    for (std::size_t i = 0; i < deleted.size(); ++i) {
+        places += deleted[i] ? std::to_string(i) : "";
+    }
+    return places;
+}
+
+class QRXManagerLists : public ::testing::Test {
+protected:
+    /** Sets the lists, runs the manager to its end and prints the operations' calls and the deletions. */
+    ManagerOutcome run(const std::vector<std::string>& arguments, std::size_t inventoried,
+                       std::size_t updated) const {
+        return folder_.inFolder([&] {
+            for (std::size_t i = 0; i < inventoried + updated; ++i) {
+                (i < inventoried ? operations.inventory : operations.update).push_back(record(i));
+            }
+            int result = 0;
+            {
+                CQRXManager manager;
+                result = updateInventory(manager, arguments);
+                EXPECT_EQ(deletions(), "") << "before the manager goes";
+            }
+            std::cout << operations.calls << " deleted:" << deletions();
+            return ::testing::Test::HasFailure() ? 2 : result;
+        });
+    }
+
+    ManagerRun folder_;
+};
+
+constexpr const char* kInventoryOfOne =
+    R"(<?xml version="1.0" encoding="UTF-8"?><SVMInventory lang="en"><SPStatus result = "false" >)"
+    R"(<Message id="0">record 0</Message></SPStatus></SVMInventory>)";
+
+TEST_F(QRXManagerLists, EmptyInventoryIsAFailureWithoutAReport) {
+    const ManagerOutcome outcome = run({"-i", "-d", "-o", "report.xml"}, 0, 0);
+    EXPECT_EQ(outcome.result, 0);
+    EXPECT_EQ(outcome.output, "IiX deleted:");
+    EXPECT_EQ(readFile(folder_ / "report.xml"), "");
+    EXPECT_THAT(folder_.messages("debug.log"),
+                ElementsAre("CQRXManager::UpdateInventory() Logger initialized",
+                            "CQRXManager::Inventory() Inventory Started",
+                            "CQRXManager::Inventory() Zero devices Inventoried ",
+                            "CQRXManager::isInventory() Inventory failed"));
+}
+
+TEST_F(QRXManagerLists, EmptyInventoryWithoutAFileLeavesStandardOutputEmpty) {
+    EXPECT_EQ(run({"-i"}, 0, 0).output, "IiX deleted:");
+}
+
+TEST_F(QRXManagerLists, EmptyInventoryKeepsTheUpdateBack) {
+    const ManagerOutcome outcome = run({"-i", "-u"}, 0, 1);
+    EXPECT_EQ(outcome.result, 0);
+    EXPECT_EQ(outcome.output, "IiX deleted:");
+}
+
+TEST_F(QRXManagerLists, EmptyUpdateIsAFailureWithoutAReport) {
+    const ManagerOutcome outcome = run({"-u", "-d", "-o", "report.xml"}, 0, 0);
+    EXPECT_EQ(outcome.result, 0);
+    EXPECT_EQ(outcome.output, "UuY deleted:");
+    EXPECT_EQ(readFile(folder_ / "report.xml"), "");
+    EXPECT_THAT(folder_.messages("debug.log"),
+                ElementsAre("CQRXManager::UpdateInventory() Logger initialized",  //
+                            "CQRXManager::Update() Update Started",               //
+                            "CQRXManager::Update Zero devices Updated ",          //
+                            "CQRXManager::isUpdate() Update failed"));
+}
+
+TEST_F(QRXManagerLists, EmptyUpdateAfterAnInventoryKeepsTheInventorysReport) {
+    const ManagerOutcome outcome = run({"-i", "-u"}, 1, 0);
+    EXPECT_EQ(outcome.result, 0);
+    EXPECT_EQ(outcome.output, std::string(kInventoryOfOne) + "IiXUuY deleted:");
+}
+
+TEST_F(QRXManagerLists, RecordsAreDeletedWithTheManager) {
+    const ManagerOutcome outcome = run({"-i"}, 2, 0);
+    EXPECT_EQ(outcome.result, 1);
+    EXPECT_EQ(outcome.output,
+              R"(<?xml version="1.0" encoding="UTF-8"?><SVMInventory lang="en">)"
+              R"(<SPStatus result = "false" ><Message id="0">record 0</Message></SPStatus>)"
+              R"(<SPStatus result = "false" ><Message id="0">record 1</Message></SPStatus></SVMInventory>)"
+              "IiX deleted:01");
+}
+
+TEST_F(QRXManagerLists, OnlyTheRecordsOfTheLastListAreDeleted) {
+    const ManagerOutcome outcome = run({"-i", "-u"}, 2, 2);
+    EXPECT_EQ(outcome.result, 1);
+    EXPECT_THAT(outcome.output, ::testing::EndsWith("</SVMExecution>IiXUuY deleted:23"));
+}
+
+TEST_F(QRXManagerLists, RecordsOfAnUpdateAloneAreDeleted) {
+    const ManagerOutcome outcome = run({"-u"}, 0, 1);
+    EXPECT_EQ(outcome.result, 1);
+    EXPECT_EQ(outcome.output,
+              R"(<?xml version="1.0" encoding="UTF-8"?><SVMExecution lang="en"><SPStatus result = "false" >)"
+              R"(<Message id="0">record 0</Message></SPStatus></SVMExecution>UuY deleted:0)");
+}
+
+TEST_F(QRXManagerLists, ManagerThatRanNothingHasNothingToDelete) {
+    const ManagerOutcome outcome = run({"-f"}, 1, 1);
+    EXPECT_EQ(outcome.result, 1);
+    EXPECT_EQ(outcome.output, " deleted:");
+}
+
+}  // namespace
+}  // namespace test
