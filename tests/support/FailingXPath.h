@@ -1,0 +1,15 @@
+#pragma once
+
+namespace test {
+
+/** While it lives, libxml2 makes no XPath context, as if no memory was left. Linking this puts it in front of
+ *  the library's function. */
+class FailingXPathContext {
+public:
+    FailingXPathContext();
+    ~FailingXPathContext();
+    FailingXPathContext(const FailingXPathContext&) = delete;
+    FailingXPathContext& operator=(const FailingXPathContext&) = delete;
+};
+
+}  // namespace test
