@@ -1,6 +1,5 @@
 #include "Command.h"
 #include "Repository.h"
-#include "Users.h"
 
 #include <iostream>
 
@@ -15,10 +14,7 @@ public:
     vtek::Status run(const Context& context) override {
         VTEK_ASSIGN(const vtek::Root root, context.openRoot());
         VTEK_ASSIGN(vtek::Repository repository, vtek::Repository::open(root));
-        vtek::HistoryEntry entry;
-        entry.realUser = vtek::realUser();
-        entry.loginUser = vtek::loginUser();
-        VTEK_ASSIGN(const vtek::Generation undone, repository.rollBack(std::move(entry)));
+        VTEK_ASSIGN(const vtek::Generation undone, repository.rollBack());
         std::cout << "component " << undone.componentId << " is back from " << undone.version << " to "
                   << undone.replacedVersion << '\n';
         return {};

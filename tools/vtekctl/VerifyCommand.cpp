@@ -40,7 +40,8 @@ public:
 
 private:
     void print(const vtek::CheckedPayload& checked) const {
-        const auto& [payload, signature, manifest, override] = checked;
+        const auto& [payload, signature, manifest, fit] = checked;
+        const bool override = fit == vtek::Fit::ByOverride;
         if (json_) {
             std::cout << nlohmann::json{{"componentID", manifest.componentId},
                                         {"version", manifest.version},

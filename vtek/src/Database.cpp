@@ -17,9 +17,9 @@ ErrorNumber numberOf(int code) {
         case SQLITE_NOTADB:
             return ErrorNumber::StateCorrupt;
         case SQLITE_READONLY:
+            return ErrorNumber::RepositoryUnwritable;
         case SQLITE_FULL:
-        case SQLITE_IOERR:
-            return ErrorNumber::CommitFailed;
+            return ErrorNumber::NoSpace;
         default:
             return ErrorNumber::StateUnreadable;
     }

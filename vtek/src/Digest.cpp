@@ -25,13 +25,14 @@ Digest::Digest() : context_(EVP_MD_CTX_new()) {
     require(EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr));
 }
 
-void Digest::update(const void* data, std::size_t size) {
-    require(EVP_DigestUpdate(context_.get(), data, size));
+void Digest::update(const void* data, std::size_t size) noexcept {
+    outcome_ &= EVP_DigestUpdate(context_.get(), data, size);
 }
 
 std::string Digest::hex() {
     std::array<unsigned char, EVP_MAX_MD_SIZE> raw{};
     unsigned int size = 0;
+    require(outcome_);
     require(EVP_DigestFinal_ex(context_.get(), raw.data(), &size));
 
     constexpr char kDigits[] = "0123456789abcdef";

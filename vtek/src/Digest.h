@@ -15,7 +15,7 @@ class Digest {
 public:
     Digest();
 
-    void update(const void* data, std::size_t size);
+    void update(const void* data, std::size_t size) noexcept;
 
     /** The digest of everything so far, 64 lower-case hexadecimal digits; call it once. */
     std::string hex();
@@ -25,6 +25,7 @@ private:
         void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
     };
     std::unique_ptr<EVP_MD_CTX, Free> context_;
+    int outcome_ = 1;  // of every step so far
 };
 
 /** SHA-256 of what a descriptor holds from where it stands to its end; the number is for a failed read. */

@@ -103,13 +103,17 @@ Result<std::optional<std::string>> Inventory::version(std::string_view component
     return found ? std::optional(query.text(0)) : std::nullopt;
 }
 
-Result<bool> Inventory::setVersion(std::string_view componentId, std::string_view version) {
+Status Inventory::setVersion(std::string_view componentId, std::string_view version) {
     VTEK_ASSIGN(Statement change,
                 database_.prepare(std::string("UPDATE application SET version = ?2 WHERE id = ") +
                                   kFirstApplication));
     VTEK_TRY(change.bind(1, componentId).bind(2, version).run());
     VTEK_ASSIGN(const std::int64_t count, database_.number("SELECT changes()"));
-    return count == 1;
+    if (count == 0) {
+        return Error{ErrorNumber::ComponentUnknown,
+                     "the controller's inventory has no component " + std::string(componentId)};
+    }
+    return {};
 }
 
 Status Inventory::forEach(const std::function<void(const InventoryDevice&)>& visit) {

@@ -45,8 +45,8 @@ public:
     /** The version of the component's first application; absent when the inventory does not hold one. */
     Result<std::optional<std::string>> version(std::string_view componentId);
 
-    /** Changes that version. @return whether the component was there */
-    Result<bool> setVersion(std::string_view componentId, std::string_view version);
+    /** Changes that version; a component that the inventory does not hold is a failure. */
+    Status setVersion(std::string_view componentId, std::string_view version);
 
     /** Hands every device to a visitor, one at a time, so that any number of them needs little memory. */
     Status forEach(const std::function<void(const InventoryDevice&)>& visit);

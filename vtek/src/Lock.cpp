@@ -52,7 +52,7 @@ Result<UniqueFd> openLockFile(const Root& root) {
     if (!file) {
         return systemError(ErrorNumber::RepositoryUnwritable, "open " + root.path() + "/" + kLockFile);
     }
-    VTEK_TRY(root.checkFile(kLockFile, ErrorNumber::RepositoryUnwritable));
+    VTEK_TRY(root.checkFile(kLockFile, Root::Presence::Required, ErrorNumber::RepositoryUnwritable));
     return file;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Manifest.h"
 #include "Payload.h"
+#include "Policy.h"
 #include "Root.h"
 #include "Settings.h"
 #include "Signature.h"
@@ -17,7 +18,7 @@ struct CheckedPayload {
     Payload payload;
     VerifiedSignature signature;
     Manifest manifest;
-    bool override;  ///< below the version floor, and allowed once
+    Fit fit;
 };
 
 /**

@@ -1,7 +1,9 @@
 #include "Repository.h"
 
 #include "Inventory.h"
+#include "Policy.h"
 #include "Tree.h"
+#include "Users.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -24,6 +26,32 @@ Error notDurable(const char* what) {
     return systemError(errno == ENOSPC ? ErrorNumber::NoSpace : ErrorNumber::SyncFailed, what);
 }
 
+/** Whatever keeps a transaction from its end is a failed commit, unless it has a name of its own. */
+Error commitError(const Error& error) {
+    switch (error.number) {
+        case ErrorNumber::ComponentUnknown:
+            return {ErrorNumber::ComponentGone, error.message + " any more"};
+        case ErrorNumber::ChassisMismatch:
+        case ErrorNumber::VersionBelowFloor:
+            return error;
+        default:
+            return {ErrorNumber::CommitFailed, error.message};
+    }
+}
+
+HistoryEntry describe(const char* outcome, const Generation& generation) {
+    HistoryEntry entry;
+    entry.outcome = outcome;
+    entry.componentId = generation.componentId;
+    entry.fromVersion = generation.replacedVersion;
+    entry.toVersion = generation.version;
+    entry.signer = generation.signer;
+    entry.payloadDigest = generation.payloadDigest;
+    entry.realUser = realUser();
+    entry.loginUser = loginUser();
+    return entry;
+}
+
 }  // namespace
 
 Result<Repository> Repository::open(const Root& root) {
@@ -42,7 +70,12 @@ Result<Repository> Repository::open(const Root& root) {
 Repository::~Repository() {
     if (staging_ && number_ != 0) {
         removeTree(staging_.get(), std::to_string(number_));
+        tidyUp();
     }
+}
+
+void Repository::tidyUp() {
+    static_cast<void>(static_cast<bool>(removeUnnamed()));
 }
 
 Status Repository::recover() {
@@ -120,56 +153,47 @@ Status Repository::publish() {
     return {};
 }
 
-Status Repository::commit(Generation generation, HistoryEntry entry) {
-    VTEK_ASSIGN(Transaction transaction, Transaction::begin(store_.database()));
-    Inventory inventory(store_.database());
-    VTEK_ASSIGN(const auto replaced, inventory.version(generation.componentId));
-    if (!replaced) {
-        return Error{ErrorNumber::ComponentGone,
-                     "the controller's inventory has no component " + generation.componentId + " any more"};
+Status Repository::commit(const Manifest& manifest, const VerifiedSignature& signature) {
+    const Status written = writeUpdate(manifest, signature);
+    if (!written) {
+        return commitError(written.error());
     }
-    generation.number = number_;
-    generation.replacedVersion = *replaced;
-    if (auto changed = inventory.setVersion(generation.componentId, generation.version); !changed) {
-        return changed.error();
-    }
-    VTEK_TRY(store_.addGeneration(generation));
-    if (entry.override) {
-        VTEK_TRY(store_.clearSetting("allow-version"));
-    }
-    entry.outcome = "updated";
-    entry.generation = generation.number;
-    entry.componentId = generation.componentId;
-    entry.fromVersion = generation.replacedVersion;
-    entry.toVersion = generation.version;
-    entry.signer = generation.signer;
-    entry.payloadDigest = generation.payloadDigest;
-    VTEK_TRY(store_.appendHistory(entry));
-    VTEK_TRY(transaction.commit());
     // In force now, whatever happens below; what cannot be removed is removed by the next update.
-    static_cast<void>(static_cast<bool>(removeUnnamed()));
+    number_ = 0;
+    tidyUp();
     return {};
 }
 
-Result<Generation> Repository::rollBack(HistoryEntry entry) {
+Status Repository::writeUpdate(const Manifest& manifest, const VerifiedSignature& signature) {
+    VTEK_ASSIGN(Transaction transaction, Transaction::begin(store_.database()));
+    VTEK_ASSIGN(const Fit fit, checkPolicy(store_, manifest));
+    Inventory inventory(store_.database());
+    VTEK_ASSIGN(const auto replaced, inventory.version(manifest.componentId));
+    const Generation generation{number_,          manifest.componentId,
+                                manifest.version, replaced.value_or(""),
+                                signature.digest, signature.signer};
+    VTEK_TRY(inventory.setVersion(generation.componentId, generation.version));
+    VTEK_TRY(store_.addGeneration(generation));
+    if (fit == Fit::ByOverride) {
+        VTEK_TRY(store_.clearSetting("allow-version"));
+    }
+    HistoryEntry entry = describe("updated", generation);
+    entry.generation = generation.number;
+    entry.override = fit == Fit::ByOverride;
+    VTEK_TRY(store_.appendHistory(entry));
+    return transaction.commit();
+}
+
+Result<Generation> Repository::rollBack() {
     VTEK_ASSIGN(Transaction transaction, Transaction::begin(store_.database()));
     VTEK_ASSIGN(Generation undone, store_.dropGeneration());
-    VTEK_ASSIGN(const bool changed,
-                Inventory(store_.database()).setVersion(undone.componentId, undone.replacedVersion));
-    if (!changed) {
-        return Error{ErrorNumber::ComponentGone,
-                     "the controller's inventory has no component " + undone.componentId + " any more"};
-    }
+    VTEK_TRY(Inventory(store_.database()).setVersion(undone.componentId, undone.replacedVersion));
+    HistoryEntry entry = describe("rolled back", undone);
     VTEK_ASSIGN(entry.generation, store_.currentGeneration());
-    entry.outcome = "rolled back";
-    entry.componentId = undone.componentId;
-    entry.fromVersion = undone.version;
-    entry.toVersion = undone.replacedVersion;
-    entry.signer = undone.signer;
-    entry.payloadDigest = undone.payloadDigest;
+    std::swap(entry.fromVersion, entry.toVersion);
     VTEK_TRY(store_.appendHistory(entry));
     VTEK_TRY(transaction.commit());
-    static_cast<void>(static_cast<bool>(removeUnnamed()));
+    tidyUp();
     return undone;
 }
 

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "Lock.h"
+#include "Manifest.h"
 #include "Root.h"
 #include "Settings.h"
+#include "Signature.h"
 #include "Store.h"
 
 #include <cstdint>
@@ -26,7 +28,7 @@ public:
     Repository(Repository&&) = default;
     Repository& operator=(Repository&&) = delete;
 
-    /** Removes the staging folder that is not published. */
+    /** Removes what was staged or published and is not in force. */
     ~Repository();
 
     Store& store() { return store_; }
@@ -47,15 +49,14 @@ public:
     Status publish();
 
     /**
-     * The commit point: one transaction puts the published generation in force, changes the controller's
-     * inventory and writes the history. Afterwards older generations are removed, but the one before.
-     *
-     * @param entry  everything but versions replaced and generation number, which are filled in
+     * The commit point: one transaction decides once more whether the manifest fits the chassis, puts the
+     * published generation in force, changes the controller's inventory and writes the history. Afterwards
+     * older generations are removed, but the one before.
      */
-    Status commit(Generation generation, HistoryEntry entry);
+    Status commit(const Manifest& manifest, const VerifiedSignature& signature);
 
     /** Puts the previous generation in force again, the inventory's version and the history with it. */
-    Result<Generation> rollBack(HistoryEntry entry);
+    Result<Generation> rollBack();
 
 private:
     Repository(Lock lock, Store store, UniqueFd staging, UniqueFd generations)
@@ -65,7 +66,9 @@ private:
           generations_(std::move(generations)) {}
 
     Status recover();
+    void tidyUp();
     Result<int> removeUnnamed();
+    Status writeUpdate(const Manifest& manifest, const VerifiedSignature& signature);
 
     Lock lock_;
     Store store_;

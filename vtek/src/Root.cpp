@@ -29,9 +29,9 @@ Result<std::filesystem::path> absolutePath(const std::string& path) {
 }
 
 /** A folder above the root: open to all only when sticky, so that nobody can rename what others own. */
-Status checkParent(const struct stat& info, uid_t caller, const std::string& name) {
-    if ((info.st_mode & S_ISVTX) != 0 && info.st_uid == 0) {
-        return {};
+Status checkParent(struct stat info, uid_t caller, const std::string& name) {
+    if ((info.st_mode & S_ISVTX) != 0) {
+        info.st_mode &= static_cast<mode_t>(~(S_IWGRP | S_IWOTH));
     }
     return checkOwner(info, caller, name, ErrorNumber::RootUnsafe);
 }
@@ -121,10 +121,13 @@ Result<UniqueFd> Root::openFolder(const char* name, ErrorNumber onFailure) const
     return folder;
 }
 
-Status Root::checkFile(const std::string& name, ErrorNumber onFailure) const {
+Status Root::checkFile(const std::string& name, Presence presence, ErrorNumber onFailure) const {
     const std::string shown = path_ + "/" + name;
     struct stat info {};
     if (fstatat(folder_.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (errno == ENOENT && presence == Presence::Optional) {
+            return {};
+        }
         return systemError(onFailure, shown);
     }
     if (!S_ISREG(info.st_mode) || info.st_nlink != 1) {

@@ -43,8 +43,11 @@ public:
     /** Opens one of the root's own folders after the same checks; the number is for a failure. */
     Result<UniqueFd> openFolder(const char* name, ErrorNumber onFailure) const;
 
-    /** Refuses a file of the root that is missing, a link, no plain file, or open to other writers. */
-    Status checkFile(const std::string& name, ErrorNumber onFailure) const;
+    /** Whether a file may be missing. */
+    enum class Presence { Required, Optional };
+
+    /** Refuses a file of the root that is a link, no plain file, or open to other writers. */
+    Status checkFile(const std::string& name, Presence presence, ErrorNumber onFailure) const;
 
 private:
     Root(std::string path, UniqueFd folder, uid_t caller)

@@ -1,9 +1,7 @@
 #include "Store.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <utility>
 
 namespace vtek {
@@ -44,17 +42,6 @@ std::string statePath(const Root& root) {
     return root.path() + "/" + kStateFile;
 }
 
-/** A journal beside the database is played back by SQLite, so it must be as trustworthy as the database. */
-Status checkJournal(const Root& root) {
-    const std::string journal = std::string(kStateFile) + "-journal";
-    if (faccessat(root.folder(), journal.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT) {
-        return {};
-    }
-    auto checked = root.checkFile(journal, ErrorNumber::StateUnreadable);
-    const bool vanished = !checked && errno == ENOENT;
-    return vanished ? Status() : checked;
-}
-
 Status checkLayout(Database& database) {
     VTEK_ASSIGN(const std::int64_t id, database.number("PRAGMA application_id"));
     VTEK_ASSIGN(const std::int64_t layout, database.number("PRAGMA user_version"));
@@ -74,19 +61,25 @@ Status Store::create(const Root& root) {
         return systemError(ErrorNumber::StateUnreadable, "make " + statePath(root));
     }
     VTEK_ASSIGN(Database database, Database::open(statePath(root), Database::Access::ReadWrite));
-    return database.execute(kSchema);
+    VTEK_TRY(database.execute(kSchema));
+    return syncFd(root.folder()) ? Status() : systemError(ErrorNumber::SyncFailed, "sync " + root.path());
 }
 
 Result<Store> Store::open(const Root& root, Mode mode) {
-    VTEK_TRY(root.checkFile(kStateFile, ErrorNumber::StateUnreadable));
-    VTEK_TRY(checkJournal(root));
+    VTEK_TRY(root.checkFile(kStateFile, Root::Presence::Required, ErrorNumber::StateUnreadable));
+    // A journal beside the database is played back by SQLite, so it must be as trustworthy as the database.
+    VTEK_TRY(root.checkFile(std::string(kStateFile) + "-journal", Root::Presence::Optional,
+                            ErrorNumber::StateUnreadable));
     if (mode == Mode::Read) {
         VTEK_ASSIGN(Database reader, Database::open(statePath(root), Database::Access::ReadOnly));
-        if (checkLayout(reader)) {
+        const Status layout = checkLayout(reader);
+        if (layout) {
             return Store(std::move(reader));
         }
-        // A process died inside its commit: only a writer may play its journal back. Where that is not
-        // possible either, the second look says why.
+        // A process died inside its commit: only a writer may play its journal back.
+        if (layout.error().number != ErrorNumber::RepositoryUnwritable) {
+            return layout.error();
+        }
     }
     VTEK_ASSIGN(Database database, Database::open(statePath(root), Database::Access::ReadWrite));
     VTEK_TRY(checkLayout(database));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <map>
 #include <string_view>
 #include <utility>
@@ -126,6 +127,9 @@ private:
     Status writeFile(const ArchiveEntry& entry, std::string* manifest) {
         VTEK_TRY(makeFolder(std::string(parentOf(entry.name))));
         const UniqueFd file = target_.createFile(placed(entry.name));
+        if (!file && errno == EEXIST) {
+            return repeated(entry.name);
+        }
         if (!file) {
             return systemError(ErrorNumber::UnpackFailed, "make the file " + shown(entry.name));
         }

@@ -4,9 +4,7 @@
 #include "Digest.h"
 #include "Progress.h"
 #include "Unpack.h"
-#include "Users.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -114,16 +112,7 @@ Status Update::commit() {
     const Manifest& manifest = checked_->manifest;
     VTEK_TRY(checkPackage(folder_, manifest, ErrorNumber::PackageChanged, ErrorNumber::PackageChanged));
     VTEK_TRY(repository_->publish());
-    Generation generation{};
-    generation.componentId = manifest.componentId;
-    generation.version = manifest.version;
-    generation.payloadDigest = checked_->signature.digest;
-    generation.signer = checked_->signature.signer;
-    HistoryEntry entry;
-    entry.override = checked_->override;
-    entry.realUser = realUser();
-    entry.loginUser = loginUser();
-    VTEK_TRY(repository_->commit(std::move(generation), std::move(entry)));
+    VTEK_TRY(repository_->commit(manifest, checked_->signature));
     step_ = Step::Committed;
     repository_.reset();
     return {};
