@@ -76,7 +76,7 @@ public:
 
 private:
     struct Impl;
-    Impl* m_pImpl;
+    [[maybe_unused]] Impl* m_pImpl;
 };
 
 /** Request and answer of OEMIPMIRequest; owned by the library. */
