@@ -14,8 +14,9 @@ XmlDocPtr parseXml(const char* text) {
     return XmlDocPtr(xmlParseMemory(text, static_cast<int>(length)));
 }
 
+/** Processing instructions and entity references have names, too, but are no elements. */
 bool isElement(const xmlNode* node, const char* name) {
-    return xmlStrcmp(node->name, asXmlChars(name)) == 0;
+    return node->type == XML_ELEMENT_NODE && xmlStrcmp(node->name, asXmlChars(name)) == 0;
 }
 
 XmlCharPtr attributeOf(const xmlNode* node, const char* name) {
