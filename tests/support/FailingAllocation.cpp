@@ -1,5 +1,7 @@
 #include "FailingAllocation.h"
 
+#include "AllocationWatch.h"
+
 #include <cstdlib>
 #include <new>
 #include <stdexcept>
@@ -15,7 +17,13 @@ bool failsNow(std::size_t size) {
 }
 
 void* allocate(std::size_t size) {
+    test::noteAllocation();
     return failsNow(size) ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
+
+void release(void* memory) {
+    test::noteDeletion(memory);
+    std::free(memory);
 }
 
 void* allocateOrThrow(std::size_t size) {
@@ -40,16 +48,16 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     return allocate(size);
 }
 void operator delete(void* memory) noexcept {
-    std::free(memory);
+    release(memory);
 }
 void operator delete[](void* memory) noexcept {
-    std::free(memory);
+    release(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    release(memory);
 }
 void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
+    release(memory);
 }
 
 namespace test {

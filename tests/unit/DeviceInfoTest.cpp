@@ -325,6 +325,7 @@ TEST_P(DeviceInfoEqualityField, IsComparedAsDocumented) {
     const CDeviceInfo unchanged;
     EXPECT_EQ(changed == unchanged, GetParam().equal);
     EXPECT_EQ(unchanged == changed, GetParam().equal);
+    EXPECT_EQ(unchanged.hash() == changed.hash(), GetParam().equal);
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, DeviceInfoEqualityField, ::testing::ValuesIn(kChanges),

@@ -1,3 +1,4 @@
+#include "AllocationWatch.h"
 #include "ChildProcess.h"
 #include "LogSource.h"
 #include "LogText.h"
@@ -5,37 +6,7 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <functional>
-#include <new>
-
-namespace {
-
-unsigned allocations = 0;
-
-}  // namespace
-
-// The whole program's allocations pass here, so that a test can count them.
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* memory = std::malloc(size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    ++allocations;
-    return std::malloc(size);
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace test {
 namespace {
@@ -100,12 +71,12 @@ TEST(LogSourceOfADisabledLog, AllocatesNothing) {
     constexpr const char* kLong = "a text that is much too long for the room that a string has inside itself";
     const std::string value(200, 'x');
     CLogger::GetInstance();  // made on first use
-    const unsigned before = allocations;
+    const std::size_t before = allocationCount();
     debugLog(kLong);
     debugLog({kLong, value, kLong});
     debugLog([&value] { return value + value; });
-    EXPECT_EQ(allocations - before, 0U);
-    EXPECT_GT(before, 0U) << "the counting operator new is not in use";
+    EXPECT_EQ(allocationCount(), before);
+    EXPECT_GT(before, 0U) << "allocations are not counted";
 }
 
 TEST(LogSourceOfADisabledLog, CreatesNoFile) {

@@ -1,29 +1,12 @@
 // What the manager does when there is no memory for an operation.
+#include "FailingAllocation.h"
 #include "ManagerRun.h"
+#include "QRXInventory.h"
 #include "QRXManager.h"
+#include "QRXUpdate.h"
 #include "VtekDouble.h"
 
 #include <gmock/gmock.h>
-
-#include <new>
-
-namespace {
-
-bool allocationFails = false;
-
-}  // namespace
-
-// The non-throwing form, with which the manager makes its operations.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    if (allocationFails) {
-        return nullptr;
-    }
-    try {
-        return ::operator new(size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
 
 namespace test {
 namespace {
@@ -32,15 +15,14 @@ using ::testing::ElementsAre;
 
 class QRXManagerWithoutMemory : public ::testing::Test {
 protected:
-    ManagerOutcome run(const std::vector<std::string>& arguments) const {
+    /** One run of the manager in which there is no memory for an object of this size. */
+    ManagerOutcome run(std::size_t size, const std::vector<std::string>& arguments) const {
         return folder_.inFolder([&] {
             VtekDouble vtek;
             vtek.observer = [this](const std::string&) { writeFile(folder_ / "library-was-called", ""); };
             CQRXManager manager;
-            allocationFails = true;
-            const int result = updateInventory(manager, arguments);
-            allocationFails = false;
-            return result;
+            const FailingAllocation failure(size);
+            return updateInventory(manager, arguments);
         });
     }
 
@@ -48,7 +30,7 @@ protected:
 };
 
 TEST_F(QRXManagerWithoutMemory, InventoryIsNotInitialized) {
-    const ManagerOutcome outcome = run({"-i", "-d", "-o", "report.xml"});
+    const ManagerOutcome outcome = run(sizeof(CQRXInventory), {"-i", "-d", "-o", "report.xml"});
     EXPECT_EQ(outcome.result, 0);
     EXPECT_THAT(folder_.messages("debug.log"),
                 ElementsAre("CQRXManager::UpdateInventory() Logger initialized",
@@ -60,7 +42,7 @@ TEST_F(QRXManagerWithoutMemory, InventoryIsNotInitialized) {
 }
 
 TEST_F(QRXManagerWithoutMemory, UpdateIsNotInitialized) {
-    const ManagerOutcome outcome = run({"-u", "-d", "-o", "report.xml"});
+    const ManagerOutcome outcome = run(sizeof(CQRXExecution), {"-u", "-d", "-o", "report.xml"});
     EXPECT_EQ(outcome.result, 0);
     EXPECT_THAT(folder_.messages("debug.log"),
                 ElementsAre("CQRXManager::UpdateInventory() Logger initialized",  //
@@ -72,7 +54,7 @@ TEST_F(QRXManagerWithoutMemory, UpdateIsNotInitialized) {
 }
 
 TEST_F(QRXManagerWithoutMemory, FailedInventoryKeepsTheUpdateBack) {
-    EXPECT_EQ(run({"-i", "-u", "-d"}).result, 0);
+    EXPECT_EQ(run(sizeof(CQRXInventory), {"-i", "-u", "-d"}).result, 0);
     EXPECT_EQ(folder_.messages("debug.log").back(), "CQRXManager::isInventory() Inventory failed");
 }
 

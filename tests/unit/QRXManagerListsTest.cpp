@@ -1,5 +1,6 @@
 // The manager over operations of the test's own, which return the lists that a test sets: the CQRXInventory
 // and the CQRXExecution that this program is built with are the ones below.
+#include "AllocationWatch.h"
 #include "ManagerRun.h"
 #include "QRXInventory.h"
 #include "QRXManager.h"
@@ -7,11 +8,7 @@
 
 #include <gmock/gmock.h>
 
-#include <array>
-#include <cstdlib>
 #include <iostream>
-#include <memory>
-#include <new>
 
 namespace {
 
@@ -23,38 +20,7 @@ struct Operations {
 
 Operations operations;
 
-/** The records that a test wants to see deleted, and which of them were. */
-std::array<const void*, 4> watched{};
-std::array<bool, 4> deleted{};
-
-void noteDeletion(const void* memory) {
-    for (std::size_t i = 0; i < watched.size(); ++i) {
-        deleted[i] = deleted[i] || (memory != nullptr && memory == watched[i]);
-    }
-}
-
 }  // namespace
-
-void* operator new(std::size_t size) {
-    if (void* memory = std::malloc(size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return std::malloc(size);
-}
-
-void operator delete(void* memory) noexcept {
-    noteDeletion(memory);
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    noteDeletion(memory);
-    std::free(memory);
-}
 
 CQRXInventory::CQRXInventory() {
     operations.calls += 'I';
@@ -87,19 +53,26 @@ namespace {
 
 using ::testing::ElementsAre;
 
-/** A failed record, watched at this place. */
+/** The operations' lists, one after the other. */
+std::vector<CDeviceInfo*> records() {
+    std::vector<CDeviceInfo*> all = operations.inventory;
+    all.insert(all.end(), operations.update.begin(), operations.update.end());
+    return all;
+}
+
+/** A failed record, watched; its message tells its place among the records. */
 CDeviceInfo* record(std::size_t place) {
     auto* device = new CDeviceInfo;
     device->setErrorMsg("record " + std::to_string(place));
-    watched[place] = device;
+    watchDeletion(device);
     return device;
 }
 
-/** Which of the watched records were deleted, by their places. */
+/** Which of the records were deleted, by their places. */
 std::string deletions() {
     std::string places;
-    for (std::size_t i = 0; i < deleted.size(); ++i) {
-        places += deleted[i] ? std::to_string(i) : "";
+    for (std::size_t i = 0; i < records().size(); ++i) {
+        places += wasDeleted(records()[i]) ? std::to_string(i) : "";
     }
     return places;
 }
