@@ -7,7 +7,7 @@
 namespace tools {
 namespace {
 
-constexpr std::size_t kShownBytes = 64 * 1024;
+constexpr std::size_t kShownBytes = std::size_t{64} * 1024;
 
 }  // namespace
 

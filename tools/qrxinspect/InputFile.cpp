@@ -13,6 +13,8 @@
 namespace tools {
 namespace {
 
+constexpr std::size_t kChunk = 65'536;
+
 Problem systemProblem() {
     return {std::generic_category().message(errno)};
 }
@@ -37,7 +39,7 @@ Result<std::string> readInput(const std::string& path) {
         return tooLarge();
     }
     std::string content;
-    std::array<char, 64 * 1024> buffer{};
+    std::array<char, kChunk> buffer{};
     while (const ssize_t count = read(file.get(), buffer.data(), buffer.size())) {
         if (count < 0) {
             return systemProblem();

@@ -1,6 +1,7 @@
 #include "BaseUtils.h"
 #include "LogSource.h"
 #include "TempDir.h"
+#include "WorkingDirectory.h"
 
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
@@ -10,21 +11,6 @@
 
 namespace tools {
 namespace {
-
-/** The working directory is another one while the object lives. */
-class WorkingDirectory {
-public:
-    explicit WorkingDirectory(const std::filesystem::path& folder)
-        : before_(std::filesystem::current_path()) {
-        std::filesystem::current_path(folder);
-    }
-    ~WorkingDirectory() { std::filesystem::current_path(before_); }
-    WorkingDirectory(const WorkingDirectory&) = delete;
-    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
-
-private:
-    std::filesystem::path before_;
-};
 
 TEST(BaseUtils, TheLogNeverMakesAFileOnceSilenced) {
     const test::TempDir folder;
@@ -44,7 +30,7 @@ TEST(BaseUtils, Libxml2PrintsNothingOnceSilenced) {
 
 TEST(BaseUtils, AMarkerFileThatIsAFifoIsAProblem) {
     const test::TempDir folder;
-    const WorkingDirectory inside(folder.path());
+    const test::WorkingDirectory inside(folder.path());
     ASSERT_EQ(mkfifo("enabledebug.txt", 0600), 0);
     ASSERT_NE(checkMarkerFile(), std::nullopt);
     EXPECT_EQ(checkMarkerFile()->message, "enabledebug.txt: is a FIFO");
@@ -52,7 +38,7 @@ TEST(BaseUtils, AMarkerFileThatIsAFifoIsAProblem) {
 
 TEST(BaseUtils, AnOrdinaryMarkerFileOrNoneIsFine) {
     const test::TempDir folder;
-    const WorkingDirectory inside(folder.path());
+    const test::WorkingDirectory inside(folder.path());
     EXPECT_EQ(checkMarkerFile(), std::nullopt);
     test::writeFile("enabledebug.txt", "");
     EXPECT_EQ(checkMarkerFile(), std::nullopt);
