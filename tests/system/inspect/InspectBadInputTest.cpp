@@ -1,0 +1,137 @@
+#include "InspectRun.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace test {
+namespace {
+
+/** A command line, and the file that it reads. */
+struct FileCommand {
+    std::vector<std::string> arguments;
+    std::string file;
+};
+
+const FileCommand kPackage{{"package"}, "package.xml"};
+const FileCommand kResult{{"result", "report.xml"}, "report.xml"};
+const FileCommand kPlugin{{"plugin", "PIEConfig.xml"}, "PIEConfig.xml"};
+
+std::string nameOf(const testing::TestParamInfo<FileCommand>& command) {
+    return command.param.arguments.front();
+}
+
+class BadInput : public testing::TestWithParam<FileCommand> {
+protected:
+    std::filesystem::path file() const { return folder_ / GetParam().file; }
+
+    /** The command ends with status 2 and with one line on standard error: what is wrong with the file. */
+    void expectProblem(const std::string& problem) const {
+        std::vector<std::string> arguments = GetParam().arguments;
+        arguments.insert(arguments.begin(), inspectProgram());
+        const Outcome outcome = run({.arguments = arguments,
+                                     .workingDirectory = folder_.path(),
+                                     .deadline = std::chrono::seconds(20)});
+        EXPECT_FALSE(outcome.timedOut);
+        EXPECT_EQ(outcome.exitStatus, 2);
+        EXPECT_EQ(outcome.output, "");
+        EXPECT_EQ(outcome.error, "qrxinspect: " + GetParam().file + ": " + problem + "\n");
+    }
+
+private:
+    const TempDir folder_;
+};
+
+TEST_P(BadInput, NoFile) {
+    expectProblem("No such file or directory");
+}
+
+TEST_P(BadInput, AFolder) {
+    std::filesystem::create_directory(file());
+    expectProblem("is not a regular file");
+}
+
+TEST_P(BadInput, AFifoThatNobodyWrites) {
+    ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
+    expectProblem("is not a regular file");
+}
+
+TEST_P(BadInput, ADevice) {
+    std::filesystem::create_symlink("/dev/zero", file());
+    expectProblem("is not a regular file");
+}
+
+TEST_P(BadInput, AnEmptyFile) {
+    writeFile(file(), "");
+    expectProblem("is empty");
+}
+
+TEST_P(BadInput, AGigabyte) {
+    writeFile(file(), "");
+    std::filesystem::resize_file(file(), std::uintmax_t{1024} * 1024 * 1024);
+    expectProblem("is larger than 16 MiB");
+}
+
+TEST_P(BadInput, NoXml) {
+    writeFile(file(), "hello\n");
+    expectProblem("not well-formed XML, line 1: Start tag expected, '<' not found");
+}
+
+TEST_P(BadInput, ADocumentType) {
+    writeFile(file(), "<!DOCTYPE a [<!ENTITY x SYSTEM \"/etc/hostname\">]><a>&x;</a>");
+    expectProblem("carries a document type declaration");
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEveryCommand, BadInput, testing::Values(kPackage, kResult, kPlugin), nameOf);
+
+std::string errorForAnotherRoot(const FileCommand& command) {
+    const TempDir folder;
+    writeFile(folder / command.file, "<other/>");
+    const Outcome outcome = inspect(folder.path(), command.arguments);
+    EXPECT_EQ(outcome.exitStatus, 2);
+    EXPECT_EQ(outcome.output, "");
+    return outcome.error;
+}
+
+TEST(InspectBadInput, AnotherRootElement) {
+    EXPECT_EQ(errorForAnotherRoot(kPackage),
+              "qrxinspect: package.xml: the root element is \"other\", not \"SoftwareComponent\"\n");
+    EXPECT_EQ(errorForAnotherRoot(kResult),
+              "qrxinspect: report.xml: the root element is \"other\", not that of a report\n");
+    EXPECT_EQ(errorForAnotherRoot(kPlugin),
+              "qrxinspect: PIEConfig.xml: the root element is \"other\", not \"PIEConfig\"\n");
+}
+
+TEST(InspectBadInput, APackageFolderThatIsNotThere) {
+    const Outcome outcome = inspect("/", {"package", "/nowhere/at/all"});
+    EXPECT_EQ(outcome.exitStatus, 2);
+    EXPECT_EQ(outcome.error, "qrxinspect: /nowhere/at/all/package.xml: No such file or directory\n");
+}
+
+TEST(InspectBadInput, AMarkerFileThatIsAFifoDoesNotHoldTheToolUp) {
+    const TempDir folder;
+    writeFile(folder / "package.xml", "<SoftwareComponent/>");
+    ASSERT_EQ(mkfifo((folder / "enabledebug.txt").c_str(), 0600), 0);
+    for (const char* command : {"package", "host"}) {
+        const Outcome outcome = run({.arguments = {inspectProgram(), command},
+                                     .workingDirectory = folder.path(),
+                                     .deadline = std::chrono::seconds(20)});
+        EXPECT_EQ(outcome.exitStatus, 2) << command;
+        EXPECT_NE(outcome.error.find("enabledebug.txt: is a FIFO\n"), std::string::npos) << outcome.error;
+    }
+}
+
+TEST(InspectBadInput, AWrongCommandLine) {
+    EXPECT_EQ(inspect("/", {}).exitStatus, 64);
+    EXPECT_EQ(inspect("/", {"unknown"}).exitStatus, 64);
+}
+
+TEST(InspectBadInput, AnOutputThatTakesNothing) {
+    const Outcome outcome = run({.arguments = {inspectProgram(), "host"},
+                                 .workingDirectory = "/",
+                                 .output = {.kind = Redirect::Kind::File, .path = "/dev/full"}});
+    EXPECT_EQ(outcome.exitStatus, 74);
+    EXPECT_EQ(outcome.error, "qrxinspect: the output could not be written\n");
+}
+
+}  // namespace
+}  // namespace test
