@@ -100,7 +100,7 @@ class Controller:
     """
 
     def __init__(self, folder):
-        self._path = os.path.join(folder, "controller")
+        self._path = os.path.join(folder, "controller.socket")
         self._listener = None
         self._connection = None
         self.answer = INVALID_COMMAND
@@ -120,8 +120,10 @@ class Controller:
         self._listener.listen()
         threading.Thread(target=self._serve, args=(self._listener,), daemon=True).start()
 
-    def await_connection(self):
+    def ensure_open(self):
         """Waits until the machine is connected, which tries once a second."""
+        if self._listener is None:
+            self.open()
         if not self._connected.wait(timeout=30):
             raise TimeoutError("the machine did not connect")
 
@@ -130,6 +132,7 @@ class Controller:
         os.unlink(self._path)
         self._listener.shutdown(socket.SHUT_RDWR)
         self._listener.close()
+        self._listener = None
         self._hang_up()
 
     def _serve(self, listener):
@@ -167,6 +170,7 @@ class Controller:
             connection.sendall(encode(request, self.answer))
 
     def _hang_up(self):
+        self._connected.clear()
         if self._connection is not None:
             try:
                 self._connection.shutdown(socket.SHUT_RDWR)

@@ -47,7 +47,7 @@ class ControllerTest(unittest.TestCase):
         self.machine = socket.socket(socket.AF_UNIX)
         self.addCleanup(self.machine.close)
         self.machine.settimeout(0.2)
-        self.machine.connect(f"{folder.name}/controller")
+        self.machine.connect(f"{folder.name}/controller.socket")
 
     def test_answers_and_keeps_a_request(self):
         self.controller.answer = Answer(0, b"\2\1")

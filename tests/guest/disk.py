@@ -66,17 +66,17 @@ class Cache:
 class Disk:
     """The disk of one boot.
 
-    `writes` counts what the machine wrote; with the write that `cut_at` named the disk is gone: it answers no more, and
-    `is_cut` is set.
+    `writes` counts what the machine wrote; `is_cut` is true from the write on that was named to `at_write`.
     """
 
     def __init__(self, folder, content):
         """A disk of these bytes; it listens in the folder."""
-        self._path = os.path.join(folder, "disk")
+        self._path = os.path.join(folder, "disk.socket")
         self._cache = Cache(content)
         self._last_write = None
+        self._at_last_write = None
         self.writes = 0
-        self.is_cut = threading.Event()
+        self.is_cut = False
         self._listener = socket.socket(socket.AF_UNIX)
         self._listener.bind(self._path)
         self._listener.listen()
@@ -95,9 +95,10 @@ class Disk:
         return ["-blockdev", f"driver=nbd,node-name=disk,server.type=unix,server.path={self._path}",
                 "-device", "virtio-blk-pci,drive=disk,write-cache=on"]
 
-    def cut_at(self, write):
-        """Lets the power fail at the given write from now, counted from 1: it is the last that the cache takes."""
+    def at_write(self, write, cut_power):
+        """Calls back at the given write from now, counted from 1: it is the last that the disk takes."""
         self._last_write = self.writes + write
+        self._at_last_write = cut_power
 
     def remains(self, seed):
         """The disk's bytes when the machine has lost its power; the seed decides what of the cache was saved."""
@@ -133,18 +134,15 @@ class Disk:
         if command == READ:
             data = self._cache.read(offset, length)
         elif command == WRITE:
-            self._write(offset, requests.read(length))
+            self._cache.write(offset, requests.read(length))
+            self.writes += 1
+            if self.writes == self._last_write:
+                self.is_cut = True
+                self._at_last_write()
+                return False
         elif command == FLUSH:
             self._cache.flush()
         else:
             return False
-        if self.is_cut.is_set():
-            return False
         connection.sendall(REPLY.pack(REPLY_MAGIC, 0, handle) + data)
         return True
-
-    def _write(self, offset, data):
-        self._cache.write(offset, data)
-        self.writes += 1
-        if self.writes == self._last_write:
-            self.is_cut.set()

@@ -1,5 +1,6 @@
 """A machine under QEMU that runs a real kernel and carries out command lines."""
 
+import base64
 import pathlib
 import shutil
 import socket
@@ -37,8 +38,9 @@ def skip_unless_possible(image):
     """Ends the test as skipped, with the reason, on a machine that cannot run a guest."""
     if shutil.which("qemu-system-x86_64") is None:
         skip("qemu-system-x86_64 is not installed")
-    if not image.kernel.exists():
-        skip("no kernel to boot: tests/guest/fetch-kernel has not run")
+    for part in (image.kernel, image.initramfs):
+        if not part.exists():
+            skip(f"{part} is missing; the test guest.image says why")
 
 
 def skip(reason):
@@ -53,8 +55,8 @@ class Guest:
     _BOARD = ["-accel", "tcg", "-M", "pc", "-cpu", "max", "-m", "512", "-nodefaults", "-no-user-config",
               "-display", "none", "-no-reboot"]
 
-    def __init__(self, image, devices=(), deadline=120):
-        """Powers on, with further QEMU arguments for devices; the guest is killed after `deadline` seconds."""
+    def __init__(self, image, devices=(), deadline=600):
+        """Powers on, with further QEMU arguments for devices; the guest is stopped after `deadline` seconds."""
         self._folder = tempfile.TemporaryDirectory(prefix="guest-")
         self._console = pathlib.Path(self._folder.name) / "console"
         self._wire, far_end = socket.socketpair()
@@ -68,7 +70,8 @@ class Guest:
              *devices],
             pass_fds=[far_end.fileno()], stdin=subprocess.DEVNULL)
         far_end.close()
-        self._deadline = threading.Timer(deadline, self._qemu.kill)
+        self._is_late = False
+        self._deadline = threading.Timer(deadline, self._stop_late)
         self._deadline.daemon = True
         self._deadline.start()
 
@@ -88,6 +91,17 @@ class Guest:
         self.begin(command)
         return self.finish()
 
+    def expect(self, command):
+        """Runs a shell command line that must succeed."""
+        outcome = self.run(command)
+        if outcome.status != 0:
+            raise AssertionError(f"{command}: {outcome}")
+        return outcome
+
+    def write(self, path, text):
+        """Makes a small file."""
+        self.expect(f"echo {base64.b64encode(text.encode()).decode()} | base64 -d >{path}")
+
     def begin(self, command):
         """Starts a shell command line and does not wait for it."""
         self._wire.sendall(command.encode() + b"\n")
@@ -97,10 +111,14 @@ class Guest:
         status, output_length, errors_length = map(int, self._line().split())
         return Outcome(status, self._bytes(output_length).decode(), self._bytes(errors_length).decode())
 
-    def kill(self):
-        """Takes the power away: nothing in the guest gets to finish."""
-        self._deadline.cancel()
+    def cut_power(self):
+        """Stops the machine where it is: nothing in the guest gets to finish."""
         self._qemu.kill()
+
+    def kill(self):
+        """Stops the machine and clears up after it."""
+        self._deadline.cancel()
+        self.cut_power()
         self._qemu.wait()
         self._answers.close()
         self._wire.close()
@@ -118,6 +136,11 @@ class Guest:
             raise self._ended()
         return data
 
+    def _stop_late(self):
+        self._is_late = True
+        self.cut_power()
+
     def _ended(self):
         console = self._console.read_text(errors="replace") if self._console.exists() else ""
-        return GuestEnded(f"the guest ended before it answered; its console:\n{console}")
+        reason = "reached its deadline" if self._is_late else "ended"
+        return GuestEnded(f"the guest {reason} before it answered; its console:\n{console}")

@@ -1,0 +1,137 @@
+"""Power cuts during an update: what is left is the old firmware or the new one, never something between.
+
+    powercut_test.py [--points N] [--without-sync] KERNEL INITRAMFS VTEKCTL
+
+The power fails at N disk writes spread over an update, and once right after the program has reported success. With
+--without-sync the program's syncs do nothing, and the test passes when that is noticed.
+"""
+
+import argparse
+import pathlib
+import sys
+import tempfile
+
+from chassis import Chassis
+from disk import Disk
+from guest import Guest, GuestEnded, Image, skip_unless_possible
+from lab import Lab
+
+EARLIER, OLD, NEW = VERSIONS = "1.10.0", "1.20.0", "1.40.200"
+
+
+class Bench:
+    """Boots guests from one disk and takes their power away."""
+
+    def __init__(self, image, vtekctl, folder):
+        """Makes a disk with two updates behind it and packages for a third."""
+        self._image = image
+        self._folder = folder
+        lab = Lab(vtekctl, folder)
+        self._packages = {version: lab.make_package(version) for version in VERSIONS}
+        with Disk(folder, lab.make_disk()) as disk:
+            with self._boot(disk) as guest:
+                chassis = Chassis(guest)
+                chassis.make()
+                for version in (EARLIER, OLD):
+                    assert chassis.update(version), version
+                assert not (faults := chassis.state(OLD).faults(OLD, self._packages)), faults
+                guest.expect("sync")
+            self._before = disk.remains(seed=0)
+
+    def cut_after_report(self, environment=""):
+        """Lets the update finish and cuts the power then. Returns the faults, and the writes that the update took."""
+        with Disk(self._folder, self._before) as disk:
+            with self._boot(disk) as guest:
+                chassis = Chassis(guest)
+                writes_before = disk.writes
+                assert chassis.update(NEW, environment)
+                writes = disk.writes - writes_before
+            remains = disk.remains(seed=0)
+        return self._faults_after(remains, is_reported=True), writes
+
+    def cut_at_write(self, write, seed):
+        """Cuts the power at a write of the update. Returns the faults, and whether success was reported before."""
+        with Disk(self._folder, self._before) as disk:
+            with self._boot(disk) as guest:
+                chassis = Chassis(guest)
+                disk.at_write(write, guest.cut_power)
+                is_reported = self._is_update_reported(chassis, disk)
+            remains = disk.remains(seed)
+        return self._faults_after(remains, is_reported), is_reported
+
+    @staticmethod
+    def _is_update_reported(chassis, disk):
+        chassis.begin_update(NEW)
+        try:
+            return chassis.finish_update(NEW)
+        except GuestEnded:
+            if not disk.is_cut:
+                raise
+            return False
+
+    def _faults_after(self, content, is_reported):
+        """Boots what is left; what is wrong with it."""
+        with Disk(self._folder, content) as disk, self._boot(disk) as guest:
+            chassis = Chassis(guest)
+            state = chassis.state(NEW)
+            version = NEW if is_reported or len(state.history) > 2 else OLD
+            return state.faults(version, self._packages) or self._faults_after_next_update(chassis)
+
+    def _faults_after_next_update(self, chassis):
+        if not chassis.update(NEW):
+            return ["the next update fails"]
+        faults = chassis.state(NEW).faults(NEW, self._packages)
+        return faults + [f"staging/{name} is left over" for name in chassis.leftovers()]
+
+    def _boot(self, disk):
+        return Guest(self._image, disk.qemu_arguments())
+
+
+def spread(points, writes):
+    """That many of the writes, evenly over all of them; more points than writes repeat some."""
+    return [1 + (2 * point + 1) * writes // (2 * points) for point in range(points)]
+
+
+def tell(where, faults):
+    """Prints one verdict; returns whether there are faults."""
+    print("INCONSISTENT" if faults else "consistent", "\n    ".join([where, *faults]), flush=True)
+    return bool(faults)
+
+
+def check_cuts(bench, points):
+    """The power cuts of a program that syncs: none may leave a fault."""
+    faults, writes = bench.cut_after_report()
+    failures = tell(f"right after success was reported, after {writes} writes", faults)
+    for seed, write in enumerate(spread(points, writes)):
+        faults, is_reported = bench.cut_at_write(write, seed)
+        failures += tell(f"at write {write}{', success was reported' if is_reported else ''}", faults)
+    print(f"{points + 1} points tried, {failures} inconsistent")
+    return failures == 0
+
+
+def check_without_sync(bench):
+    """A power cut of a program whose syncs do nothing: it must leave a fault."""
+    faults, _ = bench.cut_after_report("LD_PRELOAD=/bin/libno_sync.so")
+    is_noticed = tell("right after success was reported, without any sync", faults)
+    print(f"1 point tried, {'noticed, as it must be' if is_noticed else 'NOT NOTICED'}")
+    return is_noticed
+
+
+def main():
+    parser = argparse.ArgumentParser(description="Power cuts during an update.")
+    parser.add_argument("--points", type=int, default=3, help="power cuts during the update")
+    parser.add_argument("--without-sync", action="store_true", help="expect that a program without syncs is caught")
+    parser.add_argument("kernel", type=pathlib.Path)
+    parser.add_argument("initramfs", type=pathlib.Path)
+    parser.add_argument("vtekctl", type=pathlib.Path)
+    arguments = parser.parse_args()
+    image = Image(arguments.kernel, arguments.initramfs)
+    skip_unless_possible(image)
+    with tempfile.TemporaryDirectory() as folder:
+        bench = Bench(image, arguments.vtekctl, folder)
+        passed = check_without_sync(bench) if arguments.without_sync else check_cuts(bench, arguments.points)
+    sys.exit(not passed)
+
+
+if __name__ == "__main__":
+    main()
