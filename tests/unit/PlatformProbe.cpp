@@ -1,0 +1,74 @@
+/**
+ * Asks the Linux platform in a process of its own:
+ *
+ *   platform_probe LOG OPERATION...
+ *
+ * Prints one line per operation, in order: true or false, or what the loaded library says of itself. LOG
+ * receives the debug log. FAILING_STRING_CALL in the environment names the call of the platform library's
+ * string helpers that throws, from 1.
+ */
+
+#include "LinuxImpl.h"
+#include "Logger.h"
+#include "TempDir.h"
+#include "VtekDouble.h"
+
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <string>
+
+namespace {
+
+using Probe = std::function<bool(CLinuxImpl&)>;
+
+bool isHelperLibraryMapped(CLinuxImpl&) {
+    return test::readFile("/proc/self/maps").find("libqtrmod") != std::string::npos;
+}
+
+const std::map<std::string, Probe> kProbes = {
+    {"isESXSystem", &CLinuxImpl::isESXSystem},
+    {"isESXiSystem", &CLinuxImpl::isESXiSystem},
+    {"isUSBblacklisted", &CLinuxImpl::isUSBblacklisted},
+    {"isUSBblacklistedusingConfFile", &CLinuxImpl::isUSBblacklistedusingConfFile},
+    {"isTOLVInstalled", &CLinuxImpl::isTOLVInstalled},
+    {"isKOBATOLVInstalled", &CLinuxImpl::isKOBATOLVInstalled},
+    {"InstallTolv", &CLinuxImpl::InstallTolv},
+    {"UninstallTolv", &CLinuxImpl::UninstallTolv},
+    {"isHelperLibraryMapped", isHelperLibraryMapped},
+};
+
+/** Loads the library and asks it where it comes from. */
+std::string originOf(CLinuxImpl& platform, const std::string& library) {
+    void* const handle = platform.LoadTolvLibrary(library);
+    if (handle == nullptr) {
+        return "none";
+    }
+    const auto origin = reinterpret_cast<const char* (*)()>(platform.GetProcAddress(handle, "origin"));
+    const std::string text = origin();
+    platform.FreeLibrary(handle);
+    return text;
+}
+
+std::string answer(CLinuxImpl& platform, const std::string& operation) {
+    const std::string loading = "LoadTolvLibrary=";
+    if (operation.starts_with(loading)) {
+        return originOf(platform, operation.substr(loading.size()));
+    }
+    return kProbes.at(operation)(platform) ? "true" : "false";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    test::VtekDouble library;
+    if (const char* call = std::getenv("FAILING_STRING_CALL")) {
+        library.script.failingStringCall = static_cast<unsigned>(std::atoi(call));
+    }
+    CLinuxImpl platform;  // before the log is open, so that the log starts with the first operation
+    CLogger::GetInstance()->Initialize(argv[1]);
+    for (int i = 2; i < argc; ++i) {
+        std::cout << answer(platform, argv[i]) << std::endl;
+    }
+}
