@@ -40,7 +40,7 @@ class Lab:
 
     def __init__(self, vtekctl, folder):
         """Makes a signer with this vtekctl."""
-        self._vtekctl = str(vtekctl)
+        self._vtekctl = str(pathlib.Path(vtekctl).resolve())
         self._keys = pathlib.Path(folder) / "keys"
         self._folder = pathlib.Path(folder) / "disk"
         self._folder.mkdir()
