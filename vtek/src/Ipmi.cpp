@@ -7,13 +7,24 @@
 
 namespace vtek {
 
-SimulatedIpmi::SimulatedIpmi(const Settings& settings)
-    : answer_{static_cast<std::uint8_t>(settings.ipmiCompletion)} {
-    constexpr std::size_t kQuietBytes = 10;
-    if (settings.ipmiCompletion == 0) {
-        answer_.insert(answer_.end(), kQuietBytes, 0);
-        answer_.push_back(static_cast<std::uint8_t>(settings.ipmiMode));
-        answer_.push_back(static_cast<std::uint8_t>(settings.ipmiFlag));
+SimulatedIpmi::SimulatedIpmi(const Settings& settings) {
+    const auto completion = static_cast<std::uint8_t>(settings.ipmiCompletion);
+    if (completion == 0) {
+        answer_ = {completion,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   static_cast<std::uint8_t>(settings.ipmiMode),
+                   static_cast<std::uint8_t>(settings.ipmiFlag)};
+    } else {
+        answer_ = {completion};
     }
 }
 
