@@ -12,8 +12,8 @@ struct Report {
     enum class Operation { Unknown, Inventory, Update };
     /** From the best to the worst. */
     enum class Outcome {
-        Success,     // no failure is reported
-        Failure,     // a failure is reported
+        Success,     // every device that it tells of succeeded, at least one
+        Failure,     // a failure is reported, or no device at all
         Damaged,     // a report, but not well-formed: a value in it broke it, or its end is missing
         Unreadable,  // no report, or none that could be read
     };

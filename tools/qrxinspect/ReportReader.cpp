@@ -60,9 +60,10 @@ Report damagedOrNoReport(std::string_view text, const Problem& problem) {
             .text = std::string(text)};
 }
 
+/** A report that tells of no device tells of no success either. */
 Report::Outcome outcomeOf(const std::vector<CDeviceInfo>& devices) {
-    return std::all_of(devices.begin(), devices.end(), isSuccess) ? Report::Outcome::Success
-                                                                  : Report::Outcome::Failure;
+    const bool succeeded = !devices.empty() && std::all_of(devices.begin(), devices.end(), isSuccess);
+    return succeeded ? Report::Outcome::Success : Report::Outcome::Failure;
 }
 
 Report inventoryIn(std::string_view text) {

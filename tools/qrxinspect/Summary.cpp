@@ -7,7 +7,7 @@ namespace {
 
 /** What stands in the message's place where a report has no record. */
 std::string messageWithoutDevice(const Report& report) {
-    return report.outcome == Report::Outcome::Success ? "no device" : report.problem;
+    return report.problem.empty() ? "no device" : report.problem;
 }
 
 std::string messageOf(const Report& report, const CDeviceInfo& device) {

@@ -70,10 +70,10 @@ TEST(InspectResult, SaysThatARebootIsRequired) {
               "Reboot required\n");
 }
 
-TEST(InspectResult, ShowsAReportWithoutDevices) {
+TEST(InspectResult, AReportWithoutDevicesIsNoSuccess) {
     const Outcome outcome = resultOf("<SVMInventory lang=\"en\"></SVMInventory>");
-    EXPECT_EQ(outcome.exitStatus, 0);
-    EXPECT_EQ(outcome.output, "Inventory: success\nno device\n");
+    EXPECT_EQ(outcome.exitStatus, 1);
+    EXPECT_EQ(outcome.output, "Inventory: failure\nno device\n");
 }
 
 TEST(InspectResult, ShowsADamagedReportWithItsText) {

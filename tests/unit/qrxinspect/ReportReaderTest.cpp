@@ -76,10 +76,13 @@ TEST(ReportReader, AFailureInAnInventoryIsOneOfAllItsDevices) {
     EXPECT_EQ(report.devices[1].getErrorMsg(), "T");
 }
 
-TEST(ReportReader, AnInventoryWithoutDevicesAndFailuresIsNoFailure) {
-    const Report report = reportIn(kDeclaration + R"(<SVMInventory lang="en"></SVMInventory>)");
-    EXPECT_EQ(report.outcome, Outcome::Success);
-    EXPECT_TRUE(report.devices.empty());
+TEST(ReportReader, AReportWithoutDevicesIsNoSuccess) {
+    for (const std::string& text :
+         {kDeclaration + "<SVMInventory lang=\"en\"></SVMInventory>", updateHolding("")}) {
+        const Report report = reportIn(text);
+        EXPECT_EQ(report.outcome, Outcome::Failure);
+        EXPECT_TRUE(report.devices.empty());
+    }
 }
 
 TEST(ReportReader, ShowsAPciDeviceByItsFourIds) {

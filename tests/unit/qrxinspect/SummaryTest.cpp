@@ -55,10 +55,10 @@ TEST(Summary, HasARowForAReportWithoutDevices) {
     Report damaged = reportWith(Outcome::Damaged);
     damaged.problem = "line 1";
     damaged.text = "<text";
-    const std::vector<SummaryRow> rows = summaryOf({reportWith(Outcome::Success), damaged});
+    const std::vector<SummaryRow> rows = summaryOf({reportWith(Outcome::Failure), damaged});
     ASSERT_EQ(rows.size(), 2u);
     EXPECT_EQ(rows[0].message, "no device");
-    EXPECT_EQ(rows[0].outcome, Outcome::Success);
+    EXPECT_EQ(rows[0].outcome, Outcome::Failure);
     EXPECT_EQ(rows[1].message, "line 1");
     EXPECT_EQ(rows[1].text, "<text");
     EXPECT_EQ(rows[1].outcome, Outcome::Damaged);
