@@ -58,6 +58,16 @@ void addCommand(CLI::App& tool, const Command& command, Arguments& arguments) {
     }
 }
 
+/** Asking for help or the version ends the parsing as an error does. */
+ExitStatus answerParseError(const CLI::App& tool, const CLI::ParseError& error, const Console& console) {
+    if (error.get_exit_code() == 0) {
+        tool.exit(error, console.out, console.err);
+        return ExitStatus::Success;
+    }
+    console.tell(std::string(error.what()) + " (see qrxinspect --help)");
+    return ExitStatus::Usage;
+}
+
 ExitStatus runCommand(const CLI::App& tool, const Arguments& arguments, const Console& console) {
     if (const std::optional<Problem> problem = silenceBaseUtils()) {
         console.tell(problem->message);
@@ -86,9 +96,7 @@ int inspect(int argc, const char* const* argv, const Console& console) {
         tool.parse(argc, argv);
         status = runCommand(tool, arguments, console);
     } catch (const CLI::ParseError& error) {
-        // Asking for help or the version ends the parsing as well.
-        const bool wellAsked = tool.exit(error, console.out, console.err) == 0;
-        status = wellAsked ? ExitStatus::Success : ExitStatus::Usage;
+        status = answerParseError(tool, error, console);
     }
     if (!console.out.flush()) {
         console.tell("the output could not be written");

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace tools {
@@ -67,12 +68,15 @@ TEST(Inspect, AWrongCommandLineIsAUsageError) {
         {"host", "operand"},
         {"result", "--check", "a"},
         {"report", "--json", "--html", "a"},
+        {"host", "\x1b[31m\n"},
     };
     for (const std::vector<const char*>& arguments : wrong) {
         const Outcome outcome = inspectWith(arguments);
         EXPECT_EQ(outcome.status, 64) << testing::PrintToString(arguments);
         EXPECT_EQ(outcome.output, "") << testing::PrintToString(arguments);
-        EXPECT_NE(outcome.error, "") << testing::PrintToString(arguments);
+        EXPECT_TRUE(outcome.error.starts_with("qrxinspect: ")) << outcome.error;
+        EXPECT_TRUE(outcome.error.ends_with(" (see qrxinspect --help)\n")) << outcome.error;
+        EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), 1) << outcome.error;
     }
 }
 
