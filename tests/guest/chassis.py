@@ -3,6 +3,7 @@
 import json
 from dataclasses import dataclass
 
+from guest import differences
 from lab import COMPONENT
 
 MOUNT = "/mnt"
@@ -31,28 +32,33 @@ class State:
 
     inventory: str  # the report of `qrxupdate -i`
     shown: dict  # `vtekctl show`
-    history: list  # `vtekctl history`: one (generation, version) an update
-    files: dict  # repository: path below it, digest
+    history: list  # `vtekctl history`: generation and version of each update
+    files: dict  # the repository: path below it, digest
 
-    def faults(self, version, packages):
-        """What does not fit when this version is in force; none when the state is whole.
+    def faults(self, versions, packages):
+        """What does not fit when these versions were installed one after the other; none when the state is whole.
 
-        `packages` has the files' digests by version.
+        The files of the last version and of the one before it, to which a rollback goes back, must be in the
+        repository; `packages` has their digests by version.
         """
-        generations = dict(self.history)
-        expected_files = {f"{number}/Chassis/{path}": digest for number, updated_to in self.history[-2:]
-                          for path, digest in packages[updated_to].items()}
-        number = self.history[-1][0]
-        expectations = [
-            ("inventory report", self.inventory, inventory_report(version)),
-            ("generation in force", self.shown["generation"], number),
-            ("version in force", self.shown["firmware"]["version"], version),
-            ("last update in the history", generations[number], version),
-        ]
-        found = [f"{what}: {actual!r}, expected {expected!r}" for what, actual, expected in expectations
-                 if actual != expected]
-        return found + [f"repository/{path}: {self.files.get(path, 'missing')}, expected {digest}"
-                        for path, digest in expected_files.items() if self.files.get(path) != digest]
+        generations = [generation for generation, _ in self.history]
+        firmware = ((f"repository/{path}", self.files.get(path), digest)
+                    for path, digest in self._expected_files(packages).items())
+        return differences(
+            ("history", [version for _, version in self.history], versions),
+            ("inventory report", self.inventory, inventory_report(versions[-1])),
+            ("version in force", self.shown["firmware"]["version"], versions[-1]),
+            ("generation in force", self.shown["generation"], generations[-1]),
+            ("generations", generations, sorted(set(generations))),
+            *firmware)
+
+    def strays(self, packages):
+        """The repository's files that belong to no generation that is kept."""
+        return sorted(self.files.keys() - self._expected_files(packages).keys())
+
+    def _expected_files(self, packages):
+        return {f"{generation}/Chassis/{path}": digest for generation, version in self.history[-2:]
+                for path, digest in packages[version].items()}
 
 
 class Chassis:
@@ -70,7 +76,7 @@ class Chassis:
                            f"vtekctl trust add {MOUNT}/authority.pem && sync")
 
     def update(self, version, environment=""):
-        """Installs a package; whether the program reports success."""
+        """Installs a package; what was wrong with that, nothing when the program reports success."""
         self.begin_update(version, environment)
         return self.finish_update(version)
 
@@ -79,9 +85,10 @@ class Chassis:
         self._guest.begin(f"cd {MOUNT}/{version} && VTEK_ROOT={ROOT} {environment} qrxupdate -u")
 
     def finish_update(self, version):
-        """Waits for the update that was begun; whether the program reports success."""
+        """Waits for the update that was begun, and judges it as `update` does."""
         outcome = self._guest.finish()
-        return outcome.status == 0 and outcome.output == update_report(version)
+        return differences(("update's exit status", outcome.status, 0),
+                           ("update's report", outcome.output, update_report(version)))
 
     def state(self, version):
         """Looks at everything, from the folder of a package."""

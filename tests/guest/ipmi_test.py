@@ -10,7 +10,7 @@ import tempfile
 from dataclasses import dataclass
 
 from controller import Answer, Controller, HANG_UP, SILENCE
-from guest import Guest, Image, skip_unless_possible
+from guest import Guest, Image, differences, skip_unless_possible
 
 INVENTORY = """<?xml version="1.0" encoding="UTF-8"?>
 <SVMInventory lang="en">
@@ -108,10 +108,8 @@ def complaints(scenario, guest, controller):
     log = guest.expect(f"cat {LOG}").output
     wire = [(request.network_function, request.command, request.data) for request in controller.requests]
 
-    expectations = [("exit status", outcome.status, 0), ("report", outcome.output, scenario.report),
-                    ("standard error", outcome.errors, ""), ("wire", wire, scenario.wire)]
-    found = [f"{what}: {actual!r}, expected {expected!r}" for what, actual, expected in expectations
-             if actual != expected]
+    found = differences(("exit status", outcome.status, 0), ("report", outcome.output, scenario.report),
+                        ("standard error", outcome.errors, ""), ("wire", wire, scenario.wire))
     return found + [f"log: {text!r} is missing in\n{log}" for text in scenario.logged if text not in log]
 
 

@@ -1,9 +1,11 @@
 """Update packages for the guest, in several versions, signed by one lab signer."""
 
 import hashlib
+import io
 import pathlib
 import random
 import subprocess
+import tarfile
 
 COMPONENT = "25227"
 DISK_SIZE = "64M"
@@ -35,6 +37,14 @@ def description(version):
 """
 
 
+def manifest(payload):
+    """The manifest in a payload: a tar archive, its signature, and the signature's length in 8 bytes."""
+    signature_length = int.from_bytes(payload[-8:], "big")
+    archive = io.BytesIO(payload[:-8 - signature_length])
+    with tarfile.open(fileobj=archive) as entries:
+        return entries.extractfile("manifest.xml").read()
+
+
 class Lab:
     """Makes everything that an update needs, in a folder of this machine."""
 
@@ -61,6 +71,7 @@ class Lab:
                   "--component", COMPONENT, "--package-version", version, "--chassis", "LAB-CHASSIS",
                   "--certificate", self._keys / "signer.pem", "--key", self._keys / "signer.key")
         files["chassis.fwp"] = (package / "chassis.fwp").read_bytes()
+        files["manifest.xml"] = manifest(files["chassis.fwp"])
         return {path: digest(data) for path, data in files.items()}
 
     def make_disk(self):
