@@ -23,7 +23,7 @@ bool isAuthority(X509* certificate) {
 }
 
 std::string cryptoError() {
-    const unsigned long code = ERR_get_error();
+    const unsigned long code = ERR_peek_last_error();
     const char* reason = ERR_reason_error_string(code);
     ERR_clear_error();
     return reason != nullptr ? reason : "no reason given";

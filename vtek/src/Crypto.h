@@ -46,7 +46,7 @@ std::string nameText(const X509_NAME* name);
 /** Whether a certificate may issue others. */
 bool isAuthority(X509* certificate);
 
-/** The text of OpenSSL's oldest pending error; forgets all pending ones. */
+/** The text of OpenSSL's newest pending error; forgets all pending ones. */
 std::string cryptoError();
 
 }  // namespace vtek

@@ -1,6 +1,8 @@
 #include "Trust.h"
 
 #include <fcntl.h>
+#include <openssl/err.h>
+#include <openssl/pemerr.h>
 #include <sys/stat.h>
 
 #include <cstring>
@@ -28,8 +30,10 @@ Result<PemBlock> nextBlock(BIO* text, const std::string& name) {
     char* header = nullptr;
     unsigned char* bytes = nullptr;
     long size = 0;
+    ERR_clear_error();
     if (PEM_read_bio(text, &label, &header, &bytes, &size) != 1) {
-        const bool atEnd = cryptoError() == "no start line";
+        const bool atEnd = ERR_GET_REASON(ERR_peek_last_error()) == PEM_R_NO_START_LINE;
+        ERR_clear_error();
         return atEnd ? Result<PemBlock>(PemBlock{}) : unusable(name, "broken PEM");
     }
     PemBlock block{label, std::vector<unsigned char>(bytes, bytes + size)};

@@ -1,0 +1,397 @@
+#include "Lab.h"
+#include "Signature.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+namespace {
+
+using test::CmsForm;
+using test::kDay;
+using test::kNow;
+using test::Lab;
+using test::Outcome;
+using vtek::ErrorNumber;
+using vtek::Identity;
+
+const Outcome kDone{"done"};
+
+/** Signs the lab's archive in a special way and expects the update to end as told, without a trace if
+ * refused. */
+void expectOutcome(const Lab& lab, const std::string& cms, ErrorNumber number) {
+    lab.write(test::makePayload(lab.archive(), cms));
+    const auto untouched = lab.snapshot();
+    if (number == ErrorNumber::None) {
+        EXPECT_EQ(lab.update(), kDone);
+    } else {
+        EXPECT_EQ(lab.update(), (Outcome{"check", number}));
+        EXPECT_EQ(lab.snapshot(), untouched);
+    }
+}
+
+void expectSigner(const Lab& lab, const Identity& signer, ErrorNumber number, const CmsForm& form = {}) {
+    expectOutcome(lab, test::makeCms(lab.archive(), {&signer}, form), number);
+}
+
+std::string derOf(const vtek::CmsPtr& cms) {
+    std::string der(static_cast<std::size_t>(i2d_CMS_ContentInfo(cms.get(), nullptr)), '\0');
+    auto* cursor = reinterpret_cast<unsigned char*>(der.data());
+    i2d_CMS_ContentInfo(cms.get(), &cursor);
+    return der;
+}
+
+// What is no signature over the archive
+
+TEST(Signature, WithoutASignerItIsRefused) {
+    const Lab lab;
+    expectOutcome(lab, test::makeCms(lab.archive(), {}), ErrorNumber::SignatureWithoutSigner);
+}
+
+TEST(Signature, WithoutTheSignersCertificateItIsRefused) {
+    Lab lab;
+    expectSigner(lab, lab.signer(), ErrorNumber::SignatureWithoutSigner, {.flags = CMS_NOCERTS});
+}
+
+TEST(Signature, PlainDataInsteadOfSignedDataIsRefused) {
+    const Lab lab;
+    const vtek::BioPtr content(BIO_new_mem_buf("data", 4));
+    expectOutcome(lab, derOf(vtek::CmsPtr(CMS_data_create(content.get(), CMS_BINARY))),
+                  ErrorNumber::SignatureKind);
+}
+
+TEST(Signature, EnvelopedDataIsRefused) {
+    Lab lab;
+    const vtek::BioPtr content(BIO_new_mem_buf("data", 4));
+    const vtek::CertificatesPtr receivers(sk_X509_new_null());
+    auto receiver = test::issue(test::goodSigner(), nullptr, test::makeRsaKey(2048));
+    sk_X509_push(receivers.get(), receiver.certificate.release());
+    const vtek::CmsPtr cms(CMS_encrypt(receivers.get(), content.get(), EVP_aes_128_cbc(), CMS_BINARY));
+    expectOutcome(lab, derOf(cms), ErrorNumber::SignatureKind);
+}
+
+TEST(Signature, AttachedContentIsRefusedWhetherItDiffersOrNot) {
+    Lab lab;
+    const std::string small = lab.archiveOf(test::Format::Tar, {});
+    lab.write(test::makePayload(small, test::makeCms(small, {&lab.signer()}, {.attached = true})));
+    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::SignatureAttached}));
+    expectOutcome(lab, test::makeCms("other content", {&lab.signer()}, {.attached = true}),
+                  ErrorNumber::SignatureAttached);
+}
+
+TEST(Signature, OfAnotherFileIsRefused) {
+    Lab lab;
+    expectOutcome(lab, test::makeCms("another file", {&lab.signer()}), ErrorNumber::SignatureMismatch);
+}
+
+TEST(Signature, NoDerAtAllIsRefused) {
+    const Lab lab;
+    expectOutcome(lab, "not a signature", ErrorNumber::SignatureMalformed);
+    expectOutcome(lab, std::string(64, '\0'), ErrorNumber::SignatureMalformed);
+}
+
+TEST(Signature, BytesBehindTheSignatureAreRefused) {
+    Lab lab;
+    expectOutcome(lab, test::makeCms(lab.archive(), {&lab.signer()}) + "x", ErrorNumber::SignatureMalformed);
+}
+
+TEST(Signature, WithoutSignedAttributesIsRefused) {
+    Lab lab;
+    expectSigner(lab, lab.signer(), ErrorNumber::SignatureMalformed, {.flags = CMS_NOATTR});
+}
+
+TEST(Signature, TwoGoodSignersAreAccepted) {
+    Lab lab;
+    const Identity second = test::issue(test::goodSigner(), &lab.authority());
+    expectOutcome(lab, test::makeCms(lab.archive(), {&lab.signer(), &second}), ErrorNumber::None);
+}
+
+TEST(Signature, OneBadSignerAmongGoodOnesIsRefused) {
+    Lab lab;
+    const Identity stranger = test::issue(test::goodSigner(), nullptr);
+    expectOutcome(lab, test::makeCms(lab.archive(), {&lab.signer(), &stranger}),
+                  ErrorNumber::SignerUntrusted);
+}
+
+// Who signed
+
+TEST(Signer, OfAnUnknownAuthorityIsRefused) {
+    const Lab lab;
+    const Identity other = test::makeAuthority("Other Authority");
+    expectSigner(lab, test::issue(test::goodSigner(), &other), ErrorNumber::SignerUntrusted,
+                 {.helpers = {other.certificate.get()}});
+}
+
+TEST(Signer, OfAnAuthorityThatOnlyBearsTheTrustedNameIsRefused) {
+    const Lab lab;
+    const Identity twin = test::makeAuthority("Test Authority");
+    expectSigner(lab, test::issue(test::goodSigner(), &twin), ErrorNumber::SignerUntrusted,
+                 {.helpers = {twin.certificate.get()}});
+}
+
+TEST(Signer, SelfSignedAndShippedInsideIsRefused) {
+    const Lab lab;
+    expectSigner(lab, test::issue(test::goodSigner(), nullptr), ErrorNumber::SignerUntrusted);
+}
+
+TEST(Signer, BehindAnIntermediateThatCameAlongIsAccepted) {
+    Lab lab;
+    const Identity middle = test::issue(vtek::authorityRequest("Middle", kNow - kDay, 100), &lab.authority());
+    expectSigner(lab, test::issue(test::goodSigner(), &middle), ErrorNumber::None,
+                 {.helpers = {middle.certificate.get()}});
+}
+
+TEST(Signer, BehindAnIntermediateThatIsNoAuthorityIsRefused) {
+    Lab lab;
+    expectSigner(lab, test::issue(test::goodSigner(), &lab.signer()), ErrorNumber::SignerUntrusted,
+                 {.helpers = {lab.signer().certificate.get()}});
+}
+
+TEST(Signer, WithoutCodeSigningIsRefused) {
+    Lab lab;
+    for (const std::string usage : {"", "serverAuth", "emailProtection"}) {
+        auto request = test::goodSigner();
+        request.extendedKeyUsage = usage;
+        expectSigner(lab, test::issue(request, &lab.authority()), ErrorNumber::SignerPurpose);
+    }
+}
+
+TEST(Signer, WithoutDigitalSignatureIsRefused) {
+    Lab lab;
+    for (const std::string usage : {"", "keyEncipherment"}) {
+        auto request = test::goodSigner();
+        request.keyUsage = usage;
+        expectSigner(lab, test::issue(request, &lab.authority()), ErrorNumber::SignerPurpose);
+    }
+}
+
+TEST(Signer, ThatIsAnAuthorityIsRefused) {
+    Lab lab;
+    auto request = test::goodSigner();
+    request.authority = true;
+    request.keyUsage = "critical,digitalSignature,keyCertSign";
+    expectSigner(lab, test::issue(request, &lab.authority()), ErrorNumber::SignerPurpose);
+}
+
+TEST(Signer, TheAuthorityItselfIsRefused) {
+    Lab lab;
+    expectSigner(lab, lab.authority(), ErrorNumber::SignerPurpose);
+}
+
+TEST(Signer, OfANameThatIsNotAllowedIsRefused) {
+    Lab lab;
+    lab.set("signer-names", "Somebody;Somebody Else");
+    expectSigner(lab, lab.signer(), ErrorNumber::SignerName);
+    lab.set("signer-names", "test signer");
+    expectSigner(lab, lab.signer(), ErrorNumber::SignerName);
+    lab.set("signer-names", "Somebody;Test Signer");
+    expectSigner(lab, lab.signer(), ErrorNumber::None);
+}
+
+TEST(Signer, WithANulInItsNameIsRefused) {
+    Lab lab;
+    lab.set("signer-names", "Test Signer");
+    auto request = test::goodSigner();
+    request.commonName = std::string("Test Signer\0.evil", 17);
+    expectSigner(lab, test::issue(request, &lab.authority()), ErrorNumber::SignerName);
+}
+
+TEST(Signer, WithoutACommonNameIsRefused) {
+    Lab lab;
+    auto request = test::goodSigner();
+    request.commonName.clear();
+    expectSigner(lab, test::issue(request, &lab.authority()), ErrorNumber::SignerName);
+}
+
+// When
+
+TEST(Signer, ExpiredOrNotYetValidIsRefused) {
+    Lab lab;
+    auto request = test::goodSigner();
+    request.validTo = kNow - 1;
+    expectSigner(lab, test::issue(request, &lab.authority()), ErrorNumber::SignerExpired);
+    request.validFrom = kNow + 1;
+    request.validTo = kNow + kDay;
+    expectSigner(lab, test::issue(request, &lab.authority()), ErrorNumber::SignerNotYetValid);
+}
+
+TEST(Signer, IsValidFromItsFirstSecondUpToItsLast) {
+    Lab lab;
+    auto request = test::goodSigner();
+    request.validTo = kNow + 1;
+    expectSigner(lab, test::issue(request, &lab.authority()), ErrorNumber::None);
+    request.validFrom = kNow;
+    request.validTo = kNow + kDay;
+    expectSigner(lab, test::issue(request, &lab.authority()), ErrorNumber::None);
+}
+
+TEST(Signer, AClockInThePastOrTheFutureClosesTheDoor) {
+    const Lab lab;
+    constexpr std::time_t kYear1970 = 0;
+    constexpr std::time_t kYear2100 = 4102444800;
+    EXPECT_EQ(lab.update({}, kYear1970), (Outcome{"check", ErrorNumber::SignerNotYetValid}));
+    EXPECT_EQ(lab.update({}, kYear2100), (Outcome{"check", ErrorNumber::SignerExpired}));
+}
+
+// Revocation
+
+TEST(Revocation, ARevokedSignerIsRefused) {
+    Lab lab;
+    lab.trust("list.crl",
+              test::makeList(lab.authority(), kNow - kDay, kNow + kDay, {lab.signer().certificate.get()}));
+    expectSigner(lab, lab.signer(), ErrorNumber::SignerRevoked);
+}
+
+TEST(Revocation, AnEmptyListIsNoObstacle) {
+    Lab lab;
+    lab.set("revocation", "required");
+    lab.trust("list.crl", test::makeList(lab.authority(), kNow - kDay, kNow + kDay));
+    expectSigner(lab, lab.signer(), ErrorNumber::None);
+}
+
+TEST(Revocation, ARevokedIntermediateIsRefused) {
+    Lab lab;
+    const Identity middle = test::issue(vtek::authorityRequest("Middle", kNow - kDay, 100), &lab.authority());
+    lab.trust("list.crl",
+              test::makeList(lab.authority(), kNow - kDay, kNow + kDay, {middle.certificate.get()}));
+    expectSigner(lab, test::issue(test::goodSigner(), &middle), ErrorNumber::SignerRevoked,
+                 {.helpers = {middle.certificate.get()}});
+}
+
+TEST(Revocation, AListThatIsNotCurrentIsRefused) {
+    Lab lab;
+    lab.trust("list.crl", test::makeList(lab.authority(), kNow - 2 * kDay, kNow - kDay));
+    expectSigner(lab, lab.signer(), ErrorNumber::RevocationListExpired);
+    lab.trust("list.crl", test::makeList(lab.authority(), kNow + kDay, kNow + 2 * kDay));
+    expectSigner(lab, lab.signer(), ErrorNumber::RevocationListExpired);
+}
+
+TEST(Revocation, WhereListsAreRequiredAMissingOneIsRefused) {
+    Lab lab;
+    lab.set("revocation", "required");
+    expectSigner(lab, lab.signer(), ErrorNumber::RevocationListMissing);
+}
+
+TEST(Revocation, WhereListsAreRequiredTheWholeChainNeedsOne) {
+    Lab lab;
+    lab.set("revocation", "required");
+    lab.trust("list.crl", test::makeList(lab.authority(), kNow - kDay, kNow + kDay));
+    const Identity middle = test::issue(vtek::authorityRequest("Middle", kNow - kDay, 100), &lab.authority());
+    const Identity signer = test::issue(test::goodSigner(), &middle);
+    const CmsForm form{.helpers = {middle.certificate.get()}};
+    expectSigner(lab, signer, ErrorNumber::RevocationListMissing, form);
+    lab.trust("middle.crl", test::makeList(middle, kNow - kDay, kNow + kDay));
+    expectSigner(lab, signer, ErrorNumber::None, form);
+}
+
+TEST(Revocation, AListSignedBySomebodyElseDoesNotCount) {
+    Lab lab;
+    lab.set("revocation", "required");
+    const Identity twin = test::makeAuthority("Test Authority");
+    lab.trust("list.crl", test::makeList(twin, kNow - kDay, kNow + kDay));
+    lab.write(test::makePayload(lab.archive(), test::makeCms(lab.archive(), {&lab.signer()})));
+    EXPECT_EQ(lab.update().step, "check");
+}
+
+// How strong
+
+TEST(Strength, WeakDigestsAreRefused) {
+    Lab lab;
+    expectSigner(lab, lab.signer(), ErrorNumber::SignerWeak, {.digest = EVP_sha1()});
+    expectSigner(lab, test::issue(test::goodSigner(), &lab.authority(), test::makeRsaKey(2048)),
+                 ErrorNumber::SignerWeak, {.digest = EVP_md5()});
+    expectSigner(lab, lab.signer(), ErrorNumber::SignerWeak, {.digest = EVP_sha224()});
+}
+
+TEST(Strength, StrongDigestsAreAccepted) {
+    Lab lab;
+    for (const EVP_MD* digest : {EVP_sha256(), EVP_sha384(), EVP_sha512()}) {
+        expectSigner(lab, lab.signer(), ErrorNumber::None, {.digest = digest});
+    }
+}
+
+TEST(Strength, KeysBelowTheBoundAreRefused) {
+    Lab lab;
+    expectSigner(lab, test::issue(test::goodSigner(), &lab.authority(), test::makeRsaKey(1024)),
+                 ErrorNumber::SignerWeak);
+    expectSigner(lab, test::issue(test::goodSigner(), &lab.authority(), test::makeRsaKey(2048)),
+                 ErrorNumber::None);
+    expectSigner(lab, test::issue(test::goodSigner(), &lab.authority(), vtek::KeyPtr(EVP_EC_gen("P-224"))),
+                 ErrorNumber::SignerWeak);
+    expectSigner(lab, test::issue(test::goodSigner(), &lab.authority(), vtek::KeyPtr(EVP_EC_gen("P-384"))),
+                 ErrorNumber::None);
+}
+
+TEST(Strength, ASignersCertificateSignedWithSha1IsRefused) {
+    Lab lab;
+    auto request = test::goodSigner();
+    request.digest = EVP_sha1();
+    expectSigner(lab, test::issue(request, &lab.authority()), ErrorNumber::SignerWeak);
+}
+
+TEST(Strength, ADigestAlgorithmThatDiffersFromTheSignedAttributesIsRefused) {
+    Lab lab;
+    // The object identifiers of SHA-256 and SHA-512 differ in their last byte only.
+    const std::string sha256("\x60\x86\x48\x01\x65\x03\x04\x02\x01", 9);
+    const std::string sha512("\x60\x86\x48\x01\x65\x03\x04\x02\x03", 9);
+    const std::string cms = test::patched(test::makeCms(lab.archive(), {&lab.signer()}), sha256, sha512);
+    expectOutcome(lab, cms, ErrorNumber::SignatureMismatch);
+}
+
+// The trust store
+
+TEST(TrustStore, AnEmptyOneClosesTheDoor) {
+    const Lab lab;
+    std::filesystem::remove(lab.rootPath() / "trust/authority.pem");
+    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable}));
+    std::filesystem::remove(lab.rootPath() / "trust");
+    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable}));
+}
+
+TEST(TrustStore, AListAloneIsNoTrust) {
+    Lab lab;
+    lab.trust("authority.pem", test::makeList(lab.authority(), kNow - kDay, kNow + kDay));
+    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable}));
+}
+
+TEST(TrustStore, AFileThatIsNoCertificateClosesTheDoor) {
+    Lab lab;
+    const std::string good = vtek::toPem(lab.authority().certificate.get());
+    const std::string key = vtek::toPem(lab.authority().key.get());
+    for (const std::string& content : {std::string(), std::string("junk"), key, good + key,
+                                       good.substr(0, good.size() / 2), test::patched(good, "M", "!")}) {
+        lab.trust("extra.pem", content);
+        EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable})) << content;
+    }
+    std::filesystem::remove(lab.rootPath() / "trust/extra.pem");
+    EXPECT_EQ(lab.update(), kDone);
+}
+
+TEST(TrustStore, WritableByOthersClosesTheDoor) {
+    using std::filesystem::perm_options;
+    using std::filesystem::perms;
+    const Lab lab;
+    const auto trust = lab.rootPath() / "trust";
+    for (const auto& path : {trust, trust / "authority.pem"}) {
+        for (const perms open : {perms::group_write, perms::others_write}) {
+            std::filesystem::permissions(path, open, perm_options::add);
+            EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable})) << path;
+            std::filesystem::permissions(path, open, perm_options::remove);
+        }
+    }
+    EXPECT_EQ(lab.update(), kDone);
+}
+
+TEST(TrustStore, ALinkInItOrInItsPlaceClosesTheDoor) {
+    const Lab lab;
+    const auto trust = lab.rootPath() / "trust";
+    std::filesystem::create_symlink("authority.pem", trust / "link.pem");
+    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable}));
+    std::filesystem::remove(trust / "link.pem");
+    std::filesystem::rename(trust, lab.aside() / "trust");
+    std::filesystem::create_directory_symlink(lab.aside() / "trust", trust);
+    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable}));
+}
+
+}  // namespace

@@ -1,0 +1,70 @@
+#include "Signing.h"
+
+#include "Payload.h"
+
+#include <openssl/rsa.h>
+
+#include <stdexcept>
+
+namespace test {
+
+vtek::Identity makeAuthority(const std::string& name, std::time_t now) {
+    return issue(vtek::authorityRequest(name, now - kDay, 1000), nullptr);
+}
+
+vtek::CertificateRequest goodSigner(std::time_t now) {
+    return vtek::signerRequest("Test Signer", now - kDay, 100);
+}
+
+vtek::Identity issue(const vtek::CertificateRequest& request, const vtek::Identity* issuer,
+                     vtek::KeyPtr key) {
+    if (!key) {
+        key = std::move(*vtek::makeEcKey());
+    }
+    auto issued = vtek::issueCertificate(request, std::move(key), issuer);
+    if (!issued) {
+        throw std::runtime_error(issued.error().message);
+    }
+    return std::move(*issued);
+}
+
+vtek::KeyPtr makeRsaKey(unsigned int bits) {
+    vtek::startCrypto();
+    return vtek::KeyPtr(EVP_RSA_gen(bits));
+}
+
+std::string makeCms(const std::string& content, const std::vector<const vtek::Identity*>& signers,
+                    const CmsForm& form) {
+    vtek::startCrypto();
+    const unsigned int flags =
+        CMS_BINARY | CMS_PARTIAL | form.flags | (form.attached ? 0U : unsigned{CMS_DETACHED});
+    const vtek::BioPtr data(BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
+    const vtek::CmsPtr cms(CMS_sign(nullptr, nullptr, nullptr, nullptr, flags));
+    for (const auto* signer : signers) {
+        if (CMS_add1_signer(cms.get(), signer->certificate.get(), signer->key.get(), form.digest, flags) ==
+            nullptr) {
+            throw std::runtime_error(vtek::cryptoError());
+        }
+    }
+    for (auto* helper : form.helpers) {
+        CMS_add1_cert(cms.get(), helper);
+    }
+    if (!signers.empty() && CMS_final(cms.get(), data.get(), nullptr, flags) != 1) {
+        throw std::runtime_error(vtek::cryptoError());
+    }
+    std::string der(static_cast<std::size_t>(i2d_CMS_ContentInfo(cms.get(), nullptr)), '\0');
+    auto* cursor = reinterpret_cast<unsigned char*>(der.data());
+    i2d_CMS_ContentInfo(cms.get(), &cursor);
+    return der;
+}
+
+std::string makePayload(const std::string& archive, const std::string& cms) {
+    return archive + cms + vtek::payloadTrailer(cms.size());
+}
+
+std::string makeList(const vtek::Identity& authority, std::time_t from, std::time_t to,
+                     const std::vector<const X509*>& revoked) {
+    return vtek::toPem(vtek::makeRevocationList(authority, from, to, revoked)->get());
+}
+
+}  // namespace test

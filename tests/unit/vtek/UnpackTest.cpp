@@ -1,0 +1,225 @@
+#include "Lab.h"
+#include "Unpack.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+namespace {
+
+using test::Entry;
+using test::Format;
+using test::Lab;
+using test::Outcome;
+using vtek::ErrorNumber;
+
+const Outcome kDone{"done"};
+
+/** An update with this archive is refused while it is unpacked, and leaves no trace inside or outside the
+ * root. */
+void expectRefused(const Lab& lab, const std::string& archive, ErrorNumber number,
+                   const char* step = "unpack") {
+    lab.sign(archive);
+    const auto untouched = lab.snapshot();
+    EXPECT_EQ(lab.update(), (Outcome{step, number}));
+    EXPECT_EQ(lab.snapshot(), untouched);
+    EXPECT_TRUE(std::filesystem::is_empty(lab.aside()));
+}
+
+class Formats : public testing::TestWithParam<Format> {};
+INSTANTIATE_TEST_SUITE_P(Archive, Formats, testing::Values(Format::Tar, Format::TarGz, Format::Zip));
+
+TEST_P(Formats, NamesThatLeadElsewhereAreRefused) {
+    const Lab lab;
+    const std::string absolute = (lab.aside() / "x").string();
+    for (const std::string& name :
+         {std::string("../x"), std::string("a/../../x"), std::string("a/.."), absolute, std::string("//x"),
+          std::string("a//b"), std::string("./x"), std::string("a/./b")}) {
+        SCOPED_TRACE(name);
+        expectRefused(lab, lab.archiveOf(GetParam(), {{name, "x"}}), ErrorNumber::EntryName);
+    }
+}
+
+TEST_P(Formats, NamesThatAreNotPlainTextAreRefused) {
+    const Lab lab;
+    for (const std::string name : {"new\nline", "tab\tin it", "bell\a", "del\x7f"}) {
+        SCOPED_TRACE(name);
+        expectRefused(lab, lab.archiveOf(GetParam(), {{name, "x"}}), ErrorNumber::EntryName);
+    }
+}
+
+TEST_P(Formats, NamesThatAreTooLongAreRefused) {
+    const Lab lab;
+    expectRefused(lab, lab.archiveOf(GetParam(), {{std::string(256, 'n'), "x"}}), ErrorNumber::EntryName);
+    expectRefused(lab, lab.archiveOf(GetParam(), {{std::string(4096, 'n'), "x"}}), ErrorNumber::EntryName);
+}
+
+TEST_P(Formats, DuplicatesAndCaseTwinsAreRefused) {
+    const Lab lab;
+    const auto format = GetParam();
+    expectRefused(lab, lab.archiveOf(format, {{"a", "1"}, {"a", "2"}}), ErrorNumber::EntryRepeated);
+    expectRefused(lab, lab.archiveOf(format, {{"a", "1"}, {"A", "2"}}), ErrorNumber::EntryRepeated);
+    expectRefused(lab, lab.archiveOf(format, {{"d/a", "1"}, {"D/b", "2"}}), ErrorNumber::EntryRepeated);
+    expectRefused(lab, lab.archiveOf(format, {{"a", "1"}, {"a/b", "2"}}), ErrorNumber::UnpackFailed);
+    expectRefused(lab, lab.archiveOf(format, {{"a/b", "1"}, {"a", "2"}}), ErrorNumber::EntryRepeated);
+    expectRefused(lab, lab.archiveOf(format, {{"manifest.xml", "again"}}), ErrorNumber::EntryRepeated);
+    expectRefused(lab, lab.archiveOf(format, {{"fw.fwp", "the payload's own name"}}),
+                  ErrorNumber::EntryRepeated);
+}
+
+TEST_P(Formats, SymbolicLinksAreRefused) {
+    const Lab lab;
+    for (const std::string& target :
+         {std::string("main.bin"), std::string("/etc/passwd"), lab.aside().string()}) {
+        expectRefused(lab, lab.archiveOf(GetParam(), {{"link", "", 'l', target}, {"link/x", "x"}}),
+                      ErrorNumber::EntryKind);
+    }
+}
+
+TEST_P(Formats, ModesAreNotApplied) {
+    const Lab lab;
+    lab.sign(lab.archiveOf(GetParam(), {{"suid", "x", 'f', "", 06777}, {"open", "", 'd', "", 01777}}));
+    EXPECT_EQ(lab.update(), kDone);
+    struct stat info {};
+    ASSERT_EQ(stat((lab.rootPath() / "repository/1/Chassis/suid").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0644U);
+    ASSERT_EQ(stat((lab.rootPath() / "repository/1/Chassis/open").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0755U);
+}
+
+TEST_P(Formats, FoldersTooDeepAreRefused) {
+    const Lab lab;
+    std::string deep;
+    for (int i = 0; i < 33; ++i) {
+        deep += "d/";
+    }
+    expectRefused(lab, lab.archiveOf(GetParam(), {{deep + "x", "x"}}), ErrorNumber::ArchiveTooLarge);
+    lab.sign(lab.archiveOf(GetParam(), {{deep.substr(2) + "x", "x"}}));
+    EXPECT_EQ(lab.update(), kDone);
+}
+
+TEST_P(Formats, TooManyEntriesAreRefused) {
+    const Lab lab;
+    lab.set("unpack-entries", "20");
+    std::vector<Entry> entries;
+    for (int i = 0; i < 20; ++i) {
+        entries.push_back({"file" + std::to_string(i), "x"});
+    }
+    lab.sign(lab.archiveOf(GetParam(), entries));
+    const auto untouched = lab.snapshot();
+    EXPECT_EQ(lab.update().number, ErrorNumber::ArchiveTooLarge);
+    EXPECT_EQ(lab.snapshot(), untouched);
+    entries.pop_back();
+    lab.sign(lab.archiveOf(GetParam(), entries));
+    EXPECT_EQ(lab.update(), kDone);
+}
+
+TEST_P(Formats, TooManyBytesAreRefused) {
+    const Lab lab;
+    lab.set("unpack-bytes", "200000");
+    expectRefused(lab, lab.archiveOf(GetParam(), {{"big", std::string(300000, 'b')}}),
+                  ErrorNumber::ArchiveTooLarge);
+}
+
+TEST(Unpack, ADecompressionBombIsRefused) {
+    const Lab lab;
+    const std::string zeros(64 * 1024 * 1024, '\0');
+    expectRefused(lab, lab.archiveOf(Format::TarGz, {{"zeros", zeros}}), ErrorNumber::ArchiveTooLarge);
+    expectRefused(lab, lab.archiveOf(Format::Zip, {{"zeros", zeros}}), ErrorNumber::ArchiveTooLarge);
+}
+
+TEST(Unpack, HardLinksDevicesFifosAndSocketsAreRefused) {
+    const Lab lab;
+    test::writeFile(lab.package() / "outside", "outside");
+    const std::string outside = (lab.package() / "outside").string();
+    for (const Entry& entry : {Entry{"hard", "", 'h', "manifest.xml"}, Entry{"hard", "", 'h', outside},
+                               Entry{"fifo", "", 'p'}, Entry{"device", "", 'c'}}) {
+        SCOPED_TRACE(entry.name);
+        expectRefused(lab, lab.archiveOf(Format::Tar, {entry}), ErrorNumber::EntryKind);
+    }
+    // No writer makes a socket: the last entry's mode becomes one.
+    std::string socket = lab.archiveOf(Format::Zip, {{"socket", "x"}});
+    socket[socket.rfind("\xA4\x81") + 1] = '\xC1';
+    expectRefused(lab, socket, ErrorNumber::EntryKind);
+    EXPECT_EQ(std::filesystem::hard_link_count(outside), 1U);
+}
+
+TEST(Unpack, ANameEndsAtANul) {
+    const Lab lab;
+    lab.sign(test::patched(lab.archiveOf(Format::ZipStored, {{"nul-here", "x"}}), "nul-here",
+                           std::string("nul\0here", 8)));
+    EXPECT_EQ(lab.update(), kDone);
+    EXPECT_EQ(test::readFile(lab.rootPath() / "repository/1/Chassis/nul"), "x");
+}
+
+TEST(Unpack, ABackslashIsRefusedInATarAndSeparatesFoldersInAZip) {
+    const Lab lab;
+    const std::vector<Entry> entries{{"back\\slash", "x"}};
+    expectRefused(lab, lab.archiveOf(Format::Tar, entries), ErrorNumber::EntryName);
+    lab.sign(lab.archiveOf(Format::Zip, entries));
+    EXPECT_EQ(lab.update(), kDone);
+    EXPECT_EQ(test::readFile(lab.rootPath() / "repository/1/Chassis/back/slash"), "x");
+}
+
+TEST(Unpack, AnEmptyNameIsRefused) {
+    const Lab lab;
+    // A name of one folder separator is empty once the separator is taken away.
+    expectRefused(lab, lab.archiveOf(Format::Tar, {{"/", "", 'd'}}), ErrorNumber::EntryName);
+}
+
+TEST(Unpack, ANameThatIsNotAsciiIsRefused) {
+    const Lab lab;
+    const std::string archive = lab.archiveOf(Format::ZipStored, {{"gr--n", "x"}});
+    expectRefused(lab, test::patched(archive, "gr--n", "gr\xC3\xBCn"), ErrorNumber::EntryName);
+    expectRefused(lab, test::patched(archive, "gr--n", "gr\xFC-n"), ErrorNumber::EntryName);
+}
+
+TEST(Unpack, ATruncatedArchiveIsRefused) {
+    const Lab lab;
+    for (const Format format : {Format::Tar, Format::TarGz, Format::Zip}) {
+        const std::string whole = lab.archive(format);
+        lab.sign(whole.substr(0, whole.size() * 2 / 3));
+        const auto untouched = lab.snapshot();
+        EXPECT_NE(lab.update(), kDone);
+        EXPECT_EQ(lab.snapshot(), untouched);
+    }
+}
+
+TEST(Unpack, AnEntryThatIsNotWhatItDeclaresIsRefused) {
+    const Lab lab;
+    const std::string content = "twelve bytes";
+    const std::string archive = lab.archiveOf(Format::ZipStored, {{"entry", content}});
+    expectRefused(lab, test::patched(archive, content, "other bytes!"), ErrorNumber::ArchiveInvalid);
+}
+
+TEST(Unpack, AnArchiveThatIsEmptyOrJunkIsRefused) {
+    const Lab lab;
+    expectRefused(lab, std::string(10240, '\0'), ErrorNumber::ManifestInvalid, "check");
+    expectRefused(lab, "junk, junk, junk", ErrorNumber::ArchiveInvalid, "check");
+}
+
+TEST(Unpack, AZipThatDeclaresTooManyEntriesIsRefusedBeforeItIsRead) {
+    const Lab lab;
+    std::string archive = lab.archive(Format::Zip);
+    const auto end = archive.rfind("PK\5\6");
+    archive[end + 10] = '\xFF';
+    archive[end + 11] = '\xFF';
+    expectRefused(lab, archive, ErrorNumber::ArchiveTooLarge, "check");
+}
+
+TEST(Unpack, PlainPathsAreToldFromOthers) {
+    for (const std::string path :
+         {"a", "a/b", "Chassis/fw.fwp", "with blank", "..a", "a..", "...", "-", "~"}) {
+        EXPECT_TRUE(vtek::isPlainPath(path)) << path;
+    }
+    for (const std::string path :
+         {"", "/", "/a", "a/", "a//b", ".", "..", "a/..", "../a", "a\\b", "a\x80", "a\n"}) {
+        EXPECT_FALSE(vtek::isPlainPath(path)) << path;
+    }
+    EXPECT_TRUE(vtek::isPlainPath(std::string(255, 'a')));
+    EXPECT_FALSE(vtek::isPlainPath(std::string(256, 'a')));
+}
+
+}  // namespace
