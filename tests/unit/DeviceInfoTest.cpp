@@ -11,6 +11,8 @@
 namespace test {
 namespace {
 
+using namespace std::string_literals;
+
 using ::testing::ElementsAre;
 
 static_assert(!std::is_polymorphic_v<CDeviceInfo>);
@@ -133,7 +135,7 @@ INSTANTIATE_TEST_SUITE_P(Every, DeviceInfoSetter, ::testing::ValuesIn(kSetters),
                          [](const auto& shown) { return shown.param.name; });
 
 TEST(DeviceInfo, StringsAreKeptByteForByte) {
-    const std::string value("a \"<&>\" \xC3\xA9 \0 b", 16);
+    const std::string value = "a \"<&>\" \xC3\xA9 \0 b"s;
     CDeviceInfo record;
     record.setErrorMsg(value);
     EXPECT_EQ(record.getErrorMsg(), value);

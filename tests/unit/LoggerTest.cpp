@@ -14,6 +14,8 @@
 namespace test {
 namespace {
 
+using namespace std::string_literals;
+
 static_assert(!std::is_polymorphic_v<CLogger>);
 
 constexpr std::size_t kStampLength = std::string_view("[2026-11-15T12:41:20] ").size();
@@ -100,7 +102,7 @@ TEST_F(LoggerTest, EmptyMessageLeavesTheTrailingBlank) {
 }
 
 TEST_F(LoggerTest, MessageIsWrittenAsGiven) {
-    const std::string message("tab\t, percent %s %n, <&>\", \xC3\xA9, NUL \0, bell \a", 47);
+    const std::string message = "tab\t, percent %s %n, <&>\", \xC3\xA9, NUL \0, bell \a"s;
     EXPECT_EQ(lineOf("a", 1, message), ":                         a:    1: " + message + "\n");
 }
 
