@@ -12,16 +12,18 @@ namespace {
 
 constexpr const char* kLibrary = "libvtek.so.0";
 
-/** The folder of the stand-in library: where it is installed, or the build's own for a vtekctl that is not.
- */
+/** The folder of the stand-in library, found from where this executable lies: as installed, or in a build. */
 vtek::Result<std::string> libraryFolder() {
-    for (const char* folder : {VTEK_BUILD_LIBRARY_FOLDER, VTEK_LIBRARY_FOLDER}) {
-        if (std::filesystem::exists(std::filesystem::path(folder) / kLibrary)) {
-            return std::string(folder);
+    const auto here = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    for (const char* folder : {VTEK_INSTALLED_LIBRARY_FOLDER, VTEK_BUILT_LIBRARY_FOLDER}) {
+        const auto candidate = (here / folder).lexically_normal();
+        if (std::filesystem::exists(candidate / kLibrary)) {
+            return candidate.string();
         }
     }
     return vtek::Error{vtek::ErrorNumber::InvalidArgument,
-                       std::string("no ") + kLibrary + " in " + VTEK_LIBRARY_FOLDER};
+                       std::string("no ") + kLibrary + " in " +
+                           (here / VTEK_INSTALLED_LIBRARY_FOLDER).lexically_normal().string()};
 }
 
 class RunCommand : public Command {
