@@ -14,10 +14,11 @@ namespace {
 
 constexpr CLogSource debugLog("../cm_CMBaseUtils/src/SoftwareComponentInfo");
 
-// One path that chooses by name, not a union of two paths: libxml2 takes quadratic time to merge the arms of
-// a union and to bring them back into document order.
+// Plain paths: libxml2 matches all arms of such a union in one walk over the document, in document order and
+// linear time. A predicate would take that away.
 constexpr const char* kDependencyPath =
-    "//SoftwareComponent/SupportedDevices/Device/*[self::Dependency or self::SoftDependency]";
+    " //SoftwareComponent/SupportedDevices/Device/Dependency"
+    " | //SoftwareComponent/SupportedDevices/Device/SoftDependency";
 
 using DeviceInfoPtr = std::unique_ptr<CDeviceInfo>;
 using SetText = void (CDeviceInfo::*)(std::string);

@@ -1,0 +1,153 @@
+// What the readers of package.xml and of inventory results cost, with the log off.
+
+#include "DeviceInventoryInfo.h"
+#include "SoftwareComponentInfo.h"
+#include "WorkingDirectory.h"
+
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+/** Makes the text that number gives for each of count elements, all inside of start and end. */
+template <typename MakeElement>
+std::string document(const std::string& start, long count, const std::string& end, MakeElement makeElement) {
+    std::string xml = start;
+    for (long i = 0; i < count; ++i) {
+        xml += makeElement(std::to_string(i));
+    }
+    return xml + end;
+}
+
+template <typename MakeElement>
+std::string package(long devices, MakeElement makeDevice) {
+    return document("<SoftwareComponent><SupportedDevices>", devices,
+                    "</SupportedDevices></SoftwareComponent>", makeDevice);
+}
+
+std::string supportedDevice(const std::string& number) {
+    return "<Device componentID=\"" + number + "\"><PCIInfo deviceID=\"" + number +
+           "\" subDeviceID=\"8\" vendorID=\"14e4\" subVendorID=\"1028\"/><Display>Card " + number +
+           "</Display></Device>";
+}
+
+std::string namedDevice(const std::string& number) {
+    return "<Device componentID=\"" + number + "\"><Display>Controller " + number + "</Display></Device>";
+}
+
+std::string dependency(const std::string& number) {
+    return "<Dependency componentID=\"159\" componentType=\"BIOS\" version=\"2.1\" path=\"bios\\" + number +
+           ".bin\" releaseID=\"R1\"><Display>Server BIOS</Display></Dependency>";
+}
+
+std::string reportedDevice(const std::string& number) {
+    return "<Device componentID=\"" + number +
+           "\" display=\"QRX\"><Application componentType=\"FRMW\" version=\"1\" display=\"QRX\"/></Device>";
+}
+
+void release(const std::vector<CDeviceInfo*>& records) {
+    for (const CDeviceInfo* record : records) {
+        delete record;
+    }
+}
+
+/** Repeats one question to a reader of this package.xml. */
+template <typename Ask>
+void askPackage(benchmark::State& state, const std::string& xml, Ask ask) {
+    const test::WorkingTempDir folder;
+    test::writeFile(folder / "package.xml", xml);
+    CSoftwareComponentInfo reader;
+    for ([[maybe_unused]] auto iteration : state) {
+        ask(reader);
+    }
+    state.SetComplexityN(state.range(0));
+}
+
+void supportedDevices(benchmark::State& state) {
+    askPackage(state, package(state.range(0), supportedDevice), [](CSoftwareComponentInfo& reader) {
+        benchmark::DoNotOptimize(reader.GetSupportedDevices());
+    });
+}
+
+void nameByPciIds(benchmark::State& state) {
+    const SPCIInfo ids = {"", "0099", "0008", "14e4", "1028", ""};
+    askPackage(state, package(state.range(0), supportedDevice), [&ids](CSoftwareComponentInfo& reader) {
+        benchmark::DoNotOptimize(reader.getMarketingNameForPCIDevice(ids));
+    });
+}
+
+void names(benchmark::State& state) {
+    askPackage(state, package(state.range(0), namedDevice), [](CSoftwareComponentInfo& reader) {
+        benchmark::DoNotOptimize(reader.getCompIDMarkNameInfo());
+    });
+}
+
+void nameByComponentId(benchmark::State& state) {
+    askPackage(state, package(state.range(0), namedDevice), [](CSoftwareComponentInfo& reader) {
+        benchmark::DoNotOptimize(reader.getMarketingNameForNonPCIDevice("99"));
+    });
+}
+
+void dependenciesOfOneDevice(benchmark::State& state) {
+    const std::string xml =
+        document("<SoftwareComponent><SupportedDevices><Device componentID=\"1\">", state.range(0),
+                 "</Device></SupportedDevices></SoftwareComponent>", dependency);
+    askPackage(state, xml, [](CSoftwareComponentInfo& reader) { release(reader.getDependencyInfo()); });
+}
+
+void dependenciesOfManyDevices(benchmark::State& state) {
+    const std::string xml = package(state.range(0), [](const std::string& number) {
+        return "<Device componentID=\"" + number + "\">" + dependency(number) + "</Device>";
+    });
+    askPackage(state, xml, [](CSoftwareComponentInfo& reader) { release(reader.getDependencyInfo()); });
+}
+
+/** What getDependencyInfo would cost with the insertion as it is: each record against all before it. */
+void addDependenciesOneByOne(benchmark::State& state) {
+    std::vector<std::unique_ptr<CDeviceInfo>> records;
+    for (long i = 0; i < state.range(0); ++i) {
+        records.push_back(std::make_unique<CDeviceInfo>());
+        records.back()->setComponentType("BIOS");
+        records.back()->setComponentID("159");
+        records.back()->setFilePath("bios\\" + std::to_string(i) + ".bin");
+    }
+    CSoftwareComponentInfo reader;
+    for ([[maybe_unused]] auto iteration : state) {
+        std::vector<CDeviceInfo*> list;
+        for (const auto& record : records) {
+            CDeviceInfo* device = record.get();
+            reader.AddDependencyInfo(list, device);
+        }
+        benchmark::DoNotOptimize(list);
+    }
+    state.SetComplexityN(state.range(0));
+}
+
+void inventoryResult(benchmark::State& state) {
+    const test::TempDir folder;
+    const std::filesystem::path file = folder / "inventory.xml";
+    test::writeFile(
+        file, document("<SVMInventory lang=\"en\">", state.range(0), "</SVMInventory>", reportedDevice));
+    CDeviceInventoryInfo reader(file.string());
+    for ([[maybe_unused]] auto iteration : state) {
+        release(reader.GetDeviceInfo());
+    }
+    state.SetComplexityN(state.range(0));
+}
+
+constexpr long kFewest = 100;
+constexpr long kMost = 10000;
+
+BENCHMARK(supportedDevices)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
+BENCHMARK(nameByPciIds)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
+BENCHMARK(names)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
+BENCHMARK(nameByComponentId)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
+BENCHMARK(dependenciesOfOneDevice)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
+BENCHMARK(dependenciesOfManyDevices)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
+BENCHMARK(addDependenciesOneByOne)->RangeMultiplier(10)->Range(kFewest, 1000)->Complexity();
+BENCHMARK(inventoryResult)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
+
+}  // namespace
