@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <iostream>
 
 namespace {
@@ -79,8 +80,9 @@ std::string deletions() {
 
 class QRXManagerLists : public ::testing::Test {
 protected:
-    /** Sets the lists, runs the manager to its end and prints the operations' calls and the deletions. */
-    ManagerOutcome run(const std::vector<std::string>& arguments, std::size_t inventoried,
+    /** Sets the lists, has a manager used until it goes, and prints the operations' calls and the deletions.
+     */
+    ManagerOutcome run(const std::function<int(CQRXManager&)>& use, std::size_t inventoried,
                        std::size_t updated) const {
         return folder_.inFolder([&] {
             for (std::size_t i = 0; i < inventoried + updated; ++i) {
@@ -89,12 +91,19 @@ protected:
             int result = 0;
             {
                 CQRXManager manager;
-                result = updateInventory(manager, arguments);
+                result = use(manager);
                 EXPECT_EQ(deletions(), "") << "before the manager goes";
             }
             std::cout << operations.calls << " deleted:" << deletions();
             return ::testing::Test::HasFailure() ? 2 : result;
         });
+    }
+
+    /** The same for a whole run with these arguments. */
+    ManagerOutcome run(const std::vector<std::string>& arguments, std::size_t inventoried,
+                       std::size_t updated) const {
+        return run([&](CQRXManager& manager) { return updateInventory(manager, arguments); }, inventoried,
+                   updated);
     }
 
     ManagerRun folder_;
@@ -158,6 +167,18 @@ TEST_F(QRXManagerLists, OnlyTheRecordsOfTheLastListAreDeleted) {
     const ManagerOutcome outcome = run({"-i", "-u"}, 2, 2);
     EXPECT_EQ(outcome.result, 1);
     EXPECT_THAT(outcome.output, ::testing::EndsWith("</SVMExecution>IiXUuY deleted:23"));
+}
+
+TEST_F(QRXManagerLists, LastListIsAlsoAnInventorysThatFollowsAnUpdate) {
+    const ManagerOutcome outcome = run(
+        [](CQRXManager& manager) {
+            const bool updated = manager.doUpdate();
+            return updated && manager.inventory() ? 1 : 0;
+        },
+        1, 2);
+    EXPECT_EQ(outcome.result, 1);
+    EXPECT_EQ(outcome.output.substr(outcome.output.find("</SVMExecution>")),
+              std::string("</SVMExecution>") + kInventoryOfOne + "UuYIiX deleted:0");
 }
 
 TEST_F(QRXManagerLists, RecordsOfAnUpdateAloneAreDeleted) {
