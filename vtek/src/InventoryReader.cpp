@@ -1,16 +1,28 @@
 #include "InventoryReader.h"
 
+#include "File.h"
+
 #include <cstring>
 #include <utility>
 
 namespace vtek {
 
+namespace {
+
+/** Reads for libxml2, which would report a failed read of its own on standard error. */
+int readDocument(void* context, char* buffer, int size) {
+    return static_cast<int>(readFully(*static_cast<int*>(context), buffer, static_cast<std::size_t>(size)));
+}
+
+}  // namespace
+
 Result<InventoryReader> InventoryReader::open(int fd) {
-    XmlReaderPtr reader(xmlReaderForFd(fd, nullptr, nullptr, kXmlOptions));
+    auto source = std::make_unique<int>(fd);
+    XmlReaderPtr reader(xmlReaderForIO(readDocument, nullptr, source.get(), nullptr, nullptr, kXmlOptions));
     if (!reader) {
         return Error{ErrorNumber::Internal, "no XML reader"};
     }
-    return InventoryReader(std::move(reader));
+    return InventoryReader(std::move(source), std::move(reader));
 }
 
 Result<std::optional<InventoryDevice>> InventoryReader::next() {

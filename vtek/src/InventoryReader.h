@@ -17,7 +17,8 @@ public:
     Result<std::optional<InventoryDevice>> next();
 
 private:
-    explicit InventoryReader(XmlReaderPtr reader) : reader_(std::move(reader)) {}
+    InventoryReader(std::unique_ptr<int> source, XmlReaderPtr reader)
+        : source_(std::move(source)), reader_(std::move(reader)) {}
 
     /** Goes to the next node. @return false at the document's end */
     Result<bool> advance();
@@ -26,6 +27,7 @@ private:
     std::optional<std::string> attribute(const char* name) const;
     Status readApplications(InventoryDevice& device);
 
+    std::unique_ptr<int> source_;  // the descriptor, at an address that libxml2 keeps
     XmlReaderPtr reader_;
     bool rootSeen_ = false;
 };

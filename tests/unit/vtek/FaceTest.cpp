@@ -1,0 +1,185 @@
+// The library as the program sees it: through vtek.h and libvtek.so.0, nothing else of it.
+#include "Lab.h"
+#include "WorkingDirectory.h"
+#include <vtek/vtek.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+using test::Lab;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/** A chassis of today, which the library of this process uses; each case is a process of its own. */
+class Face : public testing::Test {
+protected:
+    Face() : lab_(std::time(nullptr)), here_(lab_.package()) {
+        setenv("VTEK_ROOT", lab_.rootPath().c_str(), 1);
+    }
+
+    std::string log() const { return test::readFile(lab_.rootPath() / "log/vtek.log"); }
+
+    Lab lab_;
+    test::WorkingDirectory here_;
+};
+
+TEST_F(Face, AnInventoryGoesThroughASession) {
+    secureWynd wynd;
+    EXPECT_TRUE(wynd.isSuccess);
+    EXPECT_EQ(wynd.IsWyndPresent(), WYND_FULL);
+    wynd.secureWyndInit();
+    EXPECT_TRUE(wynd.isSuccess);
+    std::stringstream out;
+    EXPECT_TRUE(wynd.QueryTVK(out, QUERY_INVENTORY));
+    EXPECT_THAT(out.str(), HasSubstr("<Device componentID=\"25227\" display=\"QRX\">"));
+    EXPECT_EQ(wynd.getVTEKError(), 0);
+}
+
+TEST_F(Face, AnUpdateTakesItsFiveCalls) {
+    secureWynd wynd;
+    wynd.secureWyndInit();
+    std::string path;
+    ASSERT_TRUE(wynd.IsPayloadSigned(path));
+    EXPECT_EQ(path, lab_.payload().string());
+    ASSERT_TRUE(wynd.StartCopyFile());
+    ASSERT_TRUE(wynd.AddFile(path, "Chassis/fw.fwp", ADD_PAYLOAD));
+    ASSERT_TRUE(wynd.CompleteSignedUnzip());
+    ASSERT_TRUE(wynd.EndCopyFile());
+    EXPECT_EQ(wynd.getVTEKError(), 0);
+    EXPECT_EQ(lab_.version(), "2.00");
+}
+
+TEST_F(Face, DestroyedBeforeTheEndAnUpdateLeavesNoTrace) {
+    const auto untouched = lab_.snapshot();
+    {
+        secureWynd wynd;
+        wynd.secureWyndInit();
+        std::string path;
+        ASSERT_TRUE(wynd.IsPayloadSigned(path));
+        ASSERT_TRUE(wynd.StartCopyFile());
+        ASSERT_TRUE(wynd.AddFile(path, "Chassis/fw.fwp", ADD_PAYLOAD));
+        ASSERT_TRUE(wynd.CompleteSignedUnzip());
+    }
+    EXPECT_EQ(lab_.snapshot(), untouched);
+}
+
+TEST_F(Face, ARefusedPayloadLeavesThePathAloneAndSaysWhyInTheLog) {
+    lab_.write("no payload at all");
+    secureWynd wynd;
+    wynd.secureWyndInit();
+    std::string path;
+    EXPECT_FALSE(wynd.IsPayloadSigned(path));
+    EXPECT_THAT(path, IsEmpty());
+    EXPECT_EQ(wynd.getVTEKError(), 204);
+    EXPECT_THAT(log(), HasSubstr("IsPayloadSigned: error 204, payload not in the format: fw.fwp: "));
+    EXPECT_FALSE(wynd.StartCopyFile());
+    EXPECT_EQ(wynd.getVTEKError(), 801);
+}
+
+TEST_F(Face, WithoutASessionNothingGoes) {
+    secureWynd wynd;
+    std::stringstream out;
+    std::string path;
+    EXPECT_FALSE(wynd.QueryTVK(out, QUERY_INVENTORY));
+    EXPECT_FALSE(wynd.IsPayloadSigned(path));
+    EXPECT_FALSE(wynd.StartCopyFile());
+    EXPECT_FALSE(wynd.AddFile("a", "b", ADD_PAYLOAD));
+    EXPECT_FALSE(wynd.CompleteSignedUnzip());
+    EXPECT_FALSE(wynd.EndCopyFile());
+    EXPECT_EQ(wynd.getVTEKError(), 801);
+}
+
+TEST_F(Face, AnotherSourceOrModeIsNotAdded) {
+    secureWynd wynd;
+    wynd.secureWyndInit();
+    std::string path;
+    ASSERT_TRUE(wynd.IsPayloadSigned(path));
+    ASSERT_TRUE(wynd.StartCopyFile());
+    EXPECT_FALSE(wynd.AddFile("/etc/passwd", "Chassis/fw.fwp", ADD_PAYLOAD));
+    EXPECT_FALSE(wynd.AddFile(path, "Chassis/fw.fwp", QUERY_INVENTORY));
+    EXPECT_FALSE(wynd.AddFile(path, "", ADD_PAYLOAD));
+    EXPECT_EQ(wynd.getVTEKError(), 502);
+}
+
+TEST_F(Face, TheKindIsASetting) {
+    for (const int kind : {0, 1, 2, 3}) {
+        lab_.set("repository-kind", std::to_string(kind));
+        EXPECT_EQ(static_cast<int>(secureWynd().IsWyndPresent()), kind);
+    }
+}
+
+TEST_F(Face, ACorruptStateFailsTheSession) {
+    test::writeFile(lab_.rootPath() / "state.db", std::string(4096, 'x'));
+    secureWynd wynd;
+    EXPECT_TRUE(wynd.isSuccess);
+    EXPECT_EQ(wynd.IsWyndPresent(), WYND_FULL);
+    wynd.secureWyndInit();
+    EXPECT_FALSE(wynd.isSuccess);
+    EXPECT_EQ(wynd.getVTEKError(), 112);
+}
+
+TEST_F(Face, AWorkingDirectoryThatWasRemovedIsRefused) {
+    std::filesystem::remove_all(lab_.package());
+    secureWynd wynd;
+    wynd.secureWyndInit();
+    std::string path;
+    EXPECT_FALSE(wynd.IsPayloadSigned(path));
+    EXPECT_EQ(wynd.getVTEKError(), 203);
+}
+
+TEST_F(Face, AnIpmiRequestIsAnsweredFromTheSettings) {
+    std::fill(std::begin(IPMIReqBuf.bytes), std::end(IPMIReqBuf.bytes), static_cast<unsigned char>(0));
+    IPMIReqBuf.bytes[35] = 0x17;
+    EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 12), 0);
+    EXPECT_EQ(IPMIReqBuf.bytes[35], 0);
+    EXPECT_EQ(IPMIReqBuf.bytes[42], 2);
+    EXPECT_EQ(IPMIReqBuf.bytes[43], 1);
+    EXPECT_EQ(IPMIReqBuf.bytes[44], 0);
+}
+
+TEST_F(Face, AnIpmiCompletionCodeComesBackAndTheBufferStays) {
+    lab_.set("ipmi-completion", "193");
+    IPMIReqBuf.bytes[42] = 0xEE;
+    EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 12), 0xC1);
+    EXPECT_EQ(IPMIReqBuf.bytes[42], 0xEE);
+}
+
+TEST_F(Face, AnIpmiRequestBeyondTheBufferOrWithoutADeviceFails) {
+    EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, nullptr, 10, 12), 0xFF);
+    EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 41, 12), 0xFF);
+    EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 41), 0xFF);
+    lab_.set("ipmi-transport", "/dev/ipmi255");
+    EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 12), 0xFF);
+    EXPECT_THAT(log(), HasSubstr("OEMIPMIRequest: error 901, IPMI request failed: open /dev/ipmi255"));
+}
+
+TEST_F(Face, ALogMessageKeepsItsPlace) {
+    logWyndMsg("../src/QRXInventory", 7, "message");
+    logWyndMsg(nullptr, 0, "no place");
+    EXPECT_THAT(log(), HasSubstr("../src/QRXInventory:7: message\n"));
+}
+
+TEST(FaceWithoutARoot, OffersNothingAndSaysWhy) {
+    setenv("VTEK_ROOT", "/nowhere/at/all", 1);
+    testing::internal::CaptureStderr();
+    secureWynd wynd;
+    EXPECT_FALSE(wynd.isSuccess);
+    EXPECT_EQ(wynd.IsWyndPresent(), NO_WYND);
+    wynd.secureWyndInit();
+    EXPECT_FALSE(wynd.isSuccess);
+    EXPECT_EQ(wynd.getVTEKError(), 101);
+    EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 12), 0xFF);
+    logWyndMsg("a", 1, "dropped");
+    EXPECT_THAT(
+        testing::internal::GetCapturedStderr(),
+        HasSubstr("libvtek (simulation): error 101, no root: /nowhere: No such file or directory; to do: "));
+}
+
+}  // namespace

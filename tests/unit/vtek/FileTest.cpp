@@ -1,0 +1,86 @@
+#include "Digest.h"
+#include "File.h"
+#include "TempDir.h"
+#include "Tree.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+using testing::ElementsAre;
+
+TEST(File, DescriptorsStayAboveTheStandardOnes) {
+    const int saved = dup(0);
+    close(0);
+    const auto file = vtek::openAt(vtek::kWorkingFolder, "/dev/null", O_RDONLY);
+    EXPECT_GT(file.get(), 2);
+    EXPECT_EQ(fcntl(0, F_GETFD), -1);
+    EXPECT_EQ(fcntl(file.get(), F_GETFD), FD_CLOEXEC);
+    dup2(saved, 0);
+    close(saved);
+}
+
+TEST(File, ReadWholeStopsAtItsBound) {
+    const test::TempDir folder;
+    test::writeFile(folder / "file", std::string(20000, 'x'));
+    std::string content;
+    auto file = vtek::openAt(vtek::kWorkingFolder, (folder / "file").string(), O_RDONLY);
+    EXPECT_TRUE(vtek::readWhole(file.get(), 20000, content));
+    EXPECT_EQ(content.size(), 20000U);
+    file = vtek::openAt(vtek::kWorkingFolder, (folder / "file").string(), O_RDONLY);
+    EXPECT_FALSE(vtek::readWhole(file.get(), 19999, content));
+    EXPECT_EQ(errno, EFBIG);
+}
+
+TEST(File, ListsAFolderInOrder) {
+    const test::TempDir folder;
+    for (const char* name : {"b", "a", ".hidden", "c"}) {
+        test::writeFile(folder / name, "");
+    }
+    const auto opened = vtek::openAt(vtek::kWorkingFolder, folder.path().string(), O_RDONLY | O_DIRECTORY);
+    std::vector<std::string> names;
+    EXPECT_TRUE(vtek::listFolder(opened.get(), names));
+    EXPECT_TRUE(vtek::listFolder(opened.get(), names));
+    EXPECT_THAT(names, ElementsAre(".hidden", "a", "b", "c"));
+}
+
+TEST(Digest, IsSha256) {
+    vtek::Digest empty;
+    EXPECT_EQ(empty.hex(), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+    vtek::Digest abc;
+    abc.update("a", 1);
+    abc.update("bc", 2);
+    EXPECT_EQ(abc.hex(), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+}
+
+TEST(Tree, RemovesEverythingButWhatLinksLeadTo) {
+    const test::TempDir folder;
+    std::filesystem::create_directories(folder / "tree/a/b");
+    std::filesystem::create_directories(folder / "kept");
+    test::writeFile(folder / "kept/file", "kept");
+    test::writeFile(folder / "tree/a/b/file", "x");
+    std::filesystem::create_directory_symlink(folder / "kept", folder / "tree/link");
+    const auto opened = vtek::openAt(vtek::kWorkingFolder, folder.path().string(), O_RDONLY | O_DIRECTORY);
+    EXPECT_TRUE(vtek::syncTree(opened.get(), "tree/a"));
+    EXPECT_TRUE(vtek::removeTree(opened.get(), "tree"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "tree"));
+    EXPECT_EQ(test::readFile(folder / "kept/file"), "kept");
+    EXPECT_TRUE(vtek::removeTree(opened.get(), "tree"));
+}
+
+TEST(Tree, SyncsNoTreeThatHoldsALink) {
+    const test::TempDir folder;
+    std::filesystem::create_directories(folder / "tree");
+    std::filesystem::create_symlink("/etc/passwd", folder / "tree/link");
+    const auto opened = vtek::openAt(vtek::kWorkingFolder, folder.path().string(), O_RDONLY | O_DIRECTORY);
+    EXPECT_FALSE(vtek::syncTree(opened.get(), "tree"));
+    EXPECT_FALSE(vtek::syncTree(opened.get(), "missing"));
+}
+
+}  // namespace

@@ -1,0 +1,168 @@
+#include "Lab.h"
+#include "Lock.h"
+
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <optional>
+#include <vector>
+
+namespace {
+
+using std::chrono::milliseconds;
+using test::Lab;
+using test::Outcome;
+using testing::HasSubstr;
+using vtek::ErrorNumber;
+using vtek::Lock;
+
+/** A process that holds the lock until it is told to end. */
+class Holder {
+public:
+    explicit Holder(const Lab& lab) {
+        if (pipe(ready_) != 0) {
+            std::abort();
+        }
+        pid_ = fork();
+        if (pid_ == 0) {
+            const vtek::Root root = lab.root();
+            const auto lock = Lock::acquire(root, milliseconds(0));
+            if (lock && write(ready_[1], "x", 1) == 1) {
+                pause();
+            }
+            _exit(0);
+        }
+        char byte = 0;
+        if (read(ready_[0], &byte, 1) != 1) {
+            std::abort();
+        }
+    }
+    ~Holder() { kill(); }
+    Holder(const Holder&) = delete;
+    Holder& operator=(const Holder&) = delete;
+
+    void kill() {
+        if (pid_ > 0) {
+            ::kill(pid_, SIGKILL);
+            waitpid(pid_, nullptr, 0);
+            close(ready_[0]);
+            close(ready_[1]);
+            pid_ = 0;
+        }
+    }
+    pid_t pid() const { return pid_; }
+
+private:
+    int ready_[2] = {-1, -1};
+    pid_t pid_ = 0;
+};
+
+TEST(Lock, NamesItsHolder) {
+    const Lab lab;
+    const Holder holder(lab);
+    const vtek::Root root = lab.root();
+    const auto refused = Lock::acquire(root, milliseconds(0));
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().number, ErrorNumber::RepositoryBusy);
+    EXPECT_THAT(refused.error().message,
+                HasSubstr("process " + std::to_string(holder.pid()) + ", started 2"));
+    EXPECT_THAT(refused.error().message, HasSubstr("command: "));
+}
+
+TEST(Lock, WaitsAsLongAsItIsTold) {
+    const Lab lab;
+    const Holder holder(lab);
+    const vtek::Root root = lab.root();
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(Lock::acquire(root, milliseconds(300)));
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(waited, milliseconds(300));
+    EXPECT_LT(waited, milliseconds(3000));
+}
+
+TEST(Lock, IsFreeWhenItsHolderIsKilled) {
+    const Lab lab;
+    Holder holder(lab);
+    holder.kill();
+    const vtek::Root root = lab.root();
+    EXPECT_TRUE(Lock::acquire(root, milliseconds(0)));
+}
+
+TEST(Lock, AFileLeftByADeadProcessHoldsNobodyUp) {
+    const Lab lab;
+    test::writeFile(lab.rootPath() / "lock", "process 1, started long ago, command: gone");
+    const vtek::Root root = lab.root();
+    EXPECT_TRUE(Lock::acquire(root, milliseconds(0)));
+}
+
+TEST(Lock, ASecondUpdateIsToldWhoHoldsTheRepository) {
+    const Lab lab;
+    lab.set("lock-wait", "0");
+    const auto untouched = lab.snapshot();
+    const Holder holder(lab);
+    EXPECT_EQ(lab.update(), (Outcome{"start", ErrorNumber::RepositoryBusy}));
+    EXPECT_EQ(lab.snapshot(), untouched);
+}
+
+TEST(Lock, InventoriesRunBesideAnUpdate) {
+    const Lab lab;
+    EXPECT_EQ(lab.update([&](const std::string& step) { EXPECT_EQ(lab.version(), "1.00") << step; }),
+              (Outcome{"done"}));
+    EXPECT_EQ(lab.version(), "2.00");
+}
+
+TEST(Lock, ManyUpdatesAtOnceHappenOneAfterTheOther) {
+    const Lab lab;
+    lab.set("lock-wait", "100");
+    for (const int count : {2, 10}) {
+        std::vector<pid_t> children;
+        for (int i = 0; i < count; ++i) {
+            const pid_t child = fork();
+            if (child == 0) {
+                _exit(lab.update() == Outcome{"done"} ? 0 : 1);
+            }
+            children.push_back(child);
+        }
+        for (const pid_t child : children) {
+            int status = -1;
+            waitpid(child, &status, 0);
+            EXPECT_EQ(status, 0);
+        }
+    }
+    const vtek::Root root = lab.root();
+    auto store = vtek::Store::open(root, vtek::Store::Mode::Read);
+    EXPECT_EQ(store->history()->size(), 12U);
+    EXPECT_EQ(*store->currentGeneration(), 12);
+}
+
+TEST(Lock, OneOfFiftyUpdatesThatDoNotWaitWinsAtLeastAndTheOthersAreTold) {
+    const Lab lab;
+    lab.set("lock-wait", "0");
+    std::vector<pid_t> children;
+    for (int i = 0; i < 50; ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            const Outcome outcome = lab.update();
+            const Outcome busy{"start", ErrorNumber::RepositoryBusy};
+            _exit(outcome == Outcome{"done"} ? 0 : (outcome == busy ? 1 : 2));
+        }
+        children.push_back(child);
+    }
+    std::size_t done = 0;
+    for (const pid_t child : children) {
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) < 2) << status;
+        done += status == 0 ? 1 : 0;
+    }
+    const vtek::Root root = lab.root();
+    auto store = vtek::Store::open(root, vtek::Store::Mode::Read);
+    EXPECT_GE(done, 1U);
+    EXPECT_EQ(store->history()->size(), done);
+    EXPECT_EQ(lab.version(), "2.00");
+}
+
+}  // namespace
