@@ -110,9 +110,10 @@ TEST_F(Dependencies, HardAndSoftOnesComeInDocumentOrder) {
 
 TEST_F(Dependencies, OnlyChildrenOfSupportedDevicesNamedExactlySoAreRead) {
     EXPECT_THAT(
-        componentsIn(R"(<Dependency componentID="1"/><Device><dependency componentID="2"/>)"
-                     R"(<Group><Dependency componentID="3"/></Group><SOFTDEPENDENCY componentID="4"/>)"
-                     R"(<!--Dependency--><?Dependency x?></Device>)"),
+        componentsIn(
+            R"(<Dependency componentID="1"/><Device><dependency componentID="2"/>)"
+            R"(<Group><Dependency componentID="3"/><SoftDependency/></Group><SOFTDEPENDENCY componentID="4"/>)"
+            R"(<!--Dependency--><?Dependency x?></Device>)"),
         IsEmpty());
 }
 
