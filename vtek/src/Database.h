@@ -55,6 +55,9 @@ public:
 
     Result<Statement> prepare(std::string_view sql);
 
+    /** The key of the row that was inserted last. */
+    std::int64_t lastRow() const { return sqlite3_last_insert_rowid(connection_.get()); }
+
     /** The single number that a query yields. */
     Result<std::int64_t> number(std::string_view sql);
 

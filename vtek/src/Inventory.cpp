@@ -62,21 +62,27 @@ Status Inventory::add(const InventoryDevice& device) {
         return Error{ErrorNumber::InvalidArgument,
                      "a text of the device is not UTF-8 or holds control characters"};
     }
-    VTEK_ASSIGN(Statement addDevice,
-                database_.prepare("INSERT INTO device (component_id, display) VALUES (?, ?) RETURNING id"));
-    VTEK_ASSIGN(const bool added,
-                addDevice.bind(1, device.componentId).bindOptional(2, device.display).step());
-    const std::int64_t id = added ? addDevice.number(0) : 0;
-    VTEK_ASSIGN(Statement addApplication,
-                database_.prepare("INSERT INTO application (device, component_type, version, display) "
-                                  "VALUES (?, ?, ?, ?)"));
+    VTEK_TRY(prepareToAdd());
+    VTEK_TRY(addDevice_->bind(1, device.componentId).bindOptional(2, device.display).run());
+    const std::int64_t id = database_.lastRow();
     for (const auto& application : device.applications) {
-        VTEK_TRY(addApplication.bind(1, id)
+        VTEK_TRY(addApplication_->bind(1, id)
                      .bindOptional(2, application.componentType)
                      .bindOptional(3, application.version)
                      .bindOptional(4, application.display)
                      .run());
     }
+    return {};
+}
+
+Status Inventory::prepareToAdd() {
+    if (addApplication_) {
+        return {};
+    }
+    VTEK_ASSIGN(addDevice_, database_.prepare("INSERT INTO device (component_id, display) VALUES (?, ?)"));
+    VTEK_ASSIGN(addApplication_,
+                database_.prepare("INSERT INTO application (device, component_type, version, display) "
+                                  "VALUES (?, ?, ?, ?)"));
     return {};
 }
 

@@ -65,7 +65,11 @@ public:
     Result<int> import(int fd);
 
 private:
+    Status prepareToAdd();
+
     Database& database_;
+    std::optional<Statement> addDevice_;  // kept from one device to the next
+    std::optional<Statement> addApplication_;
 };
 
 }  // namespace vtek
