@@ -35,6 +35,11 @@ class State:
     history: list  # `vtekctl history`: generation and version of each update
     files: dict  # the repository: path below it, digest
 
+    @property
+    def version(self):
+        """The version in force."""
+        return self.shown["firmware"]["version"]
+
     def faults(self, versions, packages):
         """What does not fit when these versions were installed one after the other; none when the state is whole.
 
@@ -47,7 +52,7 @@ class State:
         return differences(
             ("history", [version for _, version in self.history], versions),
             ("inventory report", self.inventory, inventory_report(versions[-1])),
-            ("version in force", self.shown["firmware"]["version"], versions[-1]),
+            ("version in force", self.version, versions[-1]),
             ("generation in force", self.shown["generation"], generations[-1]),
             ("generations", generations, sorted(set(generations))),
             *firmware)

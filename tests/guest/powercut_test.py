@@ -11,6 +11,7 @@ import argparse
 import pathlib
 import sys
 import tempfile
+from dataclasses import dataclass
 
 from chassis import Chassis
 from disk import Disk
@@ -28,6 +29,20 @@ def demand(faults):
     """Ends the test where something does not work that has nothing to do with a power cut."""
     if faults:
         raise AssertionError("; ".join(faults))
+
+
+@dataclass(frozen=True)
+class Verdict:
+    """What a power cut left."""
+
+    is_reported: bool  # success, before the cut
+    version: str  # in force afterwards
+    faults: list  # what does not fit
+
+    def tell(self, where):
+        """Prints it."""
+        story = f"{where}{', success was reported' if self.is_reported else ''}: version {self.version}"
+        print("INCONSISTENT" if self.faults else "consistent", "\n    ".join([story, *self.faults]), flush=True)
 
 
 class Bench:
@@ -50,7 +65,7 @@ class Bench:
             self._before = disk.remains(seed=0)
 
     def cut_after_report(self, environment=""):
-        """Lets the update finish and cuts the power then. Returns the faults, and the writes that the update took."""
+        """Lets the update finish and cuts the power then. Returns the verdict, and the writes that the update took."""
         with Disk(self._folder, self._before) as disk:
             with self._boot(disk) as guest:
                 chassis = Chassis(guest)
@@ -58,17 +73,17 @@ class Bench:
                 demand(chassis.update(NEW, environment))
                 writes = disk.writes - writes_before
             remains = disk.remains(seed=0)
-        return self._faults_after(remains, is_reported=True), writes
+        return self._judge(remains, is_reported=True), writes
 
     def cut_at_write(self, write, seed):
-        """Cuts the power at a write of the update. Returns the faults, and whether success was reported before."""
+        """Cuts the power at a write of the update."""
         with Disk(self._folder, self._before) as disk:
             with self._boot(disk) as guest:
                 chassis = Chassis(guest)
                 disk.at_write(write, guest.cut_power)
                 is_reported = self._is_update_reported(chassis, disk)
             remains = disk.remains(seed)
-        return self._faults_after(remains, is_reported), is_reported
+        return self._judge(remains, is_reported)
 
     @staticmethod
     def _is_update_reported(chassis, disk):
@@ -81,14 +96,15 @@ class Bench:
             return False
         return True
 
-    def _faults_after(self, content, is_reported):
-        """Boots what is left, and updates it again; what is wrong with either."""
+    def _judge(self, content, is_reported):
+        """Boots what is left, and updates it again."""
         with Disk(self._folder, content) as disk, self._boot(disk) as guest:
             chassis = Chassis(guest)
             state = chassis.state(NEW)
             is_updated = is_reported or len(state.history) == len(UPDATED)
             versions = UPDATED if is_updated else NOT_UPDATED
-            return state.faults(versions, self._packages) or self._faults_of_next_update(chassis, [*versions, NEW])
+            faults = state.faults(versions, self._packages)
+            return Verdict(is_reported, state.version, faults or self._faults_of_next_update(chassis, [*versions, NEW]))
 
     def _faults_of_next_update(self, chassis, versions):
         if faults := chassis.update(NEW):
@@ -106,29 +122,25 @@ def spread(points, writes):
     return [1 + (2 * point + 1) * writes // (2 * points) for point in range(points)]
 
 
-def tell(where, faults):
-    """Prints one verdict; returns whether there are faults."""
-    print("INCONSISTENT" if faults else "consistent", "\n    ".join([where, *faults]), flush=True)
-    return bool(faults)
-
-
 def check_cuts(bench, points):
     """The power cuts of a program that syncs: none may leave a fault."""
-    faults, writes = bench.cut_after_report()
-    failures = tell(f"right after success was reported, after {writes} writes", faults)
+    verdict, writes = bench.cut_after_report()
+    verdict.tell(f"after {writes} writes")
+    failures = bool(verdict.faults)
     for seed, write in enumerate(spread(points, writes)):
-        faults, is_reported = bench.cut_at_write(write, seed)
-        failures += tell(f"at write {write}{', success was reported' if is_reported else ''}", faults)
+        verdict = bench.cut_at_write(write, seed)
+        verdict.tell(f"at write {write}")
+        failures += bool(verdict.faults)
     print(f"{points + 1} points tried, {failures} inconsistent")
     return failures == 0
 
 
 def check_without_sync(bench, taken_away):
     """A power cut of a program whose syncs do nothing: it must leave a fault."""
-    faults, _ = bench.cut_after_report(f"LD_LIBRARY_PATH=/bin LD_PRELOAD={WITHOUT_SYNC[taken_away]}")
-    is_noticed = tell(f"right after success was reported, without sync: {taken_away}", faults)
-    print(f"1 point tried, {'noticed, as it must be' if is_noticed else 'NOT NOTICED'}")
-    return is_noticed
+    verdict, _ = bench.cut_after_report(f"LD_LIBRARY_PATH=/bin LD_PRELOAD={WITHOUT_SYNC[taken_away]}")
+    verdict.tell(f"without sync: {taken_away}")
+    print(f"1 point tried, {'noticed, as it must be' if verdict.faults else 'NOT NOTICED'}")
+    return bool(verdict.faults)
 
 
 def main():
