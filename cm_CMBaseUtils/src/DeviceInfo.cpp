@@ -46,6 +46,7 @@ auto CDeviceInfo::identity() const {
                     m_PCIInfo.subDeviceID, m_PCIInfo.vendorID, m_PCIInfo.subVendorID);
 }
 
+// cppcheck-suppress passedByValue ; the signature that callers know
 bool CDeviceInfo::operator==(CDeviceInfo other) const {
     return identity() == other.identity();
 }

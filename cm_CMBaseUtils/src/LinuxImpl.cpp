@@ -115,7 +115,8 @@ std::vector<std::string> CLinuxImpl::GetFileList(std::string& dir) {
 }
 
 bool CLinuxImpl::IsFileExits(const std::string& name) {
-    return opensForReading(getCurrentDirectory() + name);
+    // By its full name: the constructor asks, too, when no virtual call reaches further than this class.
+    return opensForReading(CLinuxImpl::getCurrentDirectory() + name);
 }
 
 bool CLinuxImpl::IsFileExistsAbs(const std::string& path) {

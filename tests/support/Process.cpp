@@ -52,7 +52,12 @@ private:
     int fd_ = -1;
 };
 
-std::pair<Descriptor, Descriptor> makePipe() {
+struct Pipe {
+    Descriptor reading;
+    Descriptor writing;
+};
+
+Pipe makePipe() {
     std::array<int, 2> ends{-1, -1};
     if (pipe(ends.data()) != 0) {
         fail("pipe");
@@ -67,7 +72,7 @@ std::optional<Descriptor> openRedirect(const Redirect& redirect, const char* nam
         case Redirect::Kind::File:
             return Descriptor(open(redirect.path.c_str(), flags), redirect.path.string());
         case Redirect::Kind::ReaderlessPipe:
-            return std::move(makePipe().second);
+            return makePipe().writing;
         case Redirect::Kind::Closed:
             break;
     }
@@ -112,7 +117,7 @@ public:
 
     /** Starts the program and returns its process id. */
     pid_t start() {
-        auto [report, reporter] = makePipe();
+        Pipe report = makePipe();
         const pid_t child = fork();
         if (child < 0) {
             fail("fork");
@@ -120,11 +125,11 @@ public:
         if (child == 0) {
             become();
             const int error = errno;
-            _exit(write(reporter.get(), &error, sizeof error) == sizeof error ? 127 : 126);
+            _exit(write(report.writing.get(), &error, sizeof error) == sizeof error ? 127 : 126);
         }
-        reporter.reset();
+        report.writing.reset();
         int error = 0;
-        if (read(report.get(), &error, sizeof error) > 0) {
+        if (read(report.reading.get(), &error, sizeof error) > 0) {
             waitpid(child, nullptr, 0);
             throw std::system_error(error, std::generic_category(), arguments_.at(0));
         }

@@ -161,6 +161,7 @@ bool secureWynd::StartCopyFile() {
     return m_pImpl->attempt("StartCopyFile", [&] { return m_pImpl->step(&Update::start); });
 }
 
+// cppcheck-suppress passedByValue ; the platform's own signature
 bool secureWynd::AddFile(std::string source, std::string destination, exmlMode mode) {
     return m_pImpl->attempt("AddFile", [&] { return m_pImpl->add(source, destination, mode); });
 }

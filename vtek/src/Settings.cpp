@@ -165,6 +165,7 @@ Status changeSetting(Store& store, std::string_view name, std::string_view value
 }
 
 bool parseNumber(std::string_view text, std::uint64_t least, std::uint64_t most, std::uint64_t& value) {
+    // cppcheck-suppress danglingTemporaryLifetime ; the text outlives the call, whoever made it
     const char* end = text.data() + text.size();
     const auto [reached, failure] = std::from_chars(text.data(), end, value);
     return failure == std::errc() && reached == end && value >= least && value <= most;
