@@ -4,6 +4,7 @@
 
 #include <dirent.h>
 #include <libxml/xmlerror.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -54,6 +55,9 @@ std::string takeUntil(std::string_view& input, char separator) {
 }
 
 const std::filesystem::path& workingFolder() {
+    // Small files that are written thousands of times a second do not belong on a disk.
+    [[maybe_unused]] static const bool inMemory =
+        access("/dev/shm", W_OK) == 0 && setenv("TMPDIR", "/dev/shm", 0) == 0;
     static const TempDir folder;
     [[maybe_unused]] static const bool entered = [] {
         std::filesystem::current_path(folder.path());
