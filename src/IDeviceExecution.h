@@ -1,5 +1,4 @@
-#ifndef QRX_I_DEVICE_EXECUTION_H
-#define QRX_I_DEVICE_EXECUTION_H
+#pragma once
 
 #include "DeviceInfo.h"
 
@@ -14,5 +13,3 @@ public:
      *  caller. */
     virtual std::vector<CDeviceInfo*> Update() = 0;
 };
-
-#endif

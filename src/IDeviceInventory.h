@@ -1,5 +1,4 @@
-#ifndef QRX_I_DEVICE_INVENTORY_H
-#define QRX_I_DEVICE_INVENTORY_H
+#pragma once
 
 #include "DeviceInfo.h"
 
@@ -13,5 +12,3 @@ public:
     /** The records of the devices found, failed ones among them; the records pass to the caller. */
     virtual std::vector<CDeviceInfo*> GetInventory() = 0;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef QRX_INVENTORY_H
-#define QRX_INVENTORY_H
+#pragma once
 
 #include "DeviceInfo.h"
 #include "IDeviceInventory.h"
@@ -72,5 +71,3 @@ private:
     /** Passes to the caller inside the list. */
     CDeviceInfo* m_pDevice;
 };
-
-#endif

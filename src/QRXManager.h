@@ -1,5 +1,4 @@
-#ifndef QRX_MANAGER_H
-#define QRX_MANAGER_H
+#pragma once
 
 #include "CommandLineParser.h"
 #include "DeviceInfo.h"
@@ -38,5 +37,3 @@ private:
     /** Records of the last operation, owned. Those of an operation before it live until the process exits. */
     std::vector<CDeviceInfo*> m_vecDevices;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef QRX_UPDATE_H
-#define QRX_UPDATE_H
+#pragma once
 
 #include "DeviceInfo.h"
 #include "IDeviceExecution.h"
@@ -45,5 +44,3 @@ private:
     /** Passes to the caller inside the list. */
     CDeviceInfo* m_pDevice;
 };
-
-#endif

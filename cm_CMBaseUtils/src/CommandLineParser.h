@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_COMMAND_LINE_PARSER_H
-#define CM_BASE_UTILS_COMMAND_LINE_PARSER_H
+#pragma once
 
 #include <string>
 
@@ -48,5 +47,3 @@ private:
     bool m_bVerify;
     int m_nArgIndex;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_DEVICE_INFO_H
-#define CM_BASE_UTILS_DEVICE_INFO_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -121,5 +120,3 @@ private:
     bool m_bRebootRequired;
     _BDFInfo m_BDFInfo;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_DEVICE_INVENTORY_INFO_H
-#define CM_BASE_UTILS_DEVICE_INVENTORY_INFO_H
+#pragma once
 
 #include "DeviceInfo.h"
 #include "XmlHandles.h"
@@ -46,5 +45,3 @@ private:
     std::string m_strPath;
     XmlDocPtr m_pXmlDoc;
 };
-
-#endif

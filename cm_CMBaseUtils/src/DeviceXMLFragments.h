@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_DEVICE_XML_FRAGMENTS_H
-#define CM_BASE_UTILS_DEVICE_XML_FRAGMENTS_H
+#pragma once
 
 #include "DeviceInfo.h"
 
@@ -20,5 +19,3 @@ inline void writePciIdentity(std::ostream& out, const SPCIInfo& ids) {
     out << R"(<Device  vendorID=")" << ids.vendorID << R"(" deviceID=")" << ids.deviceID
         << R"(" subVendorID=")" << ids.subVendorID << R"(" subDeviceID=")" << ids.subDeviceID << R"(" )";
 }
-
-#endif

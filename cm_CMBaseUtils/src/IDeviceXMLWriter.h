@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_I_DEVICE_XML_WRITER_H
-#define CM_BASE_UTILS_I_DEVICE_XML_WRITER_H
+#pragma once
 
 #include "DeviceInfo.h"
 
@@ -21,5 +20,3 @@ public:
      */
     virtual bool GetXML(const std::vector<CDeviceInfo*>& devices, std::string fileName) = 0;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_I_PLATFORM_IMPL_H
-#define CM_BASE_UTILS_I_PLATFORM_IMPL_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -56,5 +55,3 @@ public:
 protected:
     ~IPlatformImpl() = default;
 };
-
-#endif

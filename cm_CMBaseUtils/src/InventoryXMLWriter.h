@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_INVENTORY_XML_WRITER_H
-#define CM_BASE_UTILS_INVENTORY_XML_WRITER_H
+#pragma once
 
 #include "IDeviceXMLWriter.h"
 
@@ -41,5 +40,3 @@ private:
     void addPciDevice(const CDeviceInfo& device);
     void addNonPciDevice(const CDeviceInfo& device);
 };
-
-#endif

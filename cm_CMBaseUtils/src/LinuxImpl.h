@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_LINUX_IMPL_H
-#define CM_BASE_UTILS_LINUX_IMPL_H
+#pragma once
 
 #include "IPlatformImpl.h"
 
@@ -49,5 +48,3 @@ private:
     /** Whether the library was usable before the first InstallTolv of the cycle. */
     static bool bTOLVAlreadyInstalled;
 };
-
-#endif

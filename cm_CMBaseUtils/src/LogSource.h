@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_LOG_SOURCE_H
-#define CM_BASE_UTILS_LOG_SOURCE_H
+#pragma once
 
 #include "Logger.h"
 
@@ -47,5 +46,3 @@ public:
 private:
     const char* m_pSourceFile;
 };
-
-#endif

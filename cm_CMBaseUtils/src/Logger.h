@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_LOGGER_H
-#define CM_BASE_UTILS_LOGGER_H
+#pragma once
 
 #include <fstream>
 #include <string>
@@ -50,5 +49,3 @@ private:
     std::ofstream m_logStream;
     bool m_bEnabled;
 };
-
-#endif

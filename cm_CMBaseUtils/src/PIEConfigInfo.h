@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_PIE_CONFIG_INFO_H
-#define CM_BASE_UTILS_PIE_CONFIG_INFO_H
+#pragma once
 
 #include "XmlHandles.h"
 
@@ -56,5 +55,3 @@ private:
 
     bool isInventoryPlugin(xmlNode* plugin);
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_PLATFORM_LAYER_H
-#define CM_BASE_UTILS_PLATFORM_LAYER_H
+#pragma once
 
 #include "IPlatformImpl.h"
 
@@ -39,5 +38,3 @@ public:
 private:
     static IPlatformImpl* m_pPlatformImpl;
 };
-
-#endif

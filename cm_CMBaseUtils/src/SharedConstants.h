@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_SHARED_CONSTANTS_H
-#define CM_BASE_UTILS_SHARED_CONSTANTS_H
+#pragma once
 
 /**
  * The texts that several sources share: how a component is found in an inventory document (the component id
@@ -11,5 +10,3 @@ inline constexpr const char* strFileSeparator = "/";
 inline constexpr const char* KStrDeviceName = "QRX";
 inline constexpr const char* KStrComponentType = "FRMW";
 inline constexpr const char* KStrDestination = "Chassis";
-
-#endif

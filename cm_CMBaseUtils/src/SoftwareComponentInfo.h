@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_SOFTWARE_COMPONENT_INFO_H
-#define CM_BASE_UTILS_SOFTWARE_COMPONENT_INFO_H
+#pragma once
 
 #include "DeviceInfo.h"
 #include "XmlHandles.h"
@@ -122,5 +121,3 @@ private:
     void parsePackageXml();
     std::string lastAttributeOf(const char* expression, const char* name);
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_UPDATE_XML_WRITER_H
-#define CM_BASE_UTILS_UPDATE_XML_WRITER_H
+#pragma once
 
 #include "IDeviceXMLWriter.h"
 
@@ -43,5 +42,3 @@ private:
     bool addDevice(const CDeviceInfo& device);
     void addSuccess(const CDeviceInfo& device);
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_XML_WRITER_H
-#define CM_BASE_UTILS_XML_WRITER_H
+#pragma once
 
 #include "DeviceInfo.h"
 
@@ -47,5 +46,3 @@ private:
     std::ofstream m_outFile;
     std::string m_strXML;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_XPATH_QUERY_H
-#define CM_BASE_UTILS_XPATH_QUERY_H
+#pragma once
 
 #include "XmlHandles.h"
 
@@ -26,5 +25,3 @@ SXPathResult evaluateXPath(xmlDoc* doc, const xmlChar* expression);
 inline std::span<xmlNode* const> nodesOf(const XPathObjectPtr& result) {
     return {result->nodesetval->nodeTab, static_cast<std::size_t>(result->nodesetval->nodeNr)};
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_XML_HANDLES_H
-#define CM_BASE_UTILS_XML_HANDLES_H
+#pragma once
 
 #include <libxml/parser.h>
 #include <libxml/xpath.h>
@@ -33,5 +32,3 @@ struct XmlCharDeleter {
     void operator()(xmlChar* text) const { xmlFree(text); }
 };
 using XmlCharPtr = std::unique_ptr<xmlChar, XmlCharDeleter>;
-
-#endif

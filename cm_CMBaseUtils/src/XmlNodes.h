@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_XML_NODES_H
-#define CM_BASE_UTILS_XML_NODES_H
+#pragma once
 
 #include "DeviceInfo.h"
 
@@ -22,5 +21,3 @@ const xmlChar* firstChildText(const xmlNode* node);
 
 /** Replaces, as written, the PCI ids that the element has an attribute for; the others stay. */
 void readPciIds(const xmlNode* element, SPCIInfo& ids);
-
-#endif

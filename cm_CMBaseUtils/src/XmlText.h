@@ -1,5 +1,4 @@
-#ifndef CM_BASE_UTILS_XML_TEXT_H
-#define CM_BASE_UTILS_XML_TEXT_H
+#pragma once
 
 #include <libxml/xmlstring.h>
 #include <strings.h>
@@ -25,5 +24,3 @@ inline std::string textOrEmpty(const xmlChar* text) {
 inline bool equalsIgnoringCase(const std::string& one, const std::string& other) {
     return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VTEK_VTEK_H
-#define VTEK_VTEK_H
+#pragma once
 
 #include <sstream>
 #include <string>
@@ -104,5 +103,3 @@ public:
     /** text without the white space at its two ends. */
     static std::string trim_string(const std::string& text);
 };
-
-#endif
