@@ -19,7 +19,7 @@ from concurrent.futures import ThreadPoolExecutor
 from chassis import update_report
 from guest import skip
 from local_chassis import NEW, UPDATED, LocalChassis, Programs, versions_of
-from system_calls import KILL, points, reason_not_possible
+from system_calls import KILL, points, reason_not_possible, spread
 
 
 class Sweep:
@@ -73,13 +73,6 @@ class Sweep:
                       "success reported" if is_reported else "no success reported"] += 1
 
 
-def spread(every, count):
-    """That many of a list's elements, evenly over all of it."""
-    if count is None or count >= len(every):
-        return every
-    return [every[(2 * i + 1) * len(every) // (2 * count)] for i in range(count)]
-
-
 def main():
     parser = argparse.ArgumentParser(description="Faults at the system calls of an update.")
     parser.add_argument("--points", type=int, help="how many points to try; all of them by default")
@@ -94,10 +87,12 @@ def main():
         sweep = Sweep(Programs(arguments.qrxupdate, arguments.vtekctl), pathlib.Path(folder), arguments.workers)
         chosen = spread(sweep.points, arguments.points)
         inconsistent = 0
-        for point, faults in zip(chosen, pool.map(sweep.try_point, chosen)):
+        for tried, (point, faults) in enumerate(zip(chosen, pool.map(sweep.try_point, chosen)), 1):
             if faults:
                 inconsistent += 1
                 print("INCONSISTENT", "\n    ".join([str(point), *faults]), flush=True)
+            if tried % 100 == 0:
+                print(f"{tried} tried, {inconsistent} inconsistent", flush=True)
     for outcome, count in sorted(sweep.outcomes.items()):
         print(f"{count:5} {', '.join(outcome)}")
     print(f"{len(chosen)} of {len(sweep.points)} points tried in {time.monotonic() - started:.0f} s, "

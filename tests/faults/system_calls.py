@@ -3,6 +3,7 @@
 import collections
 import re
 import shutil
+import signal
 import subprocess
 from dataclasses import dataclass
 
@@ -29,7 +30,7 @@ CALL = re.compile(r"^(?:\d+ +)?([a-z]\w*)\(")
 
 @dataclass(frozen=True)
 class Point:
-    """One system call of a run, and what happens at it: an error, or KILL."""
+    """One system call of a run, and what happens at it: an error, or a signal."""
 
     call: str
     number: int
@@ -40,13 +41,16 @@ class Point:
 
     def command(self, program, trace):
         """The command that runs a program with this fault."""
-        effect = f"signal={self.fault}" if self.fault == KILL else f"error={self.fault}"
+        effect = f"error={self.fault}" if self._signal() is None else f"signal={self.fault}"
         return ["strace", "-f", "-o", trace, "-e", f"trace={self.call}",
                 "-e", f"inject={self.call}:{effect}:when={self.number}", *program]
 
     def is_met(self, trace, status):
         """Whether the run came to this point, by its trace and exit status."""
-        return status == -9 if self.fault == KILL else "(INJECTED)" in trace
+        return "(INJECTED)" in trace if self._signal() is None else status == -self._signal()
+
+    def _signal(self):
+        return getattr(signal, f"SIG{self.fault}", None)
 
 
 def reason_not_possible():
@@ -76,3 +80,10 @@ def points(trace):
                 yield Point(call, seen[call], FITTING[call][seen[call] % len(FITTING[call])])
         reads_cache = reads_cache or LOADER_READS_CACHE.search(line) is not None
         is_loaded = is_loaded or (reads_cache and call == "munmap")
+
+
+def spread(every, count):
+    """That many of a list's elements, evenly over all of it."""
+    if count is None or count >= len(every):
+        return every
+    return [every[(2 * i + 1) * len(every) // (2 * count)] for i in range(count)]

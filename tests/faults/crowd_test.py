@@ -1,0 +1,93 @@
+"""Many updates at once: one after the other, and whoever cannot wait is told who holds the repository.
+
+    crowd_test.py QRXUPDATE VTEKCTL
+"""
+
+import fcntl
+import os
+import re
+import signal
+import time
+import unittest
+
+from attack import AttackTest, main
+from chassis import inventory_report, update_report
+from local_chassis import NEW, NOT_UPDATED, OLD
+from system_calls import reason_not_possible
+
+BUSY = "Start copying file failed"
+
+
+class Crowd(AttackTest):
+    """Whole programs that want the same repository."""
+
+    def start_update(self, *wrapper):
+        return self.chassis.start(*wrapper, self.chassis.programs.qrxupdate, "-u")
+
+    def assert_serialised(self, count, patience):
+        self.chassis.vtekctl("set", "lock-wait", str(patience))
+        updates = [self.start_update() for _ in range(count)]
+        inventories = [self.chassis.start(self.chassis.programs.qrxupdate, "-i") for _ in range(5)]
+        reports = [update.communicate()[0] for update in updates]
+        for inventory in inventories:
+            self.assertIn(inventory.communicate()[0], (inventory_report(OLD), inventory_report(NEW)))
+        done = reports.count(update_report(NEW))
+        refused = [report for report in reports if f'<Message id="1">{BUSY}</Message>' in report]
+        self.assertGreaterEqual(done, 1)
+        self.assertEqual(done + len(refused), count, reports)
+        self.assertEqual(self.chassis.faults([*NOT_UPDATED, *[NEW] * done]), [])
+        told = re.findall(r"StartCopyFile: error 401, .* is held by process (\d+), started \d{4}-\S+Z, command: \S+",
+                          self.chassis.log())
+        self.assertEqual(len(told), len(refused))
+        self.assertLessEqual({int(holder) for holder in told}, {update.pid for update in updates})
+        return done
+
+    def test_two_updates_wait_for_each_other(self):
+        self.assertEqual(self.assert_serialised(2, patience=120), 2)
+
+    def test_ten_updates_wait_for_each_other(self):
+        self.assertEqual(self.assert_serialised(10, patience=300), 10)
+
+    def test_of_fifty_updates_that_do_not_wait_one_wins_at_least(self):
+        self.assert_serialised(50, patience=0)
+
+    def test_an_update_beside_a_holder_is_refused(self):
+        self.chassis.vtekctl("set", "lock-wait", "0")
+        self.before = self.snapshot()
+        with (self.chassis.root / "lock").open("r+") as lock:
+            lock.truncate()
+            lock.write("process 4711, started 2026-01-01T00:00:00Z, command: holder")
+            lock.flush()
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            self.assert_refused(self.update(), BUSY, "is held by process 4711, started 2026-01-01T00:00:00Z")
+
+    def test_a_lock_file_left_by_a_dead_process_is_harmless(self):
+        (self.chassis.root / "lock").write_text("process 1, started 2026-01-01T00:00:00Z, command: init")
+        self.assert_harmless(self.update())
+
+    @unittest.skipIf(reason_not_possible(), reason_not_possible())
+    def test_when_the_holder_is_killed_the_one_that_waits_goes_on(self):
+        self.chassis.vtekctl("set", "lock-wait", "120")
+        self.before = self.snapshot()
+        holder = self.start_update("strace", "-o", "/dev/null", "-e", "inject=renameat2:signal=STOP")
+        process = self.wait_for_holder()
+        second = self.start_update()
+        time.sleep(0.2)
+        self.assertIsNone(second.poll(), "the second update waits")
+        os.kill(process, signal.SIGKILL)
+        holder.communicate()
+        self.assertEqual(second.communicate()[0], update_report(NEW))
+        self.assertEqual(self.chassis.faults([*NOT_UPDATED, NEW]), [])
+        self.assertEqual(self.chassis.state().strays(self.chassis.digests), [])
+
+    def wait_for_holder(self):
+        """Waits until the update has published its files; returns the process id that it has left in the lock."""
+        deadline = time.monotonic() + 120
+        while not (self.chassis.root / "repository" / "3").exists():
+            self.assertLess(time.monotonic(), deadline, "the first update does not start")
+            time.sleep(0.02)
+        return int(re.match(r"process (\d+),", (self.chassis.root / "lock").read_text()).group(1))
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,85 @@
+"""Updates on file systems that cannot take them: refused, and inventories go on.
+
+    mounts_test.py QRXUPDATE VTEKCTL
+"""
+
+import os
+import random
+import shutil
+import subprocess
+
+from attack import AttackTest, main
+from chassis import inventory_report
+from lab import COMPONENT
+from local_chassis import NEW, OLD
+
+NAMESPACE = ["unshare", "-m"] if os.geteuid() == 0 else ["unshare", "-Ur", "-m"]
+
+READ_ONLY = 'mount --bind "$VTEK_ROOT" "$VTEK_ROOT" && mount -o remount,bind,ro "$VTEK_ROOT" && exec "$@"'
+
+# A small file system with the root's content; what the program makes of it is copied out of the namespace.
+SMALL = """
+result=$VTEK_ROOT
+VTEK_ROOT=$1
+export VTEK_ROOT
+mkdir -p "$VTEK_ROOT"
+mount -t tmpfs -o "size=$2,mode=755" tmpfs "$VTEK_ROOT" || exit 99
+cp -a "$result/." "$VTEK_ROOT" || exit 99
+shift 2
+"$@"
+status=$?
+cp -a "$VTEK_ROOT/." "$result"
+exit $status
+"""
+
+
+def reason_not_possible():
+    tried = subprocess.run([*NAMESPACE, "mount", "-t", "tmpfs", "tmpfs", "/mnt"], capture_output=True, text=True)
+    return f"no mount in a namespace of our own: {tried.stderr.strip()}" if tried.returncode else ""
+
+
+class Mounts(AttackTest):
+    """A read-only mount and a full disk."""
+
+    def test_on_a_read_only_mount_an_update_is_refused(self):
+        ended = self.update(*NAMESPACE, "sh", "-c", READ_ONLY, "sh")
+        self.assert_refused(ended, "Start copying file failed")
+
+    def test_on_a_read_only_mount_an_inventory_works(self):
+        ended = self.chassis.run(*NAMESPACE, "sh", "-c", READ_ONLY, "sh", self.chassis.programs.qrxupdate, "-i")
+        self.assertEqual((ended.stdout, ended.returncode), (inventory_report(OLD), 0))
+
+    def test_on_a_disk_without_space_an_update_is_refused(self):
+        self.assert_refused(self.update_with_free_space(1_500_000), "Start copying file failed", "error 403")
+
+    def test_on_a_disk_that_fills_up_the_old_state_stays(self):
+        # Small packed, so that there seems to be space; too large unpacked.
+        self.sign_package(random.Random(1).randbytes(16_384) * 160)
+        ended = self.update_with_free_space(1_500_000, cwd=self.large)
+        self.assert_refused(ended, "Complete Signed Unzip is failed")
+
+    def sign_package(self, content):
+        """Makes a package of one file."""
+        (self.large / "content").mkdir(parents=True)
+        (self.large / "content" / "main.bin").write_bytes(content)
+        shutil.copy(self.chassis.package / "package.xml", self.large)
+        keys = self.folder / "keys"
+        self.chassis.vtekctl("sign", self.large / "content", "-o", self.large / "chassis.fwp", "--format", "tar.gz",
+                             "--package", self.large / "package.xml", "--component", COMPONENT,
+                             "--package-version", NEW, "--chassis", "LAB-CHASSIS",
+                             "--certificate", keys / "signer.pem", "--key", keys / "signer.key")
+
+    @property
+    def large(self):
+        return self.folder / "large"
+
+    def update_with_free_space(self, free, **options):
+        used = sum(-(-path.stat().st_size // 4096) * 4096 + 4096 for path in self.chassis.root.rglob("*"))
+        ended = self.update(*NAMESPACE, "sh", "-c", SMALL, "sh", self.folder / "small", str(used + free),
+                            **options)
+        self.assertNotEqual(ended.returncode, 99, ended.stderr)
+        return ended
+
+
+if __name__ == "__main__":
+    main(reason_not_possible() if shutil.which("unshare") else "unshare is not installed")
