@@ -1,0 +1,23 @@
+# One Debian package with everything that is installed: `cpack -G DEB` in the build folder.
+
+set(CPACK_PACKAGE_NAME qrxupdate)
+set(CPACK_PACKAGE_VENDOR "The qrxupdate developers")
+set(CPACK_PACKAGE_CONTACT "The qrxupdate developers <qrxupdate@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGE_DESCRIPTION "Makes and looks into update packages for a chassis controller, and simulates a chassis.
+The program itself is a template that an update package carries; it uses the platform's own library. The simulated
+one is in a private folder and is used by 'vtekctl run' only.")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_MONOLITHIC_INSTALL ON)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_GENERATOR DEB)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION admin)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+if(NOT VTEK_LIBRARY)
+  # The program needs a library that this package brings along itself.
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/vtek/src)
+endif()
+include(CPack)
