@@ -67,6 +67,7 @@ int runApplication(int argc, char** argv) {
     CLI::App app("Administers the simulated platform library of a lab chassis.", "vtekctl");
     Context context{vtek::rootPathFromEnvironment()};
     app.add_option("--root", context.rootPath, "the root folder; else $VTEK_ROOT, else /var/lib/vtek");
+    app.set_version_flag("--version", "vtekctl " QRX_VERSION);
     app.require_subcommand(1);
     app.footer(
         "Exit status: 0 done, 1 refused or failed, 2 wrong command line; `run` ends as its command does.");
