@@ -16,6 +16,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kPause{20};
+constexpr int kHolderAttempts = 50;
 constexpr std::size_t kDescriptionBound = 512;
 
 std::string ownFile(const char* path) {
@@ -56,16 +57,25 @@ Result<UniqueFd> openLockFile(const Root& root) {
     return file;
 }
 
+/** What the holder has written about itself. A new holder writes right after it has taken the lock, so an
+ * empty file is read again for a while. */
 std::string holderOf(const UniqueFd& file) {
     std::string text(kDescriptionBound, '\0');
-    const ssize_t n = readFullyAt(file.get(), text.data(), text.size(), 0);
-    text.resize(n > 0 ? static_cast<std::size_t>(n) : 0);
-    return text.empty() ? "somebody who has not said who it is" : text;
+    for (int attempt = 0; attempt < kHolderAttempts; ++attempt) {
+        const ssize_t n = readFullyAt(file.get(), text.data(), text.size(), 0);
+        if (n > 0) {
+            return text.substr(0, static_cast<std::size_t>(n));
+        }
+        std::this_thread::sleep_for(kPause);
+    }
+    return "somebody who has not said who it is";
 }
 
+/** Written first and cut to length then, so that nobody finds the file empty between two holders. */
 Status signHolder(const UniqueFd& file) {
     const std::string text = describeProcess();
-    if (ftruncate(file.get(), 0) != 0 || pwrite(file.get(), text.data(), text.size(), 0) < 0) {
+    if (pwrite(file.get(), text.data(), text.size(), 0) < 0 ||
+        ftruncate(file.get(), static_cast<off_t>(text.size())) != 0) {
         return systemError(ErrorNumber::RepositoryUnwritable, "write the lock file");
     }
     return {};
