@@ -1,5 +1,5 @@
 #include "Command.h"
-#include "Output.h"
+#include "TextTable.h"
 
 #include <nlohmann/json.hpp>
 
@@ -45,14 +45,14 @@ private:
     }
 
     static void print(const std::vector<vtek::HistoryEntry>& entries) {
-        std::vector<std::vector<std::string>> rows{{"TIME", "OUTCOME", "GENERATION", "COMPONENT", "FROM",
-                                                    "TO", "OVERRIDE", "USER", "LOGIN", "SIGNER"}};
+        TextTable table({"TIME", "OUTCOME", "GENERATION", "COMPONENT", "FROM", "TO", "OVERRIDE", "USER",
+                         "LOGIN", "SIGNER"});
         for (const auto& entry : entries) {
-            rows.push_back({entry.time, entry.outcome, std::to_string(entry.generation), entry.componentId,
-                            entry.fromVersion, entry.toVersion, entry.override ? "yes" : "no", entry.realUser,
-                            entry.loginUser, entry.signer});
+            table.addRow({entry.time, entry.outcome, std::to_string(entry.generation), entry.componentId,
+                          entry.fromVersion, entry.toVersion, entry.override ? "yes" : "no", entry.realUser,
+                          entry.loginUser, entry.signer});
         }
-        printTable(rows);
+        std::cout << table;
     }
 
     bool json_ = false;

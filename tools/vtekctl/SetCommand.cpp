@@ -1,6 +1,6 @@
 #include "Command.h"
-#include "Output.h"
 #include "Settings.h"
+#include "TextTable.h"
 #include "Users.h"
 
 namespace tools {
@@ -31,12 +31,12 @@ public:
 
 private:
     static void explain() {
-        std::vector<std::vector<std::string>> rows{{"SETTING", "DEFAULT", "TAKES", "MEANING"}};
+        TextTable table({"SETTING", "DEFAULT", "TAKES", "MEANING"});
         for (const auto& info : vtek::settingTable()) {
-            rows.push_back({std::string(info.name), std::string(info.initial), std::string(info.form),
-                            std::string(info.meaning)});
+            table.addRow({std::string(info.name), std::string(info.initial), std::string(info.form),
+                          std::string(info.meaning)});
         }
-        printTable(rows);
+        std::cout << table;
     }
 
     /** Waiving the version floor is on record from the moment on which it is granted. */

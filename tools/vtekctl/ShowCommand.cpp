@@ -1,7 +1,7 @@
 #include "Command.h"
 #include "Inventory.h"
-#include "Output.h"
 #include "Settings.h"
+#include "TextTable.h"
 
 #include <nlohmann/json.hpp>
 
@@ -76,24 +76,22 @@ void print(const State& state) {
                   << state.generation->version << ", signed by " << state.generation->signer;
     }
     std::cout << "\n\n";
-    std::vector<std::vector<std::string>> rows{{"SETTING", "VALUE"}};
+    TextTable settings({"SETTING", "VALUE"});
     for (const auto& [name, value] : state.settings) {
-        rows.push_back({name, value});
+        settings.addRow({name, value});
     }
-    printTable(rows);
-    std::cout << '\n';
-    rows = {{"COMPONENT", "VERSION", "TYPE", "DEVICE", "APPLICATION"}};
+    TextTable inventory({"COMPONENT", "VERSION", "TYPE", "DEVICE", "APPLICATION"});
     for (const auto& device : state.devices) {
         if (device.applications.empty()) {
-            rows.push_back({device.componentId, "", "", device.display.value_or(""), ""});
+            inventory.addRow({device.componentId, "", "", device.display.value_or(""), ""});
         }
         for (const auto& application : device.applications) {
-            rows.push_back({device.componentId, application.version.value_or(""),
-                            application.componentType.value_or(""), device.display.value_or(""),
-                            application.display.value_or("")});
+            inventory.addRow({device.componentId, application.version.value_or(""),
+                              application.componentType.value_or(""), device.display.value_or(""),
+                              application.display.value_or("")});
         }
     }
-    printTable(rows);
+    std::cout << settings << '\n' << inventory;
 }
 
 class ShowCommand : public Command {

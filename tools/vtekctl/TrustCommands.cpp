@@ -1,7 +1,7 @@
 #include "Command.h"
 #include "File.h"
 #include "Files.h"
-#include "Output.h"
+#include "TextTable.h"
 #include "Trust.h"
 #include "Unpack.h"
 
@@ -98,13 +98,16 @@ public:
         }
         if (json_) {
             nlohmann::json json = nlohmann::json::array();
-            for (auto row = rows_.begin() + 1; row != rows_.end(); ++row) {
-                json.push_back(
-                    {{"file", (*row)[0]}, {"kind", (*row)[1]}, {"until", (*row)[2]}, {"name", (*row)[3]}});
+            for (const auto& row : rows_) {
+                json.push_back({{"file", row[0]}, {"kind", row[1]}, {"until", row[2]}, {"name", row[3]}});
             }
             std::cout << json.dump(2) << '\n';
         } else {
-            printTable(rows_);
+            TextTable table({"FILE", "KIND", "UNTIL", "NAME"});
+            for (const auto& row : rows_) {
+                table.addRow(row);
+            }
+            std::cout << table;
         }
         return {};
     }
@@ -115,7 +118,7 @@ private:
     }
 
     bool json_ = false;
-    std::vector<std::vector<std::string>> rows_{{"FILE", "KIND", "UNTIL", "NAME"}};
+    std::vector<std::vector<std::string>> rows_;
 };
 
 class RemoveCommand : public Command {
