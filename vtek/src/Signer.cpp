@@ -25,7 +25,11 @@ bool isStrongDigest(int nid) {
     return nid == NID_sha256 || nid == NID_sha384 || nid == NID_sha512;
 }
 
+/** @param key  null when the certificate's key cannot be read */
 bool isStrongKey(const EVP_PKEY* key) {
+    if (key == nullptr) {
+        return false;
+    }
     const int bits = EVP_PKEY_get_bits(key);
     switch (EVP_PKEY_get_base_id(key)) {
         case EVP_PKEY_RSA:

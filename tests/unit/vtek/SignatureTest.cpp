@@ -323,6 +323,15 @@ TEST(Strength, KeysBelowTheBoundAreRefused) {
                  ErrorNumber::None);
 }
 
+TEST(Strength, AKeyOnACurveThatNobodyKnowsIsRefused) {
+    const Lab lab;
+    // The object identifier of the curve P-256, and one that is not given to any curve.
+    const std::string known("\x2a\x86\x48\xce\x3d\x03\x01\x07", 8);
+    const std::string unknown("\x2a\x86\x48\xce\x3d\x03\x01\x7f", 8);
+    lab.write(test::patched(test::readFile(lab.payload()), known, unknown));
+    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::SignerWeak}));
+}
+
 TEST(Strength, ASignersCertificateSignedWithSha1IsRefused) {
     Lab lab;
     auto request = test::goodSigner();
