@@ -114,7 +114,7 @@ private:
     }
 
     std::string placed(const std::string& name) const {
-        return prefix_.empty() ? name : prefix_ + "/" + name;
+        return prefix_.empty() || name.empty() ? prefix_ + name : prefix_ + "/" + name;
     }
 
     Status makeFolder(const std::string& name) {
