@@ -1,0 +1,97 @@
+// A payload as the stand-in takes it apart and judges its signature. The authority that it trusts, and the
+// one archive that was ever signed for it, were made by payload/make-payload.
+
+#include "Digest.h"
+#include "File.h"
+#include "Harness.h"
+#include "Payload.h"
+#include "Signature.h"
+#include "TempDir.h"
+#include "Trust.h"
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+
+namespace test {
+namespace {
+
+constexpr std::time_t kNow = 1'800'000'000;  // while the stored certificates are valid, for ten years
+constexpr std::size_t kTrailerLength = 8;
+constexpr std::size_t kLongestSignature = 64 * 1024;
+
+/** The lengths of a payload's parts, as its last eight bytes say them; nothing when they cannot be. */
+std::optional<std::pair<std::size_t, std::size_t>> partsOf(std::string_view payload) {
+    if (payload.size() < kTrailerLength) {
+        return std::nullopt;
+    }
+    const std::string_view body = payload.substr(0, payload.size() - kTrailerLength);
+    std::uint64_t signature = 0;
+    for (const char byte : payload.substr(body.size())) {
+        signature = signature * 256 + static_cast<unsigned char>(byte);
+    }
+    if (signature == 0 || signature > kLongestSignature || signature >= body.size()) {
+        return std::nullopt;
+    }
+    const auto length = static_cast<std::size_t>(signature);
+    return std::pair(body.size() - length, length);
+}
+
+std::string digestOf(std::string_view text) {
+    vtek::Digest digest;
+    digest.update(text.data(), text.size());
+    return digest.hex();
+}
+
+/** Trusts the one authority whose certificate and empty revocation list the folder holds. */
+vtek::TrustStore loadTrust(const std::filesystem::path& folder) {
+    vtek::TrustStore trust{vtek::StorePtr(X509_STORE_new())};
+    const auto authority = vtek::parseTrustFile("authority.pem", readFile(folder / "authority.pem"));
+    const auto list = vtek::parseTrustFile("authority.crl", readFile(folder / "authority.crl"));
+    require(authority && list, "the authority of the stored payloads");
+    X509_STORE_add_cert(trust.store.get(), authority->certificates.at(0).get());
+    X509_STORE_add_crl(trust.store.get(), list->revocationLists.at(0).get());
+    trust.authorities = 1;
+    trust.revocationLists = 1;
+    return trust;
+}
+
+}  // namespace
+
+void examine(std::string_view input) {
+    static const std::filesystem::path kept = FUZZ_PAYLOAD;
+    static const vtek::TrustStore trust = loadTrust(kept);
+    static const std::string authentic = digestOf(readFile(kept / "signed-archive"));
+    const vtek::SignaturePolicy policy{kNow, vtek::Revocation::Required, {"Lab Signer"}};
+
+    const std::filesystem::path file = workingFolder() / "fw.fwp";
+    writeFile(file, input);
+    const auto payload = vtek::openPayload(vtek::kWorkingFolder, file.string());
+    const auto parts = partsOf(input);
+    require(static_cast<bool>(payload) == parts.has_value(), "taken apart when the lengths can be");
+    if (!payload) {
+        require(payload.error().number == vtek::ErrorNumber::PayloadFormat, "refused as malformed");
+        return;
+    }
+    const std::string_view archive = input.substr(0, parts->first);
+    require(payload->size == input.size() && payload->archiveLength == archive.size(), "the lengths");
+    require(std::string_view(reinterpret_cast<const char*>(payload->signature.data()),
+                             payload->signature.size()) == input.substr(parts->first, parts->second),
+            "the signature");
+
+    std::uint64_t counted = 0;
+    const auto verified =
+        vtek::verifySignature(*payload, trust, policy, [&counted](std::uint64_t bytes) { counted += bytes; });
+    require(counted <= archive.size(), "no byte of the archive is read twice");
+    if (!verified) {
+        require(!verified.error().message.empty(), "a reason for a refusal");
+        return;
+    }
+    // The signer's key is gone: nobody can sign anything but the one archive.
+    require(digestOf(archive) == authentic, "only what the signer has signed is accepted");
+    require(counted == archive.size(), "every byte of the archive was read");
+    require(verified->digest == digestOf(input), "the digest is the whole file's");
+    require(verified->signer == "CN=Lab Signer", "the signer's name");
+}
+
+}  // namespace test
