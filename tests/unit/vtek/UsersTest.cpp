@@ -1,0 +1,28 @@
+#include "TempDir.h"
+#include "Users.h"
+
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <string>
+
+namespace {
+
+std::string described(uid_t user) {
+    const passwd* record = getpwuid(user);
+    const std::string number = std::to_string(user);
+    return record == nullptr ? number : std::string(record->pw_name) + " (" + number + ")";
+}
+
+TEST(Users, TheRealUserHasANameAndANumber) {
+    EXPECT_EQ(vtek::realUser(), described(getuid()));
+}
+
+TEST(Users, ALoginThatTheKernelDoesNotKnowIsUnknown) {
+    const std::string text = test::readFile("/proc/self/loginuid");
+    EXPECT_EQ(vtek::loginUser(),
+              text == "4294967295" ? "unknown" : described(static_cast<uid_t>(std::stoul(text))));
+}
+
+}  // namespace
