@@ -1,0 +1,125 @@
+"""Every command of a document runs, and prints what the document shows.
+
+Usage: commands_test.py SOURCE DOCUMENT QRXUPDATE VTEKCTL QRXINSPECT
+"""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+import console
+
+SOURCE, DOCUMENT = pathlib.Path(sys.argv[1]), sys.argv[2]
+QRXUPDATE, VTEKCTL, QRXINSPECT = (pathlib.Path(argument) for argument in sys.argv[3:6])
+
+DECLARATION = '<?xml version="1.0" encoding="UTF-8"?>'
+INVENTORY = (DECLARATION + '<SVMInventory lang="en"><Device  componentID="25227" display="QRX"><Application '
+             'componentType="FRMW" version="1.30.100" display="QRX"/></Device></SVMInventory>')
+UPDATE = (DECLARATION + '<SVMExecution lang="en"><Device  componentID="25227" display="QRX"><Application '
+          'componentType="FRMW" version="1.40.200" display="QRX" packageVersion="1.40.200"><SPStatus result = "true" >'
+          '<Message id="0">Update is successful</Message></SPStatus></Application></Device>'
+          '<RebootRequired>0</RebootRequired></SVMExecution>')
+
+
+def failed_update(message):
+    return (DECLARATION + '<SVMExecution lang="en"><SPStatus result = "false" >'
+            f'<Message id="1">{message}</Message></SPStatus></SVMExecution>')
+
+
+def write_reports(folder):
+    """Reports of chassis that are not here."""
+    (folder / "report.xml").write_text(INVENTORY + UPDATE)
+    (folder / "damaged.xml").write_text(failed_update("R&D"))
+    (folder / "chassis-1.xml").write_text(INVENTORY)
+    (folder / "chassis-2.xml").write_text(failed_update("Signing the Payload failed"))
+
+
+def write_both_reports(folder):
+    """What an inventory and a refused update leave in one file."""
+    (folder / "both.xml").write_text(INVENTORY.replace("1.30.100", "1.40.200")
+                                     + failed_update("Signing the Payload failed"))
+
+
+def write_suspicious_package(folder):
+    """Reports, and a package.xml with mistakes."""
+    write_reports(folder)
+    (folder / "package.xml").write_text("""\
+<SoftwareComponent vendorVersion="1">
+<ComponentType value="FRMW"/>
+<SupportedDevices>
+<Device><Display>A</Display></Device>
+<Device componentID="1"><Display>B</Display></Device>
+<Device componentID="1"><Display>C</Display></Device>
+</SupportedDevices></SoftwareComponent>
+""")
+
+
+def make_chassis_and_package(folder):
+    """A server in a chassis, and the update package that its administrator was given."""
+    def vtekctl(*arguments):
+        subprocess.run([VTEKCTL, "--root", folder / "chassis", *arguments], check=True, capture_output=True)
+
+    package = folder / "package"
+    make_firmware(folder)
+    package.mkdir()
+    shutil.copy(SOURCE / "package/package.xml", package)
+    shutil.copy(QRXUPDATE, package)
+    vtekctl("init")
+    vtekctl("inventory", "add", "25227", "1.30.100", "--display", "Chassis controller")
+    vtekctl("keygen", folder / "keys")
+    vtekctl("trust", "add", folder / "keys/authority.pem")
+    vtekctl("sign", folder / "firmware", "--output", package / "firmware.fwp", "--package", package / "package.xml",
+            "--component", "25227", "--package-version", "1.40.200", "--chassis", "LAB-CHASSIS",
+            "--certificate", folder / "keys/signer.pem", "--key", folder / "keys/signer.key")
+
+
+def make_firmware(folder):
+    """A folder of firmware."""
+    (folder / "firmware").mkdir()
+    (folder / "firmware/main.bin").write_bytes(bytes(range(256)) * 64)
+
+
+def link_the_source(folder):
+    """The source, as a developer's commands see it."""
+    for path in SOURCE.iterdir():
+        (folder / path.name).symlink_to(path)
+
+
+# What is there before the first command of each document.
+PREPARE = {
+    "README": write_both_reports,
+    "docs/administrator": make_chassis_and_package,
+    "docs/developer": link_the_source,
+    "docs/integrator": write_reports,
+    "docs/qrxinspect": write_suspicious_package,
+}
+
+
+def environment(folder):
+    """The tools are on the path, and the platform's library is the simulated one."""
+    tools = [str(program.parent) for program in (VTEKCTL, QRXINSPECT)]
+    return {"PATH": os.pathsep.join([*tools, os.environ["PATH"]]), "HOME": str(folder), "LC_ALL": "C.UTF-8",
+            "TZ": "UTC", "VTEK_ROOT": str(folder / "chassis")}
+
+
+def main():
+    blocks = console.blocks_of((SOURCE / f"{DOCUMENT}.md").read_text(encoding="utf-8"))
+    expected = [block.text for block in blocks if not block.file]
+    if not expected:
+        sys.exit("no command in the document")
+    with tempfile.TemporaryDirectory() as name:
+        PREPARE[DOCUMENT](pathlib.Path(name))
+        shown = console.shown_by(blocks, name, environment(pathlib.Path(name)))
+    if len(shown) != len(expected):
+        sys.exit(f"{len(shown)} of {len(expected)} consoles came to their end")
+    differing = [(text, real) for text, real in zip(expected, shown) if not console.fits(text, real)]
+    for text, real in differing:
+        print(f"--- the document\n{text}--- in truth\n{real}")
+    print(f"{len(expected)} consoles, {len(differing)} of them differ")
+    sys.exit(1 if differing else 0)
+
+
+main()
