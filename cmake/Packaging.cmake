@@ -1,8 +1,11 @@
 # One Debian package with everything that is installed: `cpack -G DEB` in the build folder.
 
+set(QRX_PACKAGE_CONTACT "The qrxupdate developers <maintainers@qrxupdate.example>" CACHE STRING
+  "Who answers for the Debian package that this build makes: NAME <ADDRESS>")
+
 set(CPACK_PACKAGE_NAME qrxupdate)
 set(CPACK_PACKAGE_VENDOR "The qrxupdate developers")
-set(CPACK_PACKAGE_CONTACT "The qrxupdate developers <qrxupdate@localhost>")
+set(CPACK_PACKAGE_CONTACT "${QRX_PACKAGE_CONTACT}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGE_DESCRIPTION "Makes and looks into update packages for a chassis controller, and simulates a chassis.
 The program itself is a template that an update package carries; it uses the platform's own library. The simulated
@@ -20,4 +23,5 @@ if(NOT VTEK_LIBRARY)
   # The program needs a library that this package brings along itself.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/vtek/src)
 endif()
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian/documents.cmake)
 include(CPack)
