@@ -1,0 +1,134 @@
+"""The page of 1 and of 40 reports on screens, phones and paper: nothing is cut off, hidden or too pale to read.
+
+Usage: layout_test.py QRXINSPECT FOLDER    FOLDER gets the pictures, for people to look at
+"""
+
+import pathlib
+import re
+import struct
+import sys
+import tempfile
+import unittest
+
+import browser
+from reports import make_page, write_mixed
+
+QRXINSPECT, PICTURES = (pathlib.Path(argument) for argument in sys.argv[1:3])
+browser.find()
+
+SCREENS = {"wide": (1280, 800), "narrow": (1000, 800), "phone": (390, 844), "tablet": (800, 1000)}
+
+# The contrast of each text with what is behind it, as WCAG counts it; the least of all.
+LEAST_CONTRAST = """
+(() => {
+  const parse = (colour) => (colour.match(/[\\d.]+/g) || []).map(Number);
+  const light = (channels) => {
+    const [r, g, b] = channels.map((c) => c / 255).map((c) => c <= 0.03928 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4);
+    return 0.2126 * r + 0.7152 * g + 0.0722 * b;
+  };
+  const behind = (element) => {
+    for (let at = element; at; at = at.parentElement) {
+      const colour = parse(getComputedStyle(at).backgroundColor);
+      if (colour.length === 3) return colour;
+    }
+    return [255, 255, 255];
+  };
+  let least = 21;
+  for (const element of document.querySelectorAll('h1, li, td, .pill, summary, pre, footer, th button')) {
+    const style = getComputedStyle(element);
+    if (element.offsetParent === null || style.display === 'none') continue;
+    const [a, b] = [light(parse(style.color).slice(0, 3)), light(behind(element))];
+    least = Math.min(least, (Math.max(a, b) + 0.05) / (Math.min(a, b) + 0.05));
+  }
+  return least;
+})()
+"""
+
+# Texts that their box or the screen cuts off.
+CUT_OFF = """
+Array.from(document.querySelectorAll('h1, li, td, summary, th')).filter((element) => {
+  const box = element.getBoundingClientRect();
+  return element.offsetParent !== null && (box.left < 0 || box.right > innerWidth + 0.5 ||
+         element.scrollWidth > element.clientWidth + 1);
+}).map((element) => element.textContent)
+"""
+
+FIRST_COLUMN = "Array.from(document.querySelectorAll('tbody tr')).map((row) => row.cells[0].textContent)"
+
+
+class Layout(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.pages = {}
+        for count in (1, 40):
+            folder = pathlib.Path(cls.folder.name) / str(count)
+            folder.mkdir()
+            cls.pages[count] = make_page(QRXINSPECT, folder, write_mixed(folder, count))
+        cls.browser = cls.enterClassContext(browser.Browser())
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def test_it_fits_every_screen(self):
+        for count, page in self.pages.items():
+            for name, (width, height) in SCREENS.items():
+                for dark in (False, True):
+                    with self.subTest(reports=count, screen=name, dark=dark):
+                        self.browser.show(page, width, height, dark)
+                        self.keep_picture(f"{count}-{name}-{'dark' if dark else 'light'}", width, height)
+                        self.assertEqual(self.browser.value("document.querySelectorAll('tbody tr').length"), count)
+                        self.assertLessEqual(self.browser.value("document.documentElement.scrollWidth"), width)
+                        self.assertEqual(self.browser.value(CUT_OFF), [])
+                        self.assertGreaterEqual(self.browser.value(LEAST_CONTRAST), 4.5)
+
+    def keep_picture(self, name, width, height):
+        """Keeps what the screen shows, which must be something."""
+        picture = self.browser.picture()
+        (PICTURES / f"{name}.png").write_bytes(picture)
+        self.assertEqual(struct.unpack(">II", picture[16:24]), (width, height))
+        self.assertGreater(len(picture), 5000, "an empty screen is smaller")
+
+    def test_dark_screens_get_a_dark_page(self):
+        paper = "getComputedStyle(document.body).backgroundColor.match(/\\d+/g).map(Number).reduce((a, b) => a + b)"
+        self.browser.show(self.pages[1])
+        self.assertGreater(self.browser.value(paper), 3 * 200)
+        self.browser.show(self.pages[1], dark=True)
+        self.assertLess(self.browser.value(paper), 3 * 60)
+
+    def test_a_click_on_a_heading_sorts(self):
+        self.browser.show(self.pages[40])
+        ascending = [f"rack-{number}.xml" for number in range(1, 41)]
+        for expected, state in ((ascending, "ascending"), (ascending[::-1], "descending"), (ascending, "ascending")):
+            self.browser.value("document.querySelector('th button').click()")
+            self.assertEqual(self.browser.value(FIRST_COLUMN), expected)
+            self.assertEqual(self.browser.value("document.querySelector('th').getAttribute('aria-sort')"), state)
+        self.browser.value("document.querySelectorAll('th button')[2].click()")
+        outcomes = self.browser.value("Array.from(document.querySelectorAll('.pill')).map((pill) => pill.textContent)")
+        self.assertEqual(outcomes, sorted(outcomes))
+        self.assertEqual(set(outcomes), {"success", "failure", "damaged"})
+        self.assertEqual(self.browser.value("document.querySelector('th').getAttribute('aria-sort')"), "none")
+
+    def test_a_search_leaves_what_matches(self):
+        self.browser.show(self.pages[40])
+        self.browser.value("search.value = 'SIGNING rack-3'; search.dispatchEvent(new Event('input'))")
+        shown = self.browser.value("Array.from(document.querySelectorAll('tbody tr')).filter((row) => "
+                                   "row.offsetParent).map((row) => row.cells[0].textContent)")
+        self.assertEqual(shown, ["rack-3.xml"])
+
+    def test_paper_gets_all_rows_and_no_controls(self):
+        self.browser.show(self.pages[40], media="print")
+        self.assertEqual(self.browser.value("getComputedStyle(search).display"), "none")
+        self.assertEqual(self.browser.value("document.querySelectorAll('tbody tr').length"), 40)
+        for dark in (False, True):
+            self.browser.show(self.pages[40], dark=dark, media="print")
+            self.assertEqual(self.browser.value("getComputedStyle(document.body).backgroundColor"), "rgb(255, 255, 255)")
+        paper = self.browser.paper()
+        (PICTURES / "40.pdf").write_bytes(paper)
+        self.assertTrue(paper.startswith(b"%PDF"))
+        self.assertGreaterEqual(len(re.findall(rb"/Type\s*/Page\b", paper)), 2)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=["layout_test"])

@@ -1,0 +1,50 @@
+"""Reports to make pages of, and the pages."""
+
+import pathlib
+import subprocess
+
+DECLARATION = '<?xml version="1.0" encoding="UTF-8"?>'
+MESSAGES = ("Signing the Payload failed", "Start copying file failed", "WYND is not present",
+            "Update not compatable to this system")
+
+
+def inventory(version, component="25227"):
+    return (f'{DECLARATION}<SVMInventory lang="en"><Device  componentID="{component}" display="QRX"><Application '
+            f'componentType="FRMW" version="{version}" display="QRX"/></Device></SVMInventory>')
+
+
+def update(version, component="25227"):
+    return (f'{DECLARATION}<SVMExecution lang="en"><Device  componentID="{component}" display="QRX"><Application '
+            f'componentType="FRMW" version="{version}" display="QRX" packageVersion="{version}"><SPStatus '
+            'result = "true" ><Message id="0">Update is successful</Message></SPStatus></Application></Device>'
+            '<RebootRequired>0</RebootRequired></SVMExecution>')
+
+
+def failure(message):
+    return (f'{DECLARATION}<SVMExecution lang="en"><SPStatus result = "false" ><Message id="1">{message}</Message>'
+            '</SPStatus></SVMExecution>')
+
+
+def mixed(number):
+    """The report of one chassis of many: most succeed, some fail, one in twenty is damaged."""
+    if number % 20 == 7:
+        return update("1.40.200").replace("QRX", "Q<X")
+    if number % 5 == 3:
+        return failure(MESSAGES[number // 5 % len(MESSAGES)])
+    return inventory("1.30.100") if number % 4 == 0 else update("1.40.200")
+
+
+def write_mixed(folder, count):
+    """Writes the reports of that many chassis; returns their names."""
+    names = [f"rack-{number}.xml" for number in range(1, count + 1)]
+    for number, name in enumerate(names, start=1):
+        (pathlib.Path(folder) / name).write_text(mixed(number))
+    return names
+
+
+def make_page(qrxinspect, folder, names):
+    """The page of these reports."""
+    page = pathlib.Path(folder) / "page.html"
+    ended = subprocess.run([qrxinspect, "report", "--html", "--", *names], cwd=folder, check=False, capture_output=True)
+    page.write_bytes(ended.stdout)
+    return page
