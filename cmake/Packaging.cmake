@@ -7,9 +7,10 @@ set(CPACK_PACKAGE_NAME qrxupdate)
 set(CPACK_PACKAGE_VENDOR "The qrxupdate developers")
 set(CPACK_PACKAGE_CONTACT "${QRX_PACKAGE_CONTACT}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
-set(CPACK_PACKAGE_DESCRIPTION "Makes and looks into update packages for a chassis controller, and simulates a chassis.
-The program itself is a template that an update package carries; it uses the platform's own library. The simulated
-one is in a private folder and is used by 'vtekctl run' only.")
+set(CPACK_PACKAGE_DESCRIPTION "Makes and looks into update packages for a chassis controller, and simulates
+a chassis. The program itself is a template that an update package carries;
+it uses the platform's own library. The simulated one is in a private folder
+and is used by 'vtekctl run' only.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_MONOLITHIC_INSTALL ON)
 set(CPACK_STRIP_FILES ON)
