@@ -17,6 +17,8 @@ QRXINSPECT, PICTURES = (pathlib.Path(argument) for argument in sys.argv[1:3])
 browser.find()
 
 SCREENS = {"wide": (1280, 800), "narrow": (1000, 800), "phone": (390, 844), "tablet": (800, 1000)}
+# What a browser's usual margins of 1 cm leave of a sheet.
+A4 = (718, 1047)
 
 # The contrast of each text with what is behind it, as WCAG counts it; the least of all.
 LEAST_CONTRAST = """
@@ -122,8 +124,12 @@ class Layout(unittest.TestCase):
         self.assertEqual(self.browser.value("getComputedStyle(search).display"), "none")
         self.assertEqual(self.browser.value("document.querySelectorAll('tbody tr').length"), 40)
         for dark in (False, True):
-            self.browser.show(self.pages[40], dark=dark, media="print")
+            self.browser.show(self.pages[40], *A4, dark, media="print")
+            (PICTURES / "40-paper.png").write_bytes(self.browser.picture())
             self.assertEqual(self.browser.value("getComputedStyle(document.body).backgroundColor"), "rgb(255, 255, 255)")
+            self.assertLessEqual(self.browser.value("document.documentElement.scrollWidth"), A4[0])
+            self.assertEqual(self.browser.value(CUT_OFF), [])
+            self.assertGreaterEqual(self.browser.value(LEAST_CONTRAST), 4.5)
         paper = self.browser.paper()
         (PICTURES / "40.pdf").write_bytes(paper)
         self.assertTrue(paper.startswith(b"%PDF"))
