@@ -20,9 +20,13 @@ std::string shown(int errorEnd, int readingEnd, const std::function<void()>& wor
     close(errorEnd);
     work();
     dup2(before.get(), STDERR_FILENO);
-    std::string text(4096, '\0');
-    const ssize_t n = read(readingEnd, text.data(), text.size());
-    return text.substr(0, n < 0 ? 0 : static_cast<std::size_t>(n));
+    // Nobody holds the other end any more: what was written comes piece by piece, and then the end.
+    std::string text;
+    char piece[256];
+    for (ssize_t n; (n = read(readingEnd, piece, sizeof piece)) > 0;) {
+        text.append(piece, static_cast<std::size_t>(n));
+    }
+    return text;
 }
 
 std::string onATerminal(const std::function<void()>& work) {
@@ -65,10 +69,8 @@ TEST(Progress, OfNothingIsNotShown) {
     EXPECT_EQ(onATerminal([] {
                   Progress progress("unpack", 0);
                   progress.add(0);
-                  // Without a byte nothing could be read, which would wait for ever.
-                  vtek::writeFully(STDERR_FILENO, ".");
               }),
-              ".");
+              "");
 }
 
 TEST(Progress, IsNotShownElsewhere) {
