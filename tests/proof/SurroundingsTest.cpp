@@ -156,7 +156,7 @@ TEST_F(Surroundings, AFullDiskLosesTheReportAndNothingElse) {
     std::vector<std::string> starter = namespaces;
     starter.emplace_back("/bin/true");
     if (!runs(starter)) {
-        GTEST_SKIP() << "skipped: needs a mount namespace";
+        GTEST_SKIP() << "skipped: needs root, or a mount namespace of a user";
     }
     std::filesystem::create_directory(inFolder("disk"));
     const std::string script =

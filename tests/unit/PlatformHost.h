@@ -26,7 +26,7 @@ protected:
         std::filesystem::copy_file(QRX_PLATFORM_PROBE, package_ / "probe");
         const Outcome trial = run({{QRX_OVERLAY_ROOT, layer_.string(), "/bin/true"}});
         if (trial.exitStatus == 77) {
-            GTEST_SKIP() << "skipped: no mount namespace: " << trial.error;
+            GTEST_SKIP() << "skipped: needs root, or a mount namespace of a user: " << trial.error;
         }
         ASSERT_EQ(trial.exitStatus, 0) << trial.error;
     }

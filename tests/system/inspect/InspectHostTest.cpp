@@ -65,7 +65,7 @@ TEST(InspectHost, FindsTheHardwareLibraryOfAnAgent) {
 
 TEST(InspectHost, FindsAnEsxServiceConsoleAndTheUsbBlacklist) {
     if (!mayMountPrivately()) {
-        GTEST_SKIP() << "skipped: this machine allows no private mount namespace";
+        GTEST_SKIP() << "skipped: needs root, or a mount namespace of a user";
     }
     const nlohmann::json host = hostAfter(overlayOver("/etc") +
                                           "\necho 'VMware ESX 4.1' > /etc/vmware-release\n"
@@ -77,7 +77,7 @@ TEST(InspectHost, FindsAnEsxServiceConsoleAndTheUsbBlacklist) {
 
 TEST(InspectHost, FindsThePackagesHardwareLibrary) {
     if (!mayMountPrivately()) {
-        GTEST_SKIP() << "skipped: this machine allows no private mount namespace";
+        GTEST_SKIP() << "skipped: needs root, or a mount namespace of a user";
     }
     const nlohmann::json host = hostAfter(
         overlayOver("/opt") + "\nmkdir -p /opt/qorn/zbx64/lib\ncp " HARDWARE_LIBRARY " /opt/qorn/zbx64/lib/");

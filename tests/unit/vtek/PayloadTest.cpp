@@ -52,6 +52,12 @@ TEST(Payload, FilesTooShortForATrailerAreRefused) {
     }
 }
 
+TEST(Payload, IsToldByTheEndOfItsName) {
+    const Lab lab;
+    test::writeFile(lab.package() / "old.fwp.bak", "no payload");
+    EXPECT_EQ(lab.update(), Outcome{"done"});
+}
+
 TEST(Payload, BytesBehindTheTrailerAreRefused) {
     const Lab lab;
     lab.write(test::readFile(lab.payload()) + "x");

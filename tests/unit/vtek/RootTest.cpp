@@ -68,7 +68,7 @@ TEST(Root, BelowAFolderThatIsOpenToOtherWritersIsRefusedUnlessItIsSticky) {
 
 TEST(Root, OfAStrangerIsRefused) {
     if (geteuid() != 0) {
-        GTEST_SKIP() << "only root can give a folder away";
+        GTEST_SKIP() << "skipped: needs root, who alone can give a folder away";
     }
     const Lab lab;
     ASSERT_EQ(chown(lab.rootPath().c_str(), kStranger, kStranger), 0);
@@ -80,7 +80,7 @@ TEST(Root, OfAStrangerIsRefused) {
 
 TEST(Root, OfTheCallerIsAccepted) {
     if (geteuid() != 0) {
-        GTEST_SKIP() << "only root can give a folder away";
+        GTEST_SKIP() << "skipped: needs root, who alone can give a folder away";
     }
     const Lab lab;
     ASSERT_EQ(chown(lab.rootPath().c_str(), kStranger, kStranger), 0);
