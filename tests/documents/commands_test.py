@@ -101,8 +101,9 @@ PREPARE = {
 def environment(folder):
     """The tools are on the path, and the platform's library is the simulated one."""
     tools = [str(program.parent) for program in (VTEKCTL, QRXINSPECT)]
-    return {"PATH": os.pathsep.join([*tools, os.environ["PATH"]]), "HOME": str(folder), "LC_ALL": "C.UTF-8",
-            "TZ": "UTC", "VTEK_ROOT": str(folder / "chassis")}
+    path = os.pathsep.join([*tools, os.environ["PATH"]])
+    return {**os.environ, "PATH": path, "HOME": str(folder), "LC_ALL": "C.UTF-8", "TZ": "UTC",
+            "VTEK_ROOT": str(folder / "chassis")}
 
 
 def main():
