@@ -1,18 +1,8 @@
 #include "QRXInventory.h"
+#include "XmlPruning.h"
 #include "XmlText.h"
 
-#include <cstring>
-#include <limits>
-
 namespace {
-
-XmlDocPtr parseXml(const char* text) {
-    const std::size_t length = std::strlen(text);
-    if (length > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        return nullptr;
-    }
-    return XmlDocPtr(xmlParseMemory(text, static_cast<int>(length)));
-}
 
 /** Processing instructions and entity references have names, too, but are no elements. */
 bool isElement(const xmlNode* node, const char* name) {
@@ -49,7 +39,8 @@ const xmlNode* findApplication(const xmlNode* component) {
 int GetQRXVersion(const char* componentId, const char* inventoryXml, CDeviceInfo* device) {
     constexpr int kFound = 0;
     constexpr int kNotFound = 1;
-    const XmlDocPtr doc = parseXml(inventoryXml);
+    const XmlDocPtr doc = parseXmlPruned(
+        inventoryXml, [componentId](const xmlNode* node) { return isComponent(node, componentId); });
     const xmlNode* const root = xmlDocGetRootElement(doc.get());
     if (root == nullptr || !isElement(root, "SVMInventory")) {
         return kNotFound;

@@ -26,6 +26,7 @@ CSoftwareComponentInfo::CSoftwareComponentInfo() {
 }
 
 CSoftwareComponentInfo::~CSoftwareComponentInfo() {
+    m_pInventoryDoc.reset();
     if (m_pXmlDoc) {
         m_pXmlDoc.reset();
         xmlCleanupParser();

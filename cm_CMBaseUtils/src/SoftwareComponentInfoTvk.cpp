@@ -5,6 +5,7 @@
 #include "XmlText.h"
 
 #include <limits>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -14,7 +15,7 @@ constexpr CLogSource debugLog("../cm_CMBaseUtils/src/SoftwareComponentInfo");
 constexpr int kIndentationLevel = 0;
 constexpr int kFormatted = 1;
 
-XmlDocPtr parseXml(const std::string& text) {
+XmlDocPtr parseXml(std::string_view text) {
     if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         return nullptr;
     }
@@ -36,19 +37,20 @@ bool appendElement(xmlDoc* doc, xmlNode* element, std::ostream& out) {
 
 bool CSoftwareComponentInfo::GetInvFromTVK(std::string componentID, std::stringstream& record,
                                            std::stringstream& inventory) {
-    const XmlDocPtr doc = parseXml(inventory.str());
-    if (!doc) {
+    m_pInventoryDoc = parseXml(inventory.view());
+    xmlDoc* const doc = m_pInventoryDoc.get();
+    if (doc == nullptr) {
         return false;
     }
     const std::string expression = QUERYCOMPID + std::move(componentID) + XPATH_SUFFIX;
-    const XPathObjectPtr devices = getnodeset(doc.get(), asXmlChars(expression.c_str()));
+    const XPathObjectPtr devices = getnodeset(doc, asXmlChars(expression.c_str()));
     if (!devices) {
         debugLog("CIdentityModuleInventory::GetInvFromTVK:: component ID not found");
         return true;
     }
     debugLog("CIdentityModuleInventory::GetInvFromTVK:: component ID found");
     for (xmlNode* device : nodesOf(devices)) {
-        if (!appendElement(doc.get(), device, record)) {
+        if (!appendElement(doc, device, record)) {
             return false;
         }
     }

@@ -12,6 +12,12 @@ struct XmlDocDeleter {
 };
 using XmlDocPtr = std::unique_ptr<xmlDoc, XmlDocDeleter>;
 
+struct XmlParserDeleter {
+    void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
+};
+/** Owns the parser alone: the document that it makes is taken from it, or freed, apart. */
+using XmlParserPtr = std::unique_ptr<xmlParserCtxt, XmlParserDeleter>;
+
 struct XPathContextDeleter {
     void operator()(xmlXPathContext* context) const { xmlXPathFreeContext(context); }
 };
