@@ -46,7 +46,7 @@ TEST(Durability, EveryFileAndFolderOfAnUpdateIsDurableBeforeItIsInForce) {
             syncedInodes().clear();
         }
     });
-    ASSERT_EQ(outcome, test::Outcome{"done"});
+    ASSERT_EQ(outcome, test::UpdateOutcome{"done"});
     const auto repository = lab.rootPath() / "repository";
     std::size_t files = 0;
     for (const auto& item : std::filesystem::recursive_directory_iterator(repository)) {

@@ -38,7 +38,7 @@ vtek::Store openStore(const vtek::Root& root, vtek::Store::Mode mode) {
 
 }  // namespace
 
-void PrintTo(const Outcome& outcome, std::ostream* out) {
+void PrintTo(const UpdateOutcome& outcome, std::ostream* out) {
     *out << outcome.step << ' ' << static_cast<int>(outcome.number);
 }
 
@@ -94,7 +94,7 @@ void Lab::set(const std::string& name, const std::string& value) const {
     require(changeSetting(store, name, value));
 }
 
-Outcome Lab::update(const std::function<void(const std::string&)>& before, std::time_t now) const {
+UpdateOutcome Lab::update(const std::function<void(const std::string&)>& before, std::time_t now) const {
     const vtek::Root opened = root();
     const vtek::UniqueFd folder =
         vtek::openAt(vtek::kWorkingFolder, package().string(), O_RDONLY | O_DIRECTORY);

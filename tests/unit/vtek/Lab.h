@@ -18,13 +18,13 @@
 namespace test {
 
 /** How an update ended: the step that failed, and with which number; or "done". */
-struct Outcome {
+struct UpdateOutcome {
     std::string step;
     vtek::ErrorNumber number = vtek::ErrorNumber::None;
 
-    bool operator==(const Outcome&) const = default;
+    bool operator==(const UpdateOutcome&) const = default;
 };
-void PrintTo(const Outcome& outcome, std::ostream* out);
+void PrintTo(const UpdateOutcome& outcome, std::ostream* out);
 
 /** What must not change when an update is refused: the digest of every file but the lock and the log. */
 using Snapshot = std::map<std::string, std::string>;
@@ -63,7 +63,8 @@ public:
 
     /** Runs an update up to its end or first failure; the hook is called before each step with the step's
      * name. */
-    Outcome update(const std::function<void(const std::string&)>& before = {}, std::time_t now = kNow) const;
+    UpdateOutcome update(const std::function<void(const std::string&)>& before = {},
+                         std::time_t now = kNow) const;
 
     /** The component's version in the inventory. */
     std::string version() const;

@@ -14,7 +14,7 @@ namespace {
 
 using std::chrono::milliseconds;
 using test::Lab;
-using test::Outcome;
+using test::UpdateOutcome;
 using testing::HasSubstr;
 using vtek::ErrorNumber;
 using vtek::Lock;
@@ -103,14 +103,14 @@ TEST(Lock, ASecondUpdateIsToldWhoHoldsTheRepository) {
     lab.set("lock-wait", "0");
     const auto untouched = lab.snapshot();
     const Holder holder(lab);
-    EXPECT_EQ(lab.update(), (Outcome{"start", ErrorNumber::RepositoryBusy}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryBusy}));
     EXPECT_EQ(lab.snapshot(), untouched);
 }
 
 TEST(Lock, InventoriesRunBesideAnUpdate) {
     const Lab lab;
     EXPECT_EQ(lab.update([&](const std::string& step) { EXPECT_EQ(lab.version(), "1.00") << step; }),
-              (Outcome{"done"}));
+              (UpdateOutcome{"done"}));
     EXPECT_EQ(lab.version(), "2.00");
 }
 
@@ -122,7 +122,7 @@ TEST(Lock, ManyUpdatesAtOnceHappenOneAfterTheOther) {
         for (int i = 0; i < count; ++i) {
             const pid_t child = fork();
             if (child == 0) {
-                _exit(lab.update() == Outcome{"done"} ? 0 : 1);
+                _exit(lab.update() == UpdateOutcome{"done"} ? 0 : 1);
             }
             children.push_back(child);
         }
@@ -145,9 +145,9 @@ TEST(Lock, OneOfFiftyUpdatesThatDoNotWaitWinsAtLeastAndTheOthersAreTold) {
     for (int i = 0; i < 50; ++i) {
         const pid_t child = fork();
         if (child == 0) {
-            const Outcome outcome = lab.update();
-            const Outcome busy{"start", ErrorNumber::RepositoryBusy};
-            _exit(outcome == Outcome{"done"} ? 0 : (outcome == busy ? 1 : 2));
+            const UpdateOutcome outcome = lab.update();
+            const UpdateOutcome busy{"start", ErrorNumber::RepositoryBusy};
+            _exit(outcome == UpdateOutcome{"done"} ? 0 : (outcome == busy ? 1 : 2));
         }
         children.push_back(child);
     }

@@ -11,7 +11,7 @@
 namespace {
 
 using test::Lab;
-using test::Outcome;
+using test::UpdateOutcome;
 using vtek::ErrorNumber;
 
 std::string trailerOf(std::uint64_t length) {
@@ -40,7 +40,7 @@ TEST(Payload, LengthsThatCannotBeAreRefused) {
          {std::uint64_t{0}, std::uint64_t{65537}, std::uint64_t{100000}, std::uint64_t{100001},
           std::uint64_t{1} << 31, std::uint64_t{1} << 63, ~std::uint64_t{0}}) {
         lab.write(body + trailerOf(length));
-        EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::PayloadFormat})) << length;
+        EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::PayloadFormat})) << length;
     }
 }
 
@@ -48,14 +48,14 @@ TEST(Payload, FilesTooShortForATrailerAreRefused) {
     const Lab lab;
     for (const std::string content : {"", "x", "1234567", "12345678"}) {
         lab.write(content);
-        EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::PayloadFormat})) << content.size();
+        EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::PayloadFormat})) << content.size();
     }
 }
 
 TEST(Payload, IsToldByTheEndOfItsName) {
     const Lab lab;
     test::writeFile(lab.package() / "old.fwp.bak", "no payload");
-    EXPECT_EQ(lab.update(), Outcome{"done"});
+    EXPECT_EQ(lab.update(), UpdateOutcome{"done"});
 }
 
 TEST(Payload, BytesBehindTheTrailerAreRefused) {

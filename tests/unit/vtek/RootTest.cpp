@@ -13,7 +13,7 @@ namespace {
 using std::filesystem::perm_options;
 using std::filesystem::perms;
 using test::Lab;
-using test::Outcome;
+using test::UpdateOutcome;
 using vtek::ErrorNumber;
 using vtek::Root;
 
@@ -119,29 +119,29 @@ TEST(RootContent, StateThatIsALinkSharedOrOpenToOtherWritersIsRefused) {
     const Lab lab;
     const auto state = lab.rootPath() / "state.db";
     std::filesystem::permissions(state, perms::others_write, perm_options::add);
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::StateUnreadable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
     std::filesystem::permissions(state, perms::others_write, perm_options::remove);
     std::filesystem::create_hard_link(state, lab.aside() / "state.db");
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::StateUnreadable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
     std::filesystem::remove(state);
     std::filesystem::create_symlink(lab.aside() / "state.db", state);
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::StateUnreadable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
     std::filesystem::remove(state);
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::StateUnreadable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
 }
 
 TEST(RootContent, ALockThatIsALinkOrOpenToOtherWritersIsRefused) {
     const Lab lab;
     const auto lock = lab.rootPath() / "lock";
     std::filesystem::create_symlink(lab.aside() / "target", lock);
-    EXPECT_EQ(lab.update(), (Outcome{"start", ErrorNumber::RepositoryUnwritable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable}));
     EXPECT_FALSE(std::filesystem::exists(lab.aside() / "target"));
     std::filesystem::remove(lock);
     test::writeFile(lock, "");
     std::filesystem::permissions(lock, perms::others_write, perm_options::add);
-    EXPECT_EQ(lab.update(), (Outcome{"start", ErrorNumber::RepositoryUnwritable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable}));
     std::filesystem::permissions(lock, perms::others_write, perm_options::remove);
-    EXPECT_EQ(lab.update(), (Outcome{"done"}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"done"}));
 }
 
 TEST(RootContent, StagingOrRepositoryThatIsALinkIsRefused) {
@@ -149,7 +149,7 @@ TEST(RootContent, StagingOrRepositoryThatIsALinkIsRefused) {
         const Lab lab;
         std::filesystem::remove(lab.rootPath() / name);
         std::filesystem::create_directory_symlink(lab.aside(), lab.rootPath() / name);
-        EXPECT_EQ(lab.update(), (Outcome{"start", ErrorNumber::RepositoryUnwritable})) << name;
+        EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable})) << name;
         EXPECT_TRUE(std::filesystem::is_empty(lab.aside()));
     }
 }

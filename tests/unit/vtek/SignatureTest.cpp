@@ -12,11 +12,11 @@ using test::CmsForm;
 using test::kDay;
 using test::kNow;
 using test::Lab;
-using test::Outcome;
+using test::UpdateOutcome;
 using vtek::ErrorNumber;
 using vtek::Identity;
 
-const Outcome kDone{"done"};
+const UpdateOutcome kDone{"done"};
 
 /** Signs the lab's archive in a special way and expects the update to end as told, without a trace if
  * refused. */
@@ -26,7 +26,7 @@ void expectOutcome(const Lab& lab, const std::string& cms, ErrorNumber number) {
     if (number == ErrorNumber::None) {
         EXPECT_EQ(lab.update(), kDone);
     } else {
-        EXPECT_EQ(lab.update(), (Outcome{"check", number}));
+        EXPECT_EQ(lab.update(), (UpdateOutcome{"check", number}));
         EXPECT_EQ(lab.snapshot(), untouched);
     }
 }
@@ -75,7 +75,7 @@ TEST(Signature, AttachedContentIsRefusedWhetherItDiffersOrNot) {
     Lab lab;
     const std::string small = lab.archiveOf(test::Format::Tar, {});
     lab.write(test::makePayload(small, test::makeCms(small, {&lab.signer()}, {.attached = true})));
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::SignatureAttached}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::SignatureAttached}));
     expectOutcome(lab, test::makeCms("other content", {&lab.signer()}, {.attached = true}),
                   ErrorNumber::SignatureAttached);
 }
@@ -230,8 +230,8 @@ TEST(Signer, AClockInThePastOrTheFutureClosesTheDoor) {
     const Lab lab;
     constexpr std::time_t kYear1970 = 0;
     constexpr std::time_t kYear2100 = 4102444800;
-    EXPECT_EQ(lab.update({}, kYear1970), (Outcome{"check", ErrorNumber::SignerNotYetValid}));
-    EXPECT_EQ(lab.update({}, kYear2100), (Outcome{"check", ErrorNumber::SignerExpired}));
+    EXPECT_EQ(lab.update({}, kYear1970), (UpdateOutcome{"check", ErrorNumber::SignerNotYetValid}));
+    EXPECT_EQ(lab.update({}, kYear2100), (UpdateOutcome{"check", ErrorNumber::SignerExpired}));
 }
 
 // Revocation
@@ -329,7 +329,7 @@ TEST(Strength, AKeyOnACurveThatNobodyKnowsIsRefused) {
     const std::string known("\x2a\x86\x48\xce\x3d\x03\x01\x07", 8);
     const std::string unknown("\x2a\x86\x48\xce\x3d\x03\x01\x7f", 8);
     lab.write(test::patched(test::readFile(lab.payload()), known, unknown));
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::SignerWeak}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::SignerWeak}));
 }
 
 TEST(Strength, ASignersCertificateSignedWithSha1IsRefused) {
@@ -353,15 +353,15 @@ TEST(Strength, ADigestAlgorithmThatDiffersFromTheSignedAttributesIsRefused) {
 TEST(TrustStore, AnEmptyOneClosesTheDoor) {
     const Lab lab;
     std::filesystem::remove(lab.rootPath() / "trust/authority.pem");
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::TrustUnusable}));
     std::filesystem::remove(lab.rootPath() / "trust");
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::TrustUnusable}));
 }
 
 TEST(TrustStore, AListAloneIsNoTrust) {
     Lab lab;
     lab.trust("authority.pem", test::makeList(lab.authority(), kNow - kDay, kNow + kDay));
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::TrustUnusable}));
 }
 
 TEST(TrustStore, AFileThatIsNoCertificateClosesTheDoor) {
@@ -371,7 +371,7 @@ TEST(TrustStore, AFileThatIsNoCertificateClosesTheDoor) {
     for (const std::string& content : {std::string(), std::string("junk"), key, good + key,
                                        good.substr(0, good.size() / 2), test::patched(good, "M", "!")}) {
         lab.trust("extra.pem", content);
-        EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable})) << content;
+        EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::TrustUnusable})) << content;
     }
     std::filesystem::remove(lab.rootPath() / "trust/extra.pem");
     EXPECT_EQ(lab.update(), kDone);
@@ -385,7 +385,7 @@ TEST(TrustStore, WritableByOthersClosesTheDoor) {
     for (const auto& path : {trust, trust / "authority.pem"}) {
         for (const perms open : {perms::group_write, perms::others_write}) {
             std::filesystem::permissions(path, open, perm_options::add);
-            EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable})) << path;
+            EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::TrustUnusable})) << path;
             std::filesystem::permissions(path, open, perm_options::remove);
         }
     }
@@ -396,11 +396,11 @@ TEST(TrustStore, ALinkInItOrInItsPlaceClosesTheDoor) {
     const Lab lab;
     const auto trust = lab.rootPath() / "trust";
     std::filesystem::create_symlink("authority.pem", trust / "link.pem");
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::TrustUnusable}));
     std::filesystem::remove(trust / "link.pem");
     std::filesystem::rename(trust, lab.aside() / "trust");
     std::filesystem::create_directory_symlink(lab.aside() / "trust", trust);
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::TrustUnusable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::TrustUnusable}));
 }
 
 }  // namespace

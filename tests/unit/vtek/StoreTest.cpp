@@ -13,7 +13,7 @@
 namespace {
 
 using test::Lab;
-using test::Outcome;
+using test::UpdateOutcome;
 using testing::ElementsAre;
 using vtek::ErrorNumber;
 using vtek::Store;
@@ -39,7 +39,7 @@ TEST(Store, OfAnOlderOrNewerLayoutIsRefused) {
         execute(lab, layout);
         EXPECT_EQ(openingFails(lab, Store::Mode::Read), ErrorNumber::StateLayout);
         EXPECT_EQ(openingFails(lab, Store::Mode::Write), ErrorNumber::StateLayout);
-        EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::StateLayout}));
+        EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateLayout}));
     }
 }
 
@@ -47,13 +47,13 @@ TEST(Store, ThatIsNoDatabaseIsRefused) {
     const Lab lab;
     test::writeFile(lab.rootPath() / "state.db", std::string(8192, 'x'));
     EXPECT_EQ(openingFails(lab, Store::Mode::Read), ErrorNumber::StateCorrupt);
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::StateCorrupt}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateCorrupt}));
 }
 
 TEST(Store, ThatIsEmptyIsRefused) {
     const Lab lab;
     test::writeFile(lab.rootPath() / "state.db", "");
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::StateLayout}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateLayout}));
 }
 
 TEST(Store, WithADamagedPageIsRefusedBeforeAnythingIsChanged) {
@@ -73,7 +73,7 @@ TEST(Store, WithADamagedPageIsRefusedBeforeAnythingIsChanged) {
     std::string bytes = test::readFile(lab.rootPath() / "state.db");
     bytes.replace(bytes.size() - 40000, 20000, 20000, '\xAA');
     test::writeFile(lab.rootPath() / "state.db", bytes);
-    EXPECT_EQ(lab.update(), (Outcome{"start", ErrorNumber::StateCorrupt}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::StateCorrupt}));
     EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "repository"));
 }
 
@@ -108,14 +108,14 @@ TEST(Store, AJournalOfAProcessThatDiedInItsCommitIsPlayedBackByTheNextReader) {
     ASSERT_TRUE(std::filesystem::exists(lab.rootPath() / "state.db-journal"));
     EXPECT_EQ(lab.version(), "1.00");
     EXPECT_FALSE(std::filesystem::exists(lab.rootPath() / "state.db-journal"));
-    EXPECT_EQ(lab.update(), (Outcome{"done"}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"done"}));
 }
 
 TEST(Store, AJournalThatIsJunkIsHarmless) {
     const Lab lab;
     test::writeFile(lab.rootPath() / "state.db-journal", "junk");
     EXPECT_EQ(lab.version(), "1.00");
-    EXPECT_EQ(lab.update(), (Outcome{"done"}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"done"}));
 }
 
 TEST(Store, APlantedJournalThatOthersCanWriteOrThatIsALinkIsRefused) {
@@ -124,22 +124,22 @@ TEST(Store, APlantedJournalThatOthersCanWriteOrThatIsALinkIsRefused) {
     test::writeFile(journal, "junk");
     std::filesystem::permissions(journal, std::filesystem::perms::others_write,
                                  std::filesystem::perm_options::add);
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::StateUnreadable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
     std::filesystem::remove(journal);
     test::writeFile(lab.aside() / "journal", "junk");
     std::filesystem::create_symlink(lab.aside() / "journal", journal);
-    EXPECT_EQ(lab.update(), (Outcome{"check", ErrorNumber::StateUnreadable}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
 }
 
 TEST(Store, GenerationNumbersAreNeverGivenTwice) {
     const Lab lab;
-    ASSERT_EQ(lab.update(), (Outcome{"done"}));
+    ASSERT_EQ(lab.update(), (UpdateOutcome{"done"}));
     const vtek::Root root = lab.root();
     {
         auto repository = vtek::Repository::open(root);
         ASSERT_TRUE(repository->rollBack());
     }
-    ASSERT_EQ(lab.update(), (Outcome{"done"}));
+    ASSERT_EQ(lab.update(), (UpdateOutcome{"done"}));
     auto store = Store::open(root, Store::Mode::Read);
     EXPECT_EQ(*store->currentGeneration(), 2);
     EXPECT_THAT(*store->keptGenerations(), ElementsAre(2));
@@ -147,8 +147,8 @@ TEST(Store, GenerationNumbersAreNeverGivenTwice) {
 
 TEST(Repository, RollsBackToTheFirmwareBefore) {
     const Lab lab;
-    ASSERT_EQ(lab.update(), (Outcome{"done"}));
-    ASSERT_EQ(lab.update(), (Outcome{"done"}));
+    ASSERT_EQ(lab.update(), (UpdateOutcome{"done"}));
+    ASSERT_EQ(lab.update(), (UpdateOutcome{"done"}));
     const vtek::Root root = lab.root();
     auto repository = vtek::Repository::open(root);
     const auto undone = repository->rollBack();
@@ -165,7 +165,7 @@ TEST(Repository, RollsBackToTheFirmwareBefore) {
 
 TEST(Repository, TheFirstUpdateRollsBackToTheStateAsDelivered) {
     const Lab lab;
-    ASSERT_EQ(lab.update(), (Outcome{"done"}));
+    ASSERT_EQ(lab.update(), (UpdateOutcome{"done"}));
     ASSERT_EQ(lab.version(), "2.00");
     const vtek::Root root = lab.root();
     ASSERT_TRUE(vtek::Repository::open(root)->rollBack());
@@ -175,7 +175,7 @@ TEST(Repository, TheFirstUpdateRollsBackToTheStateAsDelivered) {
 
 TEST(Repository, ClearsWhatADeadProcessHasLeftBehind) {
     const Lab lab;
-    ASSERT_EQ(lab.update(), (Outcome{"done"}));
+    ASSERT_EQ(lab.update(), (UpdateOutcome{"done"}));
     std::filesystem::create_directories(lab.rootPath() / "staging/2/Chassis/deep");
     test::writeFile(lab.rootPath() / "staging/2/Chassis/deep/file", "left over");
     std::filesystem::create_directories(lab.rootPath() / "repository/2/Chassis");

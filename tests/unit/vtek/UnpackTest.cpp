@@ -12,10 +12,10 @@ namespace {
 using test::Entry;
 using test::Format;
 using test::Lab;
-using test::Outcome;
+using test::UpdateOutcome;
 using vtek::ErrorNumber;
 
-const Outcome kDone{"done"};
+const UpdateOutcome kDone{"done"};
 
 /** An update with this archive is refused while it is unpacked, and leaves no trace inside or outside the
  * root. */
@@ -23,7 +23,7 @@ void expectRefused(const Lab& lab, const std::string& archive, ErrorNumber numbe
                    const char* step = "unpack") {
     lab.sign(archive);
     const auto untouched = lab.snapshot();
-    EXPECT_EQ(lab.update(), (Outcome{step, number}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{step, number}));
     EXPECT_EQ(lab.snapshot(), untouched);
     EXPECT_TRUE(std::filesystem::is_empty(lab.aside()));
 }

@@ -17,13 +17,13 @@ namespace {
 
 using test::Format;
 using test::Lab;
-using test::Outcome;
+using test::UpdateOutcome;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using vtek::ErrorNumber;
 
-const Outcome kDone{"done"};
-const Outcome kNoCopy{"add", ErrorNumber::CopyFailed};
+const UpdateOutcome kDone{"done"};
+const UpdateOutcome kNoCopy{"add", ErrorNumber::CopyFailed};
 
 std::vector<vtek::HistoryEntry> historyOf(const Lab& lab) {
     const vtek::Root root = lab.root();
@@ -32,7 +32,7 @@ std::vector<vtek::HistoryEntry> historyOf(const Lab& lab) {
 }
 
 /** A refused update leaves the whole root as it was, and the next plain one succeeds. */
-void expectRefused(const Lab& lab, const Outcome& expected,
+void expectRefused(const Lab& lab, const UpdateOutcome& expected,
                    const std::function<void(const std::string&)>& before = {}) {
     const auto untouched = lab.snapshot();
     EXPECT_EQ(lab.update(before), expected);
@@ -340,7 +340,7 @@ TEST(Update, AFloorRaisedAfterTheCheckHolds) {
             lab.set("minimum-version", "3.00");
         }
     }),
-              (Outcome{"commit", ErrorNumber::VersionBelowFloor}));
+              (UpdateOutcome{"commit", ErrorNumber::VersionBelowFloor}));
     EXPECT_EQ(lab.version(), "1.00");
     EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "repository"));
 }
@@ -354,7 +354,7 @@ TEST(Update, AComponentThatGoesBeforeTheCommitIsRefused) {
             ASSERT_TRUE(vtek::Inventory(store->database()).remove("25227"));
         }
     }),
-              (Outcome{"commit", ErrorNumber::ComponentGone}));
+              (UpdateOutcome{"commit", ErrorNumber::ComponentGone}));
     EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "repository"));
     EXPECT_TRUE(historyOf(lab).empty());
 }
