@@ -11,7 +11,7 @@ void startCrypto() {
 }
 
 std::string nameText(const X509_NAME* name) {
-    const BioPtr text(BIO_new(BIO_s_mem()));
+    const auto text = required(BioPtr(BIO_new(BIO_s_mem())));
     X509_NAME_print_ex(text.get(), name, 0, XN_FLAG_RFC2253);
     const char* bytes = nullptr;
     const long size = BIO_get_mem_data(text.get(), &bytes);

@@ -8,6 +8,7 @@
 #include <openssl/x509_vfy.h>
 
 #include <memory>
+#include <new>
 #include <string>
 
 namespace vtek {
@@ -35,6 +36,15 @@ using RevocationListPtr = std::unique_ptr<X509_CRL, FreeCrypto>;
 using StorePtr = std::unique_ptr<X509_STORE, FreeCrypto>;
 using StoreContextPtr = std::unique_ptr<X509_STORE_CTX, FreeCrypto>;
 using CertificatesPtr = std::unique_ptr<STACK_OF(X509), FreeCrypto>;
+
+/** What OpenSSL was asked to make; it makes nothing only where memory is short. */
+template <class Handle>
+Handle required(Handle handle) {
+    if (!handle) {
+        throw std::bad_alloc();
+    }
+    return handle;
+}
 
 /** Starts OpenSSL without any configuration file, so that OPENSSL_CONF changes nothing. Harmless when
  * repeated. */

@@ -20,7 +20,7 @@ void require(int outcome) {
 
 }  // namespace
 
-Digest::Digest() : context_(EVP_MD_CTX_new()) {
+Digest::Digest() : context_(required(std::unique_ptr<EVP_MD_CTX, Free>(EVP_MD_CTX_new()))) {
     startCrypto();
     require(EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr));
 }

@@ -74,11 +74,28 @@ Result<TrustFile> readTrustFile(const Root& root, int folder, const std::string&
     return parseTrustFile(name, pem);
 }
 
+/** All of a file or a failure: a revocation list that went missing here would open the door. */
+Status addFile(TrustStore& trust, const TrustFile& file) {
+    for (const auto& certificate : file.certificates) {
+        if (X509_STORE_add_cert(trust.store.get(), certificate.get()) != 1) {
+            return unusable(file.name, cryptoError());
+        }
+        ++trust.authorities;
+    }
+    for (const auto& list : file.revocationLists) {
+        if (X509_STORE_add_crl(trust.store.get(), list.get()) != 1) {
+            return unusable(file.name, cryptoError());
+        }
+        ++trust.revocationLists;
+    }
+    return {};
+}
+
 }  // namespace
 
 Result<TrustFile> parseTrustFile(const std::string& name, const std::string& pem) {
     startCrypto();
-    const BioPtr text(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
+    const auto text = required(BioPtr(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size()))));
     TrustFile file{name, {}, {}};
     for (;;) {
         VTEK_ASSIGN(const PemBlock block, nextBlock(text.get(), name));
@@ -109,16 +126,9 @@ Result<std::vector<TrustFile>> readTrustFiles(const Root& root) {
 
 Result<TrustStore> loadTrustStore(const Root& root) {
     VTEK_ASSIGN(const auto files, readTrustFiles(root));
-    TrustStore trust{StorePtr(X509_STORE_new())};
+    TrustStore trust{required(StorePtr(X509_STORE_new()))};
     for (const auto& file : files) {
-        for (const auto& certificate : file.certificates) {
-            X509_STORE_add_cert(trust.store.get(), certificate.get());
-            ++trust.authorities;
-        }
-        for (const auto& list : file.revocationLists) {
-            X509_STORE_add_crl(trust.store.get(), list.get());
-            ++trust.revocationLists;
-        }
+        VTEK_TRY(addFile(trust, file));
     }
     if (trust.authorities == 0) {
         return Error{ErrorNumber::TrustUnusable, "the trust store holds no certificate"};
