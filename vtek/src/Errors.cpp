@@ -118,4 +118,9 @@ Error systemError(ErrorNumber number, const std::string& what) {
     return {number, what + ": " + std::strerror(errno)};
 }
 
+Error repositoryError(const std::string& what) {
+    const bool full = errno == ENOSPC || errno == EDQUOT;
+    return systemError(full ? ErrorNumber::NoSpace : ErrorNumber::RepositoryUnwritable, what);
+}
+
 }  // namespace vtek

@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <ctime>
+#include <sstream>
 #include <thread>
 
 namespace vtek {
@@ -28,12 +31,29 @@ std::string ownFile(const char* path) {
     return content;
 }
 
-/** When this process started, from the kernel: its status file was made then. */
+/** When this process started, in clock ticks since the machine did; 0 when the kernel does not tell. */
+long startTicks() {
+    const std::string status = ownFile("/proc/self/stat");
+    // The command's name may hold anything and ends at the last parenthesis; the start is the 20th field
+    // behind.
+    std::istringstream fields(status.substr(status.rfind(')') + 1));
+    std::string before;
+    for (int field = 1; field < 20; ++field) {
+        fields >> before;
+    }
+    long ticks = 0;
+    fields >> ticks;
+    return ticks;
+}
+
 std::string startTime() {
-    struct stat info {};
+    timespec sinceBoot{};
+    clock_gettime(CLOCK_BOOTTIME, &sinceBoot);
+    const std::time_t age = sinceBoot.tv_sec - startTicks() / sysconf(_SC_CLK_TCK);
+    const std::time_t start = std::time(nullptr) - age;
     tm utc{};
     char text[32] = "";
-    if (stat("/proc/self", &info) == 0 && gmtime_r(&info.st_mtime, &utc) != nullptr) {
+    if (gmtime_r(&start, &utc) != nullptr) {
         std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
     }
     return text;
@@ -51,24 +71,32 @@ bool isCurrent(const Root& root, const UniqueFd& file) {
 Result<UniqueFd> openLockFile(const Root& root) {
     UniqueFd file = openAt(root.folder(), kLockFile, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0600);
     if (!file) {
-        return systemError(ErrorNumber::RepositoryUnwritable, "open " + root.path() + "/" + kLockFile);
+        return repositoryError("open " + root.path() + "/" + kLockFile);
     }
     VTEK_TRY(root.checkFile(kLockFile, Root::Presence::Required, ErrorNumber::RepositoryUnwritable));
     return file;
 }
 
-/** What the holder has written about itself. A new holder writes right after it has taken the lock, so an
- * empty file is read again for a while. */
+/** Whether the process that a description names still runs, as far as this one can see. */
+bool isRunning(const std::string& description) {
+    int process = 0;
+    return std::sscanf(description.c_str(), "process %d,", &process) == 1 && process > 0 &&
+           (kill(process, 0) == 0 || errno == EPERM);
+}
+
+/** What the holder has written about itself. A new holder writes right after it has taken the lock, so that
+ * an empty file, or one that names a dead process, is read again for a while. */
 std::string holderOf(const UniqueFd& file) {
-    std::string text(kDescriptionBound, '\0');
-    for (int attempt = 0; attempt < kHolderAttempts; ++attempt) {
-        const ssize_t n = readFullyAt(file.get(), text.data(), text.size(), 0);
-        if (n > 0) {
-            return text.substr(0, static_cast<std::size_t>(n));
+    std::string text;
+    for (int attempt = 0; attempt < kHolderAttempts && !isRunning(text); ++attempt) {
+        if (attempt > 0) {
+            std::this_thread::sleep_for(kPause);
         }
-        std::this_thread::sleep_for(kPause);
+        text.assign(kDescriptionBound, '\0');
+        const ssize_t n = readFullyAt(file.get(), text.data(), text.size(), 0);
+        text.resize(static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
     }
-    return "somebody who has not said who it is";
+    return text.empty() ? "somebody who has not said who it is" : text;
 }
 
 /** Written first and cut to length then, so that nobody finds the file empty between two holders. */
@@ -76,7 +104,7 @@ Status signHolder(const UniqueFd& file) {
     const std::string text = describeProcess();
     if (pwrite(file.get(), text.data(), text.size(), 0) < 0 ||
         ftruncate(file.get(), static_cast<off_t>(text.size())) != 0) {
-        return systemError(ErrorNumber::RepositoryUnwritable, "write the lock file");
+        return repositoryError("write the lock file");
     }
     return {};
 }
@@ -87,14 +115,15 @@ Result<Lock> Lock::acquire(const Root& root, std::chrono::milliseconds patience)
     const auto deadline = Clock::now() + patience;
     for (;;) {
         VTEK_ASSIGN(UniqueFd file, openLockFile(root));
-        if (flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
-            if (isCurrent(root, file)) {
-                VTEK_TRY(signHolder(file));
-                return Lock(std::move(file));
-            }
-        } else if (errno != EWOULDBLOCK && errno != EINTR) {
+        const bool locked = flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+        if (!locked && errno != EWOULDBLOCK && errno != EINTR) {
             return systemError(ErrorNumber::RepositoryUnwritable, "lock the repository");
-        } else if (Clock::now() >= deadline) {
+        }
+        if (locked && isCurrent(root, file)) {
+            VTEK_TRY(signHolder(file));
+            return Lock(std::move(file));
+        }
+        if (Clock::now() >= deadline) {
             return Error{ErrorNumber::RepositoryBusy, "the repository is held by " + holderOf(file)};
         }
         std::this_thread::sleep_for(kPause);

@@ -23,7 +23,7 @@ constexpr mode_t kPrivate = 0700;
 constexpr mode_t kOpenToReaders = 0755;
 
 Error notDurable(const char* what) {
-    return systemError(errno == ENOSPC ? ErrorNumber::NoSpace : ErrorNumber::SyncFailed, what);
+    return systemError(ErrorNumber::SyncFailed, what);
 }
 
 /** Whatever keeps a transaction from its end is a failed commit, unless it has a name of its own. */
@@ -133,8 +133,7 @@ Result<UniqueFd> Repository::stage() {
         folder = openAt(staging_.get(), name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
     }
     if (!folder) {
-        return systemError(errno == ENOSPC ? ErrorNumber::NoSpace : ErrorNumber::RepositoryUnwritable,
-                           "make staging/" + name);
+        return repositoryError("make staging/" + name);
     }
     return folder;
 }

@@ -54,6 +54,9 @@ using Status = Result<void>;
 /** The error of the system call that has just failed: what was tried, then errno's text. */
 Error systemError(ErrorNumber number, const std::string& what);
 
+/** Like systemError, of a change to the repository: no space where the disk or a quota is full. */
+Error repositoryError(const std::string& what);
+
 }  // namespace vtek
 
 /** Leaves the function with the error of a failed Status. */

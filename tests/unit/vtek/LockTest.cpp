@@ -1,13 +1,17 @@
 #include "Lab.h"
 #include "Lock.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <ctime>
 #include <optional>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -70,6 +74,43 @@ TEST(Lock, NamesItsHolder) {
     EXPECT_THAT(refused.error().message,
                 HasSubstr("process " + std::to_string(holder.pid()) + ", started 2"));
     EXPECT_THAT(refused.error().message, HasSubstr("command: "));
+}
+
+TEST(Lock, TellsWhenItsHolderStartedAndNotWhenItTookTheLock) {
+    const std::time_t started = std::time(nullptr);
+    int answer[2];
+    ASSERT_EQ(pipe(answer), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        sleep(3);
+        const std::string text = vtek::describeProcess();
+        _exit(write(answer[1], text.data(), text.size()) > 0 ? 0 : 1);
+    }
+    char text[1024] = "";
+    ASSERT_GT(read(answer[0], text, sizeof text - 1), 0);
+    waitpid(child, nullptr, 0);
+    const std::string told = text;
+    tm utc{};
+    ASSERT_NE(strptime(told.c_str() + told.find("started ") + 8, "%Y-%m-%dT%H:%M:%SZ", &utc), nullptr)
+        << told;
+    EXPECT_NEAR(static_cast<double>(timegm(&utc)), static_cast<double>(started), 1.5) << told;
+}
+
+TEST(Lock, NamesTheHolderAndNotADeadOneThatHeldItBefore) {
+    const Lab lab;
+    const auto path = lab.rootPath() / "lock";
+    test::writeFile(path, "process 999999999, started long ago, command: gone");
+    const vtek::UniqueFd held = vtek::openAt(vtek::kWorkingFolder, path.string(), O_RDWR);
+    ASSERT_EQ(flock(held.get(), LOCK_EX), 0);
+    std::thread holder([&] {
+        std::this_thread::sleep_for(milliseconds(300));
+        test::writeFile(path, vtek::describeProcess());
+    });
+    const vtek::Root root = lab.root();
+    const auto refused = Lock::acquire(root, milliseconds(0));
+    holder.join();
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().message, HasSubstr("held by process " + std::to_string(getpid()) + ","));
 }
 
 TEST(Lock, WaitsAsLongAsItIsTold) {
