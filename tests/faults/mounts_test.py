@@ -6,6 +6,7 @@
 import os
 import random
 import shutil
+import socket
 import subprocess
 
 from attack import AttackTest, main
@@ -15,9 +16,13 @@ from local_chassis import NEW, OLD
 
 NAMESPACE = ["unshare", "-m"] if os.geteuid() == 0 else ["unshare", "-Ur", "-m"]
 
+# Nothing but a system's log, which listens outside.
+SYSTEM_LOG = 'mount -t tmpfs tmpfs /dev && : > /dev/log && mount --bind "$0" /dev/log && exec "$@"'
+
 READ_ONLY = 'mount --bind "$VTEK_ROOT" "$VTEK_ROOT" && mount -o remount,bind,ro "$VTEK_ROOT" && exec "$@"'
 
-# A small file system with the root's content; what the program makes of it is copied out of the namespace.
+# A small file system with the root's content, on request with no byte left; what the program makes of it is copied out of
+# the namespace.
 SMALL = """
 result=$VTEK_ROOT
 VTEK_ROOT=$1
@@ -25,9 +30,14 @@ export VTEK_ROOT
 mkdir -p "$VTEK_ROOT"
 mount -t tmpfs -o "size=$2,mode=755" tmpfs "$VTEK_ROOT" || exit 99
 cp -a "$result/." "$VTEK_ROOT" || exit 99
-shift 2
+if [ "$3" = full ]; then
+  rm -f "$VTEK_ROOT/log/vtek.log"
+  cat /dev/zero >"$VTEK_ROOT/fill" 2>/dev/null
+fi
+shift 3
 "$@"
 status=$?
+rm -f "$VTEK_ROOT/fill"
 cp -a "$VTEK_ROOT/." "$result"
 exit $status
 """
@@ -44,6 +54,15 @@ class Mounts(AttackTest):
     def test_on_a_read_only_mount_an_update_is_refused(self):
         ended = self.update(*NAMESPACE, "sh", "-c", READ_ONLY, "sh")
         self.assert_refused(ended, "Start copying file failed")
+        self.assert_told_without_a_log(ended.stderr, "error 402, repository not writable: ")
+
+    def test_what_a_read_only_mount_keeps_from_the_log_goes_to_the_systems_log(self):
+        address = str(self.folder / "system-log")
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as log:
+            log.bind(address)
+            log.settimeout(10)
+            self.update(*NAMESPACE, "sh", "-c", SYSTEM_LOG, address, "sh", "-c", READ_ONLY, "sh")
+            self.assert_told_without_a_log(log.recv(4096).decode(), "error 402, repository not writable: ")
 
     def test_on_a_read_only_mount_an_inventory_works(self):
         ended = self.chassis.run(*NAMESPACE, "sh", "-c", READ_ONLY, "sh", self.chassis.programs.qrxupdate, "-i")
@@ -52,11 +71,19 @@ class Mounts(AttackTest):
     def test_on_a_disk_without_space_an_update_is_refused(self):
         self.assert_refused(self.update_with_free_space(1_500_000), "Start copying file failed", "error 403")
 
+    def test_on_a_disk_that_takes_no_byte_the_cause_goes_to_standard_error(self):
+        ended = self.update_with_free_space(1_500_000, then="full")
+        self.assert_refused(ended, "Start copying file failed")
+        self.assert_told_without_a_log(ended.stderr, "error 403, no space: ")
+
     def test_on_a_disk_that_fills_up_the_old_state_stays(self):
         # Small packed, so that there seems to be space; too large unpacked.
         self.sign_package(random.Random(1).randbytes(16_384) * 160)
         ended = self.update_with_free_space(1_500_000, cwd=self.large)
         self.assert_refused(ended, "Complete Signed Unzip is failed")
+
+    def assert_told_without_a_log(self, told, cause):
+        self.assertRegex(told, rf"libvtek \(simulation\): StartCopyFile: {cause}.+; to do: .+")
 
     def sign_package(self, content):
         """Makes a package of one file."""
@@ -73,10 +100,10 @@ class Mounts(AttackTest):
     def large(self):
         return self.folder / "large"
 
-    def update_with_free_space(self, free, **options):
+    def update_with_free_space(self, free, then="as it is", **options):
         used = sum(-(-path.stat().st_size // 4096) * 4096 + 4096 for path in self.chassis.root.rglob("*"))
         ended = self.update(*NAMESPACE, "sh", "-c", SMALL, "sh", self.folder / "small", str(used + free),
-                            **options)
+                            then, **options)
         self.assertNotEqual(ended.returncode, 99, ended.stderr)
         return ended
 

@@ -12,7 +12,7 @@ Library& Library::instance() {
 Library::Library()
     : root_(Root::open(rootPathFromEnvironment(), geteuid())), log_(root_ ? &*root_ : nullptr) {
     if (!root_) {
-        reportUnusableRoot(root_.error());
+        tellFailure("constructor", root_.error());
     }
 }
 

@@ -28,10 +28,17 @@ std::string timeText() {
     return text;
 }
 
-std::string failureText(const Error& error) {
+std::string failureText(const char* call, const Error& error) {
     const ErrorInfo& info = errorInfo(error.number);
-    return "error " + std::to_string(static_cast<int>(error.number)) + ", " + std::string(info.cause) + ": " +
-           error.message + "; to do: " + std::string(info.remedy);
+    return std::string(call) + ": error " + std::to_string(static_cast<int>(error.number)) + ", " +
+           std::string(info.cause) + ": " + error.message + "; to do: " + std::string(info.remedy);
+}
+
+/** The text as one line that a terminal shows and does not obey. */
+std::string oneLine(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+    return text;
 }
 
 }  // namespace
@@ -41,22 +48,20 @@ void Log::write(const std::string& sourceFile, unsigned int line, const std::str
 }
 
 void Log::failure(const char* call, const Error& error) {
-    writeLine(std::string(call) + ": " + failureText(error));
+    if (root_ != nullptr && !writeLine(failureText(call, error))) {
+        tellFailure(call, error);
+    }
 }
 
-void Log::writeLine(const std::string& line) {
+bool Log::writeLine(const std::string& line) {
     if (root_ == nullptr) {
-        return;
+        return false;
     }
     if (!file_ || isFull()) {
         open();
     }
-    std::string text = timeText() + " [" + std::to_string(getpid()) + "] " + line;
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
-    if (file_) {
-        writeFully(file_.get(), text + "\n");
-    }
+    const std::string text = timeText() + " [" + std::to_string(getpid()) + "] " + line;
+    return file_ && writeFully(file_.get(), oneLine(text) + "\n");
 }
 
 void Log::open() {
@@ -82,8 +87,8 @@ bool Log::isFull() const {
     return fstat(file_.get(), &info) == 0 && info.st_size >= kSizeBound;
 }
 
-void reportUnusableRoot(const Error& error) {
-    const std::string text = "libvtek (simulation): " + failureText(error);
+void tellFailure(const char* call, const Error& error) {
+    const std::string text = oneLine("libvtek (simulation): " + failureText(call, error));
     writeFully(STDERR_FILENO, text + "\n");
     syslog(LOG_USER | LOG_ERR, "%s", text.c_str());
 }

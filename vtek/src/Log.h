@@ -8,23 +8,26 @@
 namespace vtek {
 
 /**
- * The library's own log, log/vtek.log of a root: one line per message, bounded in size. What cannot be
- * written is dropped: a log must not stop an update.
+ * The library's own log, log/vtek.log of a root: one line per message, bounded in size. A message that cannot
+ * be written is dropped, since a log must not stop an update; a failure is told elsewhere then.
  */
 class Log {
 public:
-    /** @param root  null drops every line; else it must live as long as the log */
+    /** @param root  null, when tellFailure has said why, drops every line; else it must live as long as the
+     * log
+     */
     explicit Log(const Root* root) : root_(root) {}
 
     /** Writes a caller's line with its place in the source; line breaks and control characters in the message
      * are shown as "?". */
     void write(const std::string& sourceFile, unsigned int line, const std::string& message);
 
-    /** Writes why a call failed, and what to do about it. */
+    /** Writes why a call failed, and what to do about it; to where tellFailure does when the file takes no
+     * line, as on a read-only mount or a full disk. */
     void failure(const char* call, const Error& error);
 
 private:
-    void writeLine(const std::string& line);
+    bool writeLine(const std::string& line);
     void open();
     bool isFull() const;
 
@@ -32,7 +35,7 @@ private:
     UniqueFd file_;
 };
 
-/** Tells standard error and the system's log why there is no root, whose own log cannot be used then. */
-void reportUnusableRoot(const Error& error);
+/** Tells standard error and the system's log why a call failed when the root's own log cannot. */
+void tellFailure(const char* call, const Error& error);
 
 }  // namespace vtek

@@ -132,13 +132,15 @@ ewyndSupport secureWynd::IsWyndPresent() {
     if (!m_pImpl->library.root()) {
         return NO_WYND;
     }
+    try {
+        if (const Result<int> kind = m_pImpl->repositoryKind()) {
+            return static_cast<ewyndSupport>(*kind);
+        }
+    } catch (const std::exception&) {
+        // Not there to be told apart from a state that cannot be read.
+    }
     // A root whose state cannot be read is there; opening the session tells what is wrong with it.
-    int kind = WYND_FULL;
-    m_pImpl->attempt("IsWyndPresent", [&]() -> Status {
-        VTEK_ASSIGN(kind, m_pImpl->repositoryKind());
-        return {};
-    });
-    return static_cast<ewyndSupport>(kind);
+    return WYND_FULL;
 }
 
 void secureWynd::secureWyndInit() {

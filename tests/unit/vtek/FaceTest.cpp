@@ -177,9 +177,9 @@ TEST(FaceWithoutARoot, OffersNothingAndSaysWhy) {
     EXPECT_EQ(wynd.getVTEKError(), 101);
     EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 12), 0xFF);
     logWyndMsg("a", 1, "dropped");
-    EXPECT_THAT(
-        testing::internal::GetCapturedStderr(),
-        HasSubstr("libvtek (simulation): error 101, no root: /nowhere: No such file or directory; to do: "));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("libvtek (simulation): constructor: error 101, no root: /nowhere: No such file or "
+                          "directory; to do: "));
 }
 
 }  // namespace

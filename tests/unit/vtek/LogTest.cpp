@@ -2,7 +2,10 @@
 #include "Log.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <regex>
 #include <sstream>
@@ -85,6 +88,32 @@ TEST_F(LogTest, NeverFollowsALink) {
     std::filesystem::create_symlink(lab_.aside() / "target", file());
     log_.write("a", 1, "message");
     EXPECT_FALSE(std::filesystem::exists(lab_.aside() / "target"));
+}
+
+TEST_F(LogTest, AFailureThatTheFileDoesNotTakeGoesToStandardError) {
+    std::filesystem::remove_all(lab_.rootPath() / "log");
+    testing::internal::CaptureStderr();
+    log_.failure("IsPayloadSigned", {ErrorNumber::PayloadMissing, "a\nb"});
+    log_.write("a", 1, "no failure");
+    EXPECT_EQ(
+        testing::internal::GetCapturedStderr(),
+        "libvtek (simulation): IsPayloadSigned: error 201, no payload: a?b; to do: start the update in the "
+        "package's folder, with its .fwp file\n");
+}
+
+TEST_F(LogTest, AFailureThatIsNotWrittenWholeGoesToStandardError) {
+    log_.write("a", 1, "message");
+    EXPECT_EXIT(
+        {
+            rlimit limit{};
+            limit.rlim_cur = limit.rlim_max = 100;
+            setrlimit(RLIMIT_FSIZE, &limit);
+            signal(SIGXFSZ, SIG_IGN);
+            log_.failure("IsPayloadSigned", {ErrorNumber::PayloadMissing, "details"});
+            _exit(0);
+        },
+        testing::ExitedWithCode(0),
+        "libvtek .simulation.: IsPayloadSigned: error 201, no payload: details; to do: ");
 }
 
 TEST(Log, WithoutARootIsSilent) {
