@@ -10,10 +10,23 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string_view>
 #include <utility>
 
 namespace vtek {
+
+namespace {
+
+// The compression of a tar.gz, and libarchive's own end of the chain.
+constexpr int kFilterBound = 2;
+
+void supportTar(archive* reader) {
+    archive_read_support_format_tar(reader);
+    archive_read_support_filter_gzip(reader);
+}
+
+}  // namespace
 
 /** Where libarchive reads from, and its buffer. */
 struct ArchiveReader::Source {
@@ -58,27 +71,62 @@ struct ArchiveReader::Source {
     }
 };
 
-ArchiveReader::ArchiveReader(std::unique_ptr<Source> source, std::unique_ptr<archive, Free> reader)
+ArchiveReader::ArchiveReader(std::unique_ptr<Source> source, ReaderPtr reader)
     : source_(std::move(source)), reader_(std::move(reader)) {}
 ArchiveReader::ArchiveReader(ArchiveReader&&) noexcept = default;
 ArchiveReader::~ArchiveReader() = default;
 
 Result<ArchiveReader> ArchiveReader::open(int fd, std::uint64_t length, std::uint64_t entryBound) {
-    VTEK_TRY(checkZipDirectory(fd, length, entryBound));
+    char start[4] = {};
+    if (readFullyAt(fd, start, sizeof start, 0) < 0) {
+        return systemError(ErrorNumber::ArchiveInvalid, "read the archive");
+    }
     auto source = std::make_unique<Source>(Source{.fd = fd, .length = length});
-    std::unique_ptr<archive, Free> reader(archive_read_new());
-    archive_read_support_format_tar(reader.get());
-    archive_read_support_format_zip_seekable(reader.get());
-    archive_read_support_filter_gzip(reader.get());
+    ReaderPtr reader = makeReader();
+    if (beginsZip({start, sizeof start})) {
+        VTEK_TRY(checkZipDirectory(fd, length, entryBound));
+        archive_read_support_format_zip_seekable(reader.get());
+    } else {
+        supportTar(reader.get());
+    }
     archive_read_set_read_callback(reader.get(), Source::read);
     archive_read_set_skip_callback(reader.get(), Source::skip);
     archive_read_set_seek_callback(reader.get(), Source::seek);
     archive_read_set_callback_data(reader.get(), source.get());
     ArchiveReader opened(std::move(source), std::move(reader));
-    if (archive_read_open1(opened.reader_.get()) != ARCHIVE_OK) {
-        return opened.invalid();
-    }
+    VTEK_TRY(opened.checkOpened(archive_read_open1(opened.reader_.get())));
     return opened;
+}
+
+Result<ArchiveReader> ArchiveReader::openStart(std::string_view start) {
+    ReaderPtr reader = makeReader();
+    if (beginsZip(start)) {
+        archive_read_support_format_zip_streamable(reader.get());
+    } else {
+        supportTar(reader.get());
+    }
+    ArchiveReader opened(nullptr, std::move(reader));
+    VTEK_TRY(opened.checkOpened(archive_read_open_memory(opened.reader_.get(), start.data(), start.size())));
+    return opened;
+}
+
+ArchiveReader::ReaderPtr ArchiveReader::makeReader() {
+    ReaderPtr reader(archive_read_new());
+    if (!reader) {
+        throw std::bad_alloc();
+    }
+    return reader;
+}
+
+/** One compression is enough: a gzip of gzips could be made of next to nothing, and take hours. */
+Status ArchiveReader::checkOpened(int outcome) const {
+    if (outcome != ARCHIVE_OK) {
+        return invalid();
+    }
+    if (archive_filter_count(reader_.get()) > kFilterBound) {
+        return Error{ErrorNumber::ArchiveInvalid, "archive: compressed more than once"};
+    }
+    return {};
 }
 
 Result<std::optional<ArchiveEntry>> ArchiveReader::next() {

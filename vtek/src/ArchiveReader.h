@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace vtek {
 
@@ -21,18 +22,24 @@ struct ArchiveEntry {
 };
 
 /**
- * Reads the entries of an archive that lies at the start of a file: zip with stored or deflated entries, tar,
- * or tar.gz. Every other format, and every filter that would start a program, is off.
+ * Reads the entries of an archive: zip with stored or deflated entries, tar, or tar.gz. Its first bytes tell
+ * which; every other format, and every filter that would start a program, is off.
  */
 class ArchiveReader {
 public:
     /**
+     * Opens an archive that lies at the start of a file.
+     *
      * @param fd          stays the caller's and must live as long as the reader; its offset is neither used
      * nor moved
      * @param length      of the archive in bytes; nothing behind it is read
      * @param entryBound  an archive whose own directory says that it has more is refused before it is read
      */
     static Result<ArchiveReader> open(int fd, std::uint64_t length, std::uint64_t entryBound);
+
+    /** Opens an archive of which only the first bytes are there, for its first entries; they stay the
+     * caller's and must live as long as the reader. */
+    static Result<ArchiveReader> openStart(std::string_view start);
 
     /** The next entry; absent at the archive's end. */
     Result<std::optional<ArchiveEntry>> next();
@@ -51,14 +58,17 @@ private:
     struct Free {
         void operator()(archive* reader) const { archive_read_free(reader); }
     };
+    using ReaderPtr = std::unique_ptr<archive, Free>;
 
-    ArchiveReader(std::unique_ptr<Source> source, std::unique_ptr<archive, Free> reader);
+    ArchiveReader(std::unique_ptr<Source> source, ReaderPtr reader);
 
+    static ReaderPtr makeReader();
+    Status checkOpened(int outcome) const;
     Error invalid() const;
     Status checkMethod() const;
 
     std::unique_ptr<Source> source_;  // outlives the reader that points to it
-    std::unique_ptr<archive, Free> reader_;
+    ReaderPtr reader_;
 
 public:
     ArchiveReader(ArchiveReader&&) noexcept;

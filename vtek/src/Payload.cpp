@@ -16,6 +16,18 @@ Error malformed(const std::string& name, const char* reason) {
     return {ErrorNumber::PayloadFormat, name + ": " + reason};
 }
 
+Status readTail(const UniqueFd& file, const std::string& name, void* buffer, std::uint64_t size,
+                std::uint64_t offset) {
+    const ssize_t n = readFullyAt(file.get(), buffer, size, offset);
+    if (n < 0) {
+        return systemError(ErrorNumber::PayloadUnreadable, "read " + name);
+    }
+    if (static_cast<std::uint64_t>(n) < size) {
+        return malformed(name, "it became shorter while it was read");
+    }
+    return {};
+}
+
 }  // namespace
 
 Result<Payload> findPayload(int folder) {
@@ -48,9 +60,7 @@ Result<Payload> openPayload(int folder, const std::string& name) {
         return malformed(name, "shorter than a trailer");
     }
     unsigned char trailer[kTrailerLength];
-    if (readFullyAt(file.get(), trailer, kTrailerLength, size - kTrailerLength) != kTrailerLength) {
-        return systemError(ErrorNumber::PayloadUnreadable, "read " + name);
-    }
+    VTEK_TRY(readTail(file, name, trailer, kTrailerLength, size - kTrailerLength));
     std::uint64_t length = 0;
     for (const unsigned char byte : trailer) {
         length = length << 8 | byte;
@@ -60,9 +70,7 @@ Result<Payload> openPayload(int folder, const std::string& name) {
     }
     const std::uint64_t archiveLength = size - kTrailerLength - length;
     std::vector<unsigned char> signature(length);
-    if (readFullyAt(file.get(), signature.data(), length, archiveLength) != static_cast<ssize_t>(length)) {
-        return systemError(ErrorNumber::PayloadUnreadable, "read " + name);
-    }
+    VTEK_TRY(readTail(file, name, signature.data(), length, archiveLength));
     return Payload{std::move(file), name, archiveLength, std::move(signature), size};
 }
 

@@ -25,7 +25,7 @@ Result<CheckedPayload> checkPayload(const Root& root, Store& store, Payload payl
     VTEK_ASSIGN(VerifiedSignature signature,
                 verifySignature(payload, trust, {now, settings.revocation, settings.signerNames},
                                 [&](std::uint64_t bytes) { progress.add(bytes); }));
-    VTEK_ASSIGN(Manifest manifest, readManifest(payload.file.get(), payload.archiveLength, settings.unpack));
+    VTEK_ASSIGN(Manifest manifest, readManifest(signature.start));
     VTEK_ASSIGN(const Fit fit, checkPolicy(store, manifest));
     VTEK_TRY(checkPackage(folder, manifest, ErrorNumber::PackageUnreadable, ErrorNumber::PackageMismatch));
     return CheckedPayload{std::move(payload), std::move(signature), std::move(manifest), fit};

@@ -8,12 +8,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 namespace vtek {
 
 namespace {
 
 constexpr int kSignerBound = 8;
+constexpr std::size_t kStartBound = 256 * 1024;
 
 /** The archive's bytes as OpenSSL reads them: every byte once, in order, hashed for our own use on the way.
  */
@@ -21,6 +23,8 @@ struct ArchiveSource {
     const Payload& payload;
     const ByteCounter& counter;
     Digest digest{};
+    std::string start{};  ///< up to a bound; its memory is there beforehand, since nothing may be thrown
+                          ///< through OpenSSL
     std::uint64_t position = 0;
     int failure = 0;  ///< errno of a failed read
 };
@@ -36,6 +40,7 @@ int readArchive(BIO* bio, char* buffer, std::size_t size, std::size_t* done) {
     }
     *done = static_cast<std::size_t>(n);
     source.digest.update(buffer, *done);
+    source.start.append(buffer, std::min(*done, kStartBound - source.start.size()));
     source.position += *done;
     source.counter(*done);
     return *done > 0 ? 1 : 0;
@@ -54,7 +59,7 @@ long controlArchive(BIO* bio, int command, long, void*) {
 }
 
 BioMethodPtr makeArchiveMethod() {
-    BioMethodPtr method(BIO_meth_new(BIO_TYPE_SOURCE_SINK, "archive"));
+    auto method = required(BioMethodPtr(BIO_meth_new(BIO_TYPE_SOURCE_SINK, "archive")));
     BIO_meth_set_read_ex(method.get(), readArchive);
     BIO_meth_set_ctrl(method.get(), controlArchive);
     return method;
@@ -103,7 +108,7 @@ Status checkSigners(CMS_ContentInfo* cms, const TrustStore& trust, const Signatu
 
 Status checkContent(CMS_ContentInfo* cms, ArchiveSource& source) {
     const BioMethodPtr method = makeArchiveMethod();
-    const BioPtr archive(BIO_new(method.get()));
+    const auto archive = required(BioPtr(BIO_new(method.get())));
     BIO_set_data(archive.get(), &source);
     BIO_set_init(archive.get(), 1);
     constexpr unsigned int kFlags =
@@ -128,13 +133,15 @@ Result<VerifiedSignature> verifySignature(const Payload& payload, const TrustSto
     VTEK_ASSIGN(const CmsPtr cms, parseSignature(payload.signature));
     VTEK_TRY(checkSigners(cms.get(), trust, policy));
     ArchiveSource source{payload, counter};
+    source.start.reserve(std::min<std::uint64_t>(payload.archiveLength, kStartBound));
     VTEK_TRY(checkContent(cms.get(), source));
 
     source.digest.update(payload.signature.data(), payload.signature.size());
     const std::string trailer = payloadTrailer(payload.signature.size());
     source.digest.update(trailer.data(), trailer.size());
     X509* certificate = signerCertificate(sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(cms.get()), 0));
-    return VerifiedSignature{nameText(X509_get_subject_name(certificate)), source.digest.hex()};
+    return VerifiedSignature{nameText(X509_get_subject_name(certificate)), source.digest.hex(),
+                             std::move(source.start)};
 }
 
 }  // namespace vtek

@@ -22,6 +22,7 @@ struct SignaturePolicy {
 struct VerifiedSignature {
     std::string signer;  ///< the subject of the signer's certificate
     std::string digest;  ///< SHA-256 of the whole payload file
+    std::string start;   ///< the archive's first bytes, as they were verified
 };
 
 /** Told the number of bytes that were read since the last call. */

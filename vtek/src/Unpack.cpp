@@ -198,8 +198,8 @@ bool isPlainPath(std::string_view path) {
     }
 }
 
-Result<Manifest> readManifest(int fd, std::uint64_t archiveLength, const UnpackLimits& limits) {
-    VTEK_ASSIGN(ArchiveReader reader, ArchiveReader::open(fd, archiveLength, limits.entries));
+Result<Manifest> readManifest(std::string_view start) {
+    VTEK_ASSIGN(ArchiveReader reader, ArchiveReader::openStart(start));
     VTEK_ASSIGN(const auto first, reader.next());
     if (!first || first->name != kManifestName || first->kind != ArchiveEntry::Kind::File) {
         return Error{ErrorNumber::ManifestInvalid, "archive: the first entry is not manifest.xml"};

@@ -7,15 +7,16 @@
 #include "Signature.h"
 
 #include <string>
+#include <string_view>
 
 namespace vtek {
 
 /**
  * Reads an archive's first entry, which must be its manifest.
  *
- * Only for bytes whose signature was verified.
+ * @param start  the archive's first bytes, whose signature was verified
  */
-Result<Manifest> readManifest(int fd, std::uint64_t archiveLength, const UnpackLimits& limits);
+Result<Manifest> readManifest(std::string_view start);
 
 /** What was unpacked. */
 struct UnpackedContent {

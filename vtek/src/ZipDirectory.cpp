@@ -30,17 +30,19 @@ std::uint64_t littleEndian(std::string_view bytes) {
 
 }  // namespace
 
+bool beginsZip(std::string_view start) {
+    return start.starts_with(kLocalHeader);
+}
+
 Status checkZipDirectory(int fd, std::uint64_t length, std::uint64_t entryBound) {
     const auto tailLength =
         static_cast<std::size_t>(std::min<std::uint64_t>(length, kEndRecordLength + kCommentBound));
-    std::string head(kLocalHeader.size(), '\0');
     std::string tail(tailLength, '\0');
-    if (readFullyAt(fd, head.data(), head.size(), 0) < 0 ||
-        readFullyAt(fd, tail.data(), tail.size(), length - tailLength) < 0) {
+    if (readFullyAt(fd, tail.data(), tail.size(), length - tailLength) < 0) {
         return systemError(ErrorNumber::ArchiveInvalid, "read the archive");
     }
     const auto end = tail.rfind(kEndRecord);
-    if (head != kLocalHeader || end == std::string::npos || tail.size() - end < kEndRecordLength) {
+    if (end == std::string::npos || tail.size() - end < kEndRecordLength) {
         return {};
     }
     const std::string_view record = std::string_view(tail).substr(end);

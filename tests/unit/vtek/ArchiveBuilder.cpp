@@ -14,6 +14,7 @@ struct Free {
     void operator()(archive* writer) const { archive_write_free(writer); }
     void operator()(archive_entry* entry) const { archive_entry_free(entry); }
 };
+using WriterPtr = std::unique_ptr<archive, Free>;
 
 void require(int code, archive* writer) {
     if (code != ARCHIVE_OK) {
@@ -23,6 +24,9 @@ void require(int code, archive* writer) {
 
 void setFormat(archive* writer, Format format) {
     switch (format) {
+        case Format::TarPax:
+            require(archive_write_set_format_pax(writer), writer);
+            break;
         case Format::Cpio:
             require(archive_write_set_format_cpio(writer), writer);
             break;
@@ -68,6 +72,14 @@ void add(archive* writer, const Entry& item) {
     archive_entry_set_filetype(entry.get(), typeOf(item.type));
     archive_entry_set_perm(entry.get(), item.mode);
     archive_entry_set_size(entry.get(), static_cast<la_int64_t>(item.content.size()));
+    if (item.sparseSize > 0) {
+        archive_entry_set_size(entry.get(), static_cast<la_int64_t>(item.sparseSize));
+        archive_entry_sparse_add_entry(entry.get(), 0, static_cast<la_int64_t>(item.content.size()));
+    }
+    if (!item.attribute.first.empty()) {
+        archive_entry_xattr_add_entry(entry.get(), item.attribute.first.c_str(), item.attribute.second.data(),
+                                      item.attribute.second.size());
+    }
     if (item.type == 'l') {
         archive_entry_set_symlink(entry.get(), item.target.c_str());
     }
@@ -80,23 +92,34 @@ void add(archive* writer, const Entry& item) {
     }
 }
 
-}  // namespace
-
-std::string makeArchive(Format format, const std::vector<Entry>& entries) {
+std::string written(archive* writer, const std::vector<Entry>& entries) {
     std::string bytes;
-    const std::unique_ptr<archive, Free> writer(archive_write_new());
-    setFormat(writer.get(), format);
-    archive_write_set_bytes_in_last_block(writer.get(), 1);
+    archive_write_set_bytes_in_last_block(writer, 1);
     const auto append = [](archive*, void* data, const void* buffer, std::size_t size) {
         static_cast<std::string*>(data)->append(static_cast<const char*>(buffer), size);
         return static_cast<la_ssize_t>(size);
     };
-    require(archive_write_open(writer.get(), &bytes, nullptr, append, nullptr), writer.get());
+    require(archive_write_open(writer, &bytes, nullptr, append, nullptr), writer);
     for (const auto& entry : entries) {
-        add(writer.get(), entry);
+        add(writer, entry);
     }
-    require(archive_write_close(writer.get()), writer.get());
+    require(archive_write_close(writer), writer);
     return bytes;
+}
+
+}  // namespace
+
+std::string makeArchive(Format format, const std::vector<Entry>& entries) {
+    const WriterPtr writer(archive_write_new());
+    setFormat(writer.get(), format);
+    return written(writer.get(), entries);
+}
+
+std::string gzipped(const std::string& bytes) {
+    const WriterPtr writer(archive_write_new());
+    require(archive_write_set_format_raw(writer.get()), writer.get());
+    require(archive_write_add_filter_gzip(writer.get()), writer.get());
+    return written(writer.get(), {{"content", bytes}});
 }
 
 std::string patched(std::string bytes, const std::string& from, const std::string& to) {

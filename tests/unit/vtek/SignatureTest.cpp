@@ -1,8 +1,11 @@
 #include "Lab.h"
 #include "Signature.h"
+#include "Unpack.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -42,6 +45,18 @@ std::string derOf(const vtek::CmsPtr& cms) {
     return der;
 }
 
+/** From now on this process is no longer root, and a folder with all that it holds is its own. */
+void becomeOwner(const std::filesystem::path& folder) {
+    constexpr uid_t kStranger = 12345;
+    bool done = chown(folder.c_str(), kStranger, kStranger) == 0;
+    for (const auto& item : std::filesystem::recursive_directory_iterator(folder)) {
+        done = done && chown(item.path().c_str(), kStranger, kStranger) == 0;
+    }
+    if (!done || setuid(kStranger) != 0) {
+        std::abort();
+    }
+}
+
 // What is no signature over the archive
 
 TEST(Signature, WithoutASignerItIsRefused) {
@@ -78,6 +93,23 @@ TEST(Signature, AttachedContentIsRefusedWhetherItDiffersOrNot) {
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::SignatureAttached}));
     expectOutcome(lab, test::makeCms("other content", {&lab.signer()}, {.attached = true}),
                   ErrorNumber::SignatureAttached);
+}
+
+TEST(Signature, TheManifestIsReadFromTheVerifiedBytesAndNotFromTheFileAgain) {
+    const Lab lab;
+    const vtek::Root root = lab.root();
+    const auto trust = loadTrustStore(root);
+    const auto payload = vtek::openPayload(vtek::kWorkingFolder, lab.payload().string());
+    std::uint64_t seen = 0;
+    const auto verified =
+        verifySignature(*payload, *trust, {kNow, vtek::Revocation::IfPresent, {}}, [&](std::uint64_t bytes) {
+            seen += bytes;
+            if (seen == payload->archiveLength) {
+                lab.write(std::string(payload->size, 'e'));
+            }
+        });
+    ASSERT_TRUE(verified);
+    EXPECT_EQ(*vtek::readManifest(verified->start), lab.manifest());
 }
 
 TEST(Signature, OfAnotherFileIsRefused) {
@@ -390,6 +422,19 @@ TEST(TrustStore, WritableByOthersClosesTheDoor) {
         }
     }
     EXPECT_EQ(lab.update(), kDone);
+}
+
+TEST(TrustStore, AFileThatCannotBeReadClosesTheDoor) {
+    const Lab lab;
+    std::filesystem::permissions(lab.rootPath() / "trust/authority.pem", std::filesystem::perms::none);
+    EXPECT_EXIT(
+        {
+            if (geteuid() == 0) {
+                becomeOwner(lab.rootPath().parent_path());
+            }
+            _exit(lab.update() == UpdateOutcome{"check", ErrorNumber::TrustUnusable} ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(TrustStore, ALinkInItOrInItsPlaceClosesTheDoor) {

@@ -1,8 +1,10 @@
 #include "Lab.h"
 #include "Unpack.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include <filesystem>
 #include <string>
@@ -130,6 +132,57 @@ TEST(Unpack, ADecompressionBombIsRefused) {
     expectRefused(lab, lab.archiveOf(Format::Zip, {{"zeros", zeros}}), ErrorNumber::ArchiveTooLarge);
 }
 
+TEST(Unpack, AnArchiveThatIsCompressedTwiceIsRefused) {
+    const Lab lab;
+    const std::string once = lab.archive(Format::TarGz);
+    expectRefused(lab, test::gzipped(once), ErrorNumber::ArchiveInvalid, "check");
+}
+
+TEST(Unpack, AZipBehindSomethingElseIsNoZip) {
+    const Lab lab;
+    expectRefused(lab, std::string(1000, 'x') + lab.archive(Format::Zip), ErrorNumber::ArchiveInvalid,
+                  "check");
+}
+
+TEST(Unpack, AManifestThatTheZipsDirectoryDoesNotKnowIsRefused) {
+    const Lab lab;
+    auto other = lab.manifest();
+    other.version = "3.00";
+    const std::string first = test::makeArchive(Format::ZipStored, {{"manifest.xml", formatManifest(other)}});
+    expectRefused(lab, first.substr(0, first.find("PK\1\2")) + lab.archive(Format::ZipStored),
+                  ErrorNumber::ManifestChanged);
+}
+
+TEST(Unpack, ASparseEntryCountsWithEveryByteThatItMakes) {
+    const Lab lab;
+    lab.set("unpack-bytes", "1000000000");
+    expectRefused(lab,
+                  lab.archiveOf(Format::TarPax, {{"sparse", "x", 'f', "", 0644, std::uint64_t{1} << 40}}),
+                  ErrorNumber::ArchiveTooLarge);
+}
+
+TEST(Unpack, ExtendedAttributesAreNotApplied) {
+    const Lab lab;
+    Entry entry{"marked", "x"};
+    entry.attribute = {"user.mark", "planted"};
+    lab.sign(lab.archiveOf(Format::TarPax, {entry}));
+    EXPECT_EQ(lab.update(), kDone);
+    const auto unpacked = lab.rootPath() / "repository/1/Chassis/marked";
+    EXPECT_EQ(test::readFile(unpacked), "x");
+    EXPECT_EQ(listxattr(unpacked.c_str(), nullptr, 0), 0);
+}
+
+TEST(Unpack, AThousandFoldersDeepIsRefused) {
+    const Lab lab;
+    std::string deep;
+    for (int i = 0; i < 1000; ++i) {
+        deep += "d/";
+    }
+    expectRefused(lab, lab.archiveOf(Format::Tar, {{deep + "x", "x"}}), ErrorNumber::EntryName);
+    expectRefused(lab, lab.archiveOf(Format::Tar, {{deep.substr(0, 1000) + "x", "x"}}),
+                  ErrorNumber::ArchiveTooLarge);
+}
+
 TEST(Unpack, HardLinksDevicesFifosAndSocketsAreRefused) {
     const Lab lab;
     test::writeFile(lab.package() / "outside", "outside");
@@ -206,7 +259,28 @@ TEST(Unpack, AZipThatDeclaresTooManyEntriesIsRefusedBeforeItIsRead) {
     const auto end = archive.rfind("PK\5\6");
     archive[end + 10] = '\xFF';
     archive[end + 11] = '\xFF';
-    expectRefused(lab, archive, ErrorNumber::ArchiveTooLarge, "check");
+    expectRefused(lab, archive, ErrorNumber::ArchiveTooLarge);
+}
+
+class BothWaysToCreate : public testing::TestWithParam<vtek::Beneath::Method> {};
+INSTANTIATE_TEST_SUITE_P(Unpack, BothWaysToCreate,
+                         testing::Values(vtek::Beneath::Method::Kernel, vtek::Beneath::Method::Steps));
+
+TEST_P(BothWaysToCreate, GiveTheSameFiles) {
+    const Lab lab;
+    const test::TempDir target;
+    const std::string archive = lab.archive();
+    std::filesystem::create_directory(target / "Chassis");
+    test::writeFile(lab.aside() / "archive", archive);
+    const auto source = vtek::openAt(vtek::kWorkingFolder, (lab.aside() / "archive").string(), O_RDONLY);
+    const auto folder = vtek::openAt(vtek::kWorkingFolder, target.path().string(), O_RDONLY);
+    vtek::Beneath beneath(folder.get(), GetParam());
+    const vtek::UnpackLimits limits{100, 10, 1000000, 200};
+    const auto content = unpackArchive(source.get(), archive.size(), beneath, "Chassis", limits, [](auto) {});
+    ASSERT_TRUE(content) << content.error().message;
+    EXPECT_EQ(beneath.method(), GetParam());
+    EXPECT_EQ(test::readFile(target / "Chassis/main.bin"), std::string(100000, 'm'));
+    EXPECT_EQ(test::readFile(target / "Chassis/sub/readme.txt"), "hello");
 }
 
 TEST(Unpack, PlainPathsAreToldFromOthers) {
