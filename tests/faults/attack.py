@@ -35,6 +35,10 @@ class AttackTest(unittest.TestCase):
         """Runs the update, by way of a wrapping command if there is one."""
         return self.chassis.run(*wrapper, self.chassis.programs.qrxupdate, "-u", **options)
 
+    def start_update(self, *wrapper, **options):
+        """Starts the update as `update` does, and does not wait for it."""
+        return self.chassis.start(*wrapper, self.chassis.programs.qrxupdate, "-u", **options)
+
     def assert_refused(self, ended, text, cause=None):
         """The report has this text, the log this cause, and no byte of the root is another one."""
         self.assertIn(f'<SPStatus result = "false" ><Message id="1">{text}</Message></SPStatus>', ended.stdout)

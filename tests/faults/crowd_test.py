@@ -4,25 +4,17 @@
 """
 
 import fcntl
-import os
 import re
-import signal
-import time
-import unittest
 
 from attack import AttackTest, main
 from chassis import inventory_report, update_report
 from local_chassis import NEW, NOT_UPDATED, OLD
-from system_calls import reason_not_possible
 
 BUSY = "Start copying file failed"
 
 
 class Crowd(AttackTest):
     """Whole programs that want the same repository."""
-
-    def start_update(self, *wrapper):
-        return self.chassis.start(*wrapper, self.chassis.programs.qrxupdate, "-u")
 
     def assert_serialised(self, count, patience):
         self.chassis.vtekctl("set", "lock-wait", str(patience))
@@ -64,29 +56,6 @@ class Crowd(AttackTest):
     def test_a_lock_file_left_by_a_dead_process_is_harmless(self):
         (self.chassis.root / "lock").write_text("process 1, started 2026-01-01T00:00:00Z, command: init")
         self.assert_harmless(self.update())
-
-    @unittest.skipIf(reason_not_possible(), reason_not_possible())
-    def test_when_the_holder_is_killed_the_one_that_waits_goes_on(self):
-        self.chassis.vtekctl("set", "lock-wait", "120")
-        self.before = self.snapshot()
-        holder = self.start_update("strace", "-o", "/dev/null", "-e", "inject=renameat2:signal=STOP")
-        process = self.wait_for_holder()
-        second = self.start_update()
-        time.sleep(0.2)
-        self.assertIsNone(second.poll(), "the second update waits")
-        os.kill(process, signal.SIGKILL)
-        holder.communicate()
-        self.assertEqual(second.communicate()[0], update_report(NEW))
-        self.assertEqual(self.chassis.faults([*NOT_UPDATED, NEW]), [])
-        self.assertEqual(self.chassis.state().strays(self.chassis.digests), [])
-
-    def wait_for_holder(self):
-        """Waits until the update has published its files; returns the process id that it has left in the lock."""
-        deadline = time.monotonic() + 120
-        while not (self.chassis.root / "repository" / "3").exists():
-            self.assertLess(time.monotonic(), deadline, "the first update does not start")
-            time.sleep(0.02)
-        return int(re.match(r"process (\d+),", (self.chassis.root / "lock").read_text()).group(1))
 
 
 if __name__ == "__main__":

@@ -21,6 +21,9 @@ from guest import skip
 from local_chassis import NEW, UPDATED, LocalChassis, Programs, versions_of
 from system_calls import KILL, points, reason_not_possible, spread
 
+# Whatever else stands in the report, which lacks the package's details when package.xml could not be read.
+REPORTED = '<SPStatus result = "true" >'
+
 
 class Sweep:
     """Runs an update again and again, each time with another fault, in a few folders side by side."""
@@ -61,7 +64,7 @@ class Sweep:
             return [f"the run did not come to this point, exit status {ended.returncode}"]
         state = chassis.state()
         versions = versions_of(state)
-        is_reported = ended.stdout == update_report(NEW)
+        is_reported = REPORTED in ended.stdout
         self._count(point, versions == UPDATED, is_reported)
         faults = state.faults(versions, chassis.digests)
         if is_reported and versions != UPDATED:

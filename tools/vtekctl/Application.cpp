@@ -39,11 +39,8 @@ std::vector<Declared> declareCommands(CLI::App& app) {
 int report(const vtek::Error& error) {
     const int number = static_cast<int>(error.number);
     std::cerr << "vtekctl: " << error.message << " (error " << number << ")\n";
-    if (error.number == vtek::ErrorNumber::InvalidArgument) {
-        return kUsage;
-    }
     std::cerr << "vtekctl: to do: " << vtek::errorInfo(error.number).remedy << '\n';
-    return kRefused;
+    return error.number == vtek::ErrorNumber::InvalidArgument ? kUsage : kRefused;
 }
 
 int dispatch(const std::vector<Declared>& declared, const Context& context) {

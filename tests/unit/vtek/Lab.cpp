@@ -15,7 +15,13 @@ namespace test {
 
 namespace {
 
-constexpr const char* kPackage = "<SoftwareComponent/>\n";
+constexpr const char* kPackage = R"(<SoftwareComponent vendorVersion="2.00">
+  <ComponentType value="FRMW"/>
+  <SupportedDevices>
+    <Device componentID="25227"><Display>Chassis controller firmware</Display></Device>
+  </SupportedDevices>
+</SoftwareComponent>
+)";
 
 template <class Outcome>
 void require(const Outcome& outcome) {

@@ -1,0 +1,27 @@
+"""Updates where the kernel, or a sandbox, does not offer openat2: harmless all the same.
+
+    kernel_test.py QRXUPDATE VTEKCTL
+"""
+
+from attack import AttackTest, main
+from system_calls import reason_not_possible
+
+
+class Kernel(AttackTest):
+    """Files are created step by step then."""
+
+    def assert_harmless_without_openat2(self, error):
+        trace = self.folder / "trace"
+        self.assert_harmless(self.update("strace", "-o", trace, "-e", "trace=openat2",
+                                         "-e", f"inject=openat2:error={error}"))
+        self.assertIn("(INJECTED)", trace.read_text())
+
+    def test_an_old_kernel_does_not_know_the_call(self):
+        self.assert_harmless_without_openat2("ENOSYS")
+
+    def test_a_sandbox_forbids_the_call(self):
+        self.assert_harmless_without_openat2("EPERM")
+
+
+if __name__ == "__main__":
+    main(reason_not_possible())
