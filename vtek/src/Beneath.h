@@ -1,6 +1,6 @@
 #pragma once
 
-#include "File.h"
+#include "UnpackTarget.h"
 
 #include <string>
 #include <string_view>
@@ -11,7 +11,7 @@ namespace vtek {
  * Makes files and folders beneath one folder and never anywhere else: relative paths only, and no link on the
  * way is ever followed.
  */
-class Beneath {
+class Beneath : public UnpackTarget {
 public:
     /** How a path is walked: by the kernel in one call, or folder by folder where it cannot. */
     enum class Method { Kernel, Steps };
@@ -24,10 +24,10 @@ public:
 
     /** Makes a folder and those above it; existing folders will do. @return false with errno set on failure
      */
-    bool makeFolders(const std::string& path);
+    bool makeFolders(const std::string& path) override;
 
     /** Makes a new file for reading and writing; an existing one is a failure. */
-    UniqueFd createFile(const std::string& path);
+    UniqueFd createFile(const std::string& path) override;
 
     /** What is used: starts as asked for, and becomes Steps when the kernel does not offer the other. */
     Method method() const { return method_; }

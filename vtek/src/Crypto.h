@@ -14,6 +14,7 @@
 namespace vtek {
 
 struct FreeCrypto {
+    void operator()(ASN1_TIME* time) const { ASN1_TIME_free(time); }
     void operator()(BIO* bio) const { BIO_free_all(bio); }
     void operator()(BIO_METHOD* method) const { BIO_meth_free(method); }
     void operator()(CMS_ContentInfo* cms) const { CMS_ContentInfo_free(cms); }
@@ -26,6 +27,7 @@ struct FreeCrypto {
     void operator()(STACK_OF(X509) * certificates) const { sk_X509_pop_free(certificates, X509_free); }
 };
 
+using TimePtr = std::unique_ptr<ASN1_TIME, FreeCrypto>;
 using BioPtr = std::unique_ptr<BIO, FreeCrypto>;
 using BioMethodPtr = std::unique_ptr<BIO_METHOD, FreeCrypto>;
 using CmsPtr = std::unique_ptr<CMS_ContentInfo, FreeCrypto>;

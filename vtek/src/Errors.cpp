@@ -17,6 +17,8 @@ const std::vector<ErrorInfo>& errorTable() {
         {ErrorNumber::StateCorrupt, "state corrupt", "restore state.db from a backup, or make a new root"},
         {ErrorNumber::StateLayout, "state of another layout", "use the library version that made this root"},
         {ErrorNumber::StateBusy, "state locked", "try again when the other program has finished"},
+        {ErrorNumber::RepositoryAbsent, "repository switched off",
+         "switch it on with `vtekctl set repository-kind 1`"},
 
         {ErrorNumber::PayloadMissing, "no payload",
          "start the update in the package's folder, with its .fwp file"},
@@ -103,6 +105,9 @@ const std::vector<ErrorInfo>& errorTable() {
         {ErrorNumber::Internal, "internal failure", "look for lack of memory; else report it with the log"},
         {ErrorNumber::IpmiFailed, "IPMI request failed",
          "check the device of `ipmi-transport` and the caller's rights"},
+        {ErrorNumber::UpdateNotPermitted, "update not permitted by the chassis",
+         "permit it on chassis and server; here with `vtekctl set ipmi-mode 2` and `vtekctl set ipmi-flag "
+         "1`"},
     };
     return table;
 }

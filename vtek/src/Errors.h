@@ -19,6 +19,7 @@ enum class ErrorNumber : int {
     StateCorrupt = 112,
     StateLayout = 113,
     StateBusy = 114,
+    RepositoryAbsent = 115,
 
     PayloadMissing = 201,
     PayloadAmbiguous = 202,
@@ -74,6 +75,7 @@ enum class ErrorNumber : int {
     Internal = 899,
 
     IpmiFailed = 901,
+    UpdateNotPermitted = 902,
 };
 
 /** One row of the error table. */

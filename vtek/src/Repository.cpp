@@ -112,9 +112,10 @@ Result<int> Repository::removeUnnamed() {
     return static_cast<int>(present.size());
 }
 
-Status Repository::requireSpace(std::uint64_t bytes) const {
+Status requireSpace(const Root& root, std::uint64_t bytes) {
+    VTEK_ASSIGN(const UniqueFd staging, root.openFolder(kStagingFolder, ErrorNumber::RepositoryUnwritable));
     struct statvfs info {};
-    if (fstatvfs(staging_.get(), &info) != 0) {
+    if (fstatvfs(staging.get(), &info) != 0) {
         return systemError(ErrorNumber::RepositoryUnwritable, "look for free space");
     }
     const std::uint64_t free = std::uint64_t{info.f_bavail} * info.f_frsize;

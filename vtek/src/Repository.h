@@ -36,9 +36,6 @@ public:
     /** How many leftovers of dead processes were removed when the repository was opened. */
     int recovered() const { return recovered_; }
 
-    /** Refuses to start when the file system has not this many bytes free. */
-    Status requireSpace(std::uint64_t bytes) const;
-
     /** Makes the private folder in which the next generation is put together. @return the open folder */
     Result<UniqueFd> stage();
 
@@ -77,5 +74,8 @@ private:
     std::int64_t number_ = 0;
     int recovered_ = 0;
 };
+
+/** Refuses an update when the file system of the staging folder has not this many bytes free. */
+Status requireSpace(const Root& root, std::uint64_t bytes);
 
 }  // namespace vtek

@@ -53,7 +53,7 @@ struct secureWynd::Impl {
         VTEK_ASSIGN(Store opened, Store::open(*root, Store::Mode::Read));
         VTEK_ASSIGN(const Settings settings, loadSettings(opened));
         if (settings.repositoryKind == NO_WYND) {
-            return Error{ErrorNumber::StateUnreadable, "this chassis is set to have no repository"};
+            return Error{ErrorNumber::RepositoryAbsent, "this chassis is set to have no repository"};
         }
         store.emplace(std::move(opened));
         return {};

@@ -84,7 +84,8 @@ Result<CmsPtr> parseSignature(const std::vector<unsigned char>& der) {
     return cms;
 }
 
-Status checkSigners(CMS_ContentInfo* cms, const TrustStore& trust, const SignaturePolicy& policy) {
+/** Gives each signer, of which there must be one, its certificate. */
+Status findSigners(CMS_ContentInfo* cms) {
     STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(cms);
     const int count = sk_CMS_SignerInfo_num(signers);
     if (count < 1) {
@@ -94,14 +95,21 @@ Status checkSigners(CMS_ContentInfo* cms, const TrustStore& trust, const Signatu
         return Error{ErrorNumber::SignatureMalformed, "signature: too many signers"};
     }
     CMS_set1_signers_certs(cms, nullptr, 0);
-    const CertificatesPtr certificates(CMS_get1_certs(cms));
     for (int i = 0; i < count; ++i) {
-        CMS_SignerInfo* signer = sk_CMS_SignerInfo_value(signers, i);
-        if (signerCertificate(signer) == nullptr) {
+        if (signerCertificate(sk_CMS_SignerInfo_value(signers, i)) == nullptr) {
             return Error{ErrorNumber::SignatureWithoutSigner,
                          "signature: a signer's certificate is not in it"};
         }
-        VTEK_TRY(checkSigner(signer, certificates.get(), trust, policy));
+    }
+    return {};
+}
+
+Status checkSigners(CMS_ContentInfo* cms, const TrustStore& trust, const SignaturePolicy& policy) {
+    VTEK_TRY(findSigners(cms));
+    STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(cms);
+    const CertificatesPtr certificates(CMS_get1_certs(cms));
+    for (int i = 0; i < sk_CMS_SignerInfo_num(signers); ++i) {
+        VTEK_TRY(checkSigner(sk_CMS_SignerInfo_value(signers, i), certificates.get(), trust, policy));
     }
     return {};
 }
@@ -126,6 +134,15 @@ Status checkContent(CMS_ContentInfo* cms, ArchiveSource& source) {
 }
 
 }  // namespace
+
+Status checkSignatureFits(const Payload& payload) {
+    startCrypto();
+    VTEK_ASSIGN(const CmsPtr cms, parseSignature(payload.signature));
+    VTEK_TRY(findSigners(cms.get()));
+    const ByteCounter nobody = [](std::uint64_t) {};
+    ArchiveSource source{payload, nobody};
+    return checkContent(cms.get(), source);
+}
 
 Result<VerifiedSignature> verifySignature(const Payload& payload, const TrustStore& trust,
                                           const SignaturePolicy& policy, const ByteCounter& counter) {

@@ -37,4 +37,10 @@ using ByteCounter = std::function<void(std::uint64_t)>;
 Result<VerifiedSignature> verifySignature(const Payload& payload, const TrustStore& trust,
                                           const SignaturePolicy& policy, const ByteCounter& counter);
 
+/**
+ * Whether a payload's signature was made over its archive, by whomever: for those who put the two together.
+ * No ground to trust either.
+ */
+Status checkSignatureFits(const Payload& payload);
+
 }  // namespace vtek

@@ -1,5 +1,7 @@
 #include "Unpack.h"
 
+#include "Beneath.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -38,7 +40,7 @@ std::string lowered(std::string text) {
 /** One run over an archive. */
 class Unpacking {
 public:
-    Unpacking(ArchiveReader reader, Beneath& target, std::string prefix, const UnpackLimits& limits,
+    Unpacking(ArchiveReader reader, UnpackTarget& target, std::string prefix, const UnpackLimits& limits,
               const ByteCounter& counter)
         : reader_(std::move(reader)),
           target_(target),
@@ -170,7 +172,7 @@ private:
     }
 
     ArchiveReader reader_;
-    Beneath& target_;
+    UnpackTarget& target_;
     std::string prefix_;
     const UnpackLimits& limits_;
     const ByteCounter& counter_;
@@ -217,7 +219,7 @@ Result<Manifest> readManifest(std::string_view start) {
     return parseManifest(xml);
 }
 
-Result<UnpackedContent> unpackArchive(int fd, std::uint64_t archiveLength, Beneath& target,
+Result<UnpackedContent> unpackArchive(int fd, std::uint64_t archiveLength, UnpackTarget& target,
                                       const std::string& prefix, const UnpackLimits& limits,
                                       const ByteCounter& counter) {
     VTEK_ASSIGN(ArchiveReader reader, ArchiveReader::open(fd, archiveLength, limits.entries));

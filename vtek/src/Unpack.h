@@ -1,10 +1,10 @@
 #pragma once
 
 #include "ArchiveReader.h"
-#include "Beneath.h"
 #include "Manifest.h"
 #include "Settings.h"
 #include "Signature.h"
+#include "UnpackTarget.h"
 
 #include <string>
 #include <string_view>
@@ -26,13 +26,13 @@ struct UnpackedContent {
 };
 
 /**
- * Unpacks an archive beneath a folder: regular files and folders with plain names only, nothing twice, within
+ * Unpacks an archive to a target: regular files and folders with plain names only, nothing twice, within
  * the limits. Modes, owners, times and extended attributes in the archive are not applied.
  *
  * @param prefix   the folder, relative to target, that the entries go into; it exists
  * @param counter  told the archive's bytes as they are taken in
  */
-Result<UnpackedContent> unpackArchive(int fd, std::uint64_t archiveLength, Beneath& target,
+Result<UnpackedContent> unpackArchive(int fd, std::uint64_t archiveLength, UnpackTarget& target,
                                       const std::string& prefix, const UnpackLimits& limits,
                                       const ByteCounter& counter);
 

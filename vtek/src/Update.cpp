@@ -17,6 +17,10 @@ constexpr std::uint64_t kSpareBytes = 1024 * 1024;  // for the database and fold
 
 }  // namespace
 
+std::uint64_t spaceToStart(std::uint64_t payloadSize) {
+    return 2 * payloadSize + kSpareBytes;
+}
+
 Result<std::string> Update::check() {
     VTEK_TRY(require(Step::Nothing));
     VTEK_ASSIGN(Store store, Store::open(root_, Store::Mode::Read));
@@ -29,8 +33,7 @@ Result<std::string> Update::check() {
 Status Update::start() {
     VTEK_TRY(require(Step::Checked));
     VTEK_ASSIGN(Repository repository, Repository::open(root_));
-    // The copy, and at least as much again for what comes out of it.
-    VTEK_TRY(repository.requireSpace(2 * checked_->payload.size + kSpareBytes));
+    VTEK_TRY(requireSpace(root_, spaceToStart(checked_->payload.size)));
     VTEK_ASSIGN(staged_, repository.stage());
     repository_.emplace(std::move(repository));
     step_ = Step::Started;

@@ -3,11 +3,16 @@
 #include "PayloadCheck.h"
 #include "Repository.h"
 
+#include <cstdint>
 #include <ctime>
 #include <optional>
 #include <string>
 
 namespace vtek {
+
+/** The free bytes without which no update starts: for the copy, and at least as much again for what comes out
+ * of it. */
+std::uint64_t spaceToStart(std::uint64_t payloadSize);
 
 /**
  * One update of the controller's firmware, step by step; each step needs the one before it. Destroyed before

@@ -193,9 +193,8 @@ TEST(Repository, ClearsWhatADeadProcessHasLeftBehind) {
 TEST(Repository, WithoutSpaceNothingStarts) {
     const Lab lab;
     const vtek::Root root = lab.root();
-    const auto repository = vtek::Repository::open(root);
-    EXPECT_TRUE(repository->requireSpace(1));
-    EXPECT_EQ(repository->requireSpace(std::uint64_t{1} << 60).error().number, ErrorNumber::NoSpace);
+    EXPECT_TRUE(requireSpace(root, 1));
+    EXPECT_EQ(requireSpace(root, std::uint64_t{1} << 60).error().number, ErrorNumber::NoSpace);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <openssl/ec.h>
 #include <openssl/rand.h>
+#include <openssl/rsa.h>
 #include <openssl/x509v3.h>
 
 #include <array>
@@ -12,16 +13,15 @@ namespace vtek {
 
 namespace {
 
+constexpr unsigned int kRsaBits = 3072;
 constexpr long kSecondsPerDay = 24 * 60 * 60;
 
 struct FreeExtension {
     void operator()(X509_EXTENSION* extension) const { X509_EXTENSION_free(extension); }
     void operator()(X509_REVOKED* entry) const { X509_REVOKED_free(entry); }
-    void operator()(ASN1_TIME* time) const { ASN1_TIME_free(time); }
 };
 using ExtensionPtr = std::unique_ptr<X509_EXTENSION, FreeExtension>;
 using RevokedPtr = std::unique_ptr<X509_REVOKED, FreeExtension>;
-using TimePtr = std::unique_ptr<ASN1_TIME, FreeExtension>;
 
 Error failed(const char* what) {
     return {ErrorNumber::Internal, std::string(what) + ": " + cryptoError()};
@@ -64,6 +64,15 @@ std::string textOf(BIO* bio) {
 Result<KeyPtr> makeEcKey() {
     startCrypto();
     KeyPtr key(EVP_EC_gen("P-256"));
+    if (!key) {
+        return failed("make a key");
+    }
+    return key;
+}
+
+Result<KeyPtr> makeRsaKey() {
+    startCrypto();
+    KeyPtr key(EVP_RSA_gen(kRsaBits));
     if (!key) {
         return failed("make a key");
     }

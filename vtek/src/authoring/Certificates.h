@@ -29,6 +29,9 @@ struct Identity {
 /** A key on the curve P-256. */
 Result<KeyPtr> makeEcKey();
 
+/** An RSA key of 3072 bits, whose signatures over equal bytes are equal. */
+Result<KeyPtr> makeRsaKey();
+
 /** Makes a certificate for a key. @param issuer  null for one that is signed by itself */
 Result<Identity> issueCertificate(const CertificateRequest& request, KeyPtr key, const Identity* issuer);
 

@@ -1,15 +1,16 @@
 #pragma once
 
+#include "ArchiveWriter.h"
 #include "Certificates.h"
 #include "Manifest.h"
 
+#include <ctime>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace vtek {
-
-enum class ArchiveFormat { Tar, TarGz, Zip };
 
 /**
  * Writes an archive: the manifest, then everything below a folder in the order of the names, or every entry
@@ -21,13 +22,15 @@ Status writeArchive(int fd, ArchiveFormat format, const Manifest& manifest,
                     const std::filesystem::path& content);
 
 /**
- * Signs a file's bytes, detached, with SHA-256.
+ * Signs a file's bytes, detached, with SHA-256. With an RSA key, equal input gives an equal signature.
  *
- * @param helpers  certificates between the signer and its trusted authority, to go with the signature
+ * @param helpers      certificates between the signer and its trusted authority, to go with the signature
+ * @param signingTime  what the signature says about its time; else the beginning of the signer's certificate
  * @return a DER CMS
  */
 Result<std::string> signFile(const std::filesystem::path& file, const Identity& signer,
-                             const std::vector<CertificatePtr>& helpers);
+                             const std::vector<CertificatePtr>& helpers,
+                             std::optional<std::time_t> signingTime = {});
 
 /** Makes a payload of an archive that ends where the descriptor stands: adds signature and trailer. */
 Status appendSignature(int fd, const std::string& signature);

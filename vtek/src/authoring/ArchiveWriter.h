@@ -1,0 +1,61 @@
+#pragma once
+
+#include "ArchiveReader.h"
+#include "Result.h"
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <ctime>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vtek {
+
+enum class ArchiveFormat { Tar, TarGz, Zip };
+
+/**
+ * Writes entries into one archive. Nothing of the machine goes with them: no owner, no time but the one that
+ * is given for all, so that equal input gives equal bytes.
+ */
+class ArchiveWriter {
+public:
+    /**
+     * @param fd    the archive's file; stays the caller's
+     * @param time  the time of every entry; none is written without one
+     */
+    ArchiveWriter(int fd, ArchiveFormat format, std::optional<std::time_t> time = {});
+
+    Status addFolder(const std::string& name);
+    Status addText(const std::string& name, const std::string& text);
+
+    /** Copies a regular file. */
+    Status addFile(const std::string& name, const std::filesystem::path& file);
+
+    /** Copies a regular file that may be run once it is unpacked. */
+    Status addProgram(const std::string& name, const std::filesystem::path& file);
+
+    /** Copies the current entry of another archive, whose size must be declared there. */
+    Status copy(const ArchiveEntry& entry, ArchiveReader& reader);
+
+    /** Ends the archive; without it the file is not whole. */
+    Status finish();
+
+private:
+    struct Free {
+        void operator()(archive* writer) const;
+    };
+
+    Status copyFile(const std::string& name, const std::filesystem::path& file, mode_t mode);
+    Status header(const std::string& name, unsigned int type, mode_t mode, std::uint64_t size);
+    Status data(const void* bytes, std::size_t size);
+    Error failed() const;
+
+    std::unique_ptr<archive, Free> writer_;
+    std::optional<std::time_t> time_;
+    std::string block_;
+};
+
+}  // namespace vtek

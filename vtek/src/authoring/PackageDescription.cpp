@@ -1,0 +1,55 @@
+#include "PackageDescription.h"
+
+#include "File.h"
+#include "Xml.h"
+
+#include <fcntl.h>
+#include <libxml/parser.h>
+#include <libxml/xpath.h>
+
+#include <memory>
+
+namespace vtek {
+
+namespace {
+
+constexpr std::size_t kBound = 16 * 1024 * 1024;
+constexpr const char* kComponentId = "string((//SoftwareComponent/SupportedDevices/Device)[1]/@componentID)";
+constexpr const char* kVersion = "string((//SoftwareComponent)[last()]/@vendorVersion)";
+
+struct FreeXPath {
+    void operator()(xmlXPathContext* context) const { xmlXPathFreeContext(context); }
+    void operator()(xmlXPathObject* object) const { xmlXPathFreeObject(object); }
+};
+using XPathContextPtr = std::unique_ptr<xmlXPathContext, FreeXPath>;
+using XPathObjectPtr = std::unique_ptr<xmlXPathObject, FreeXPath>;
+
+/** The value of an expression that is a text; empty when there is none. */
+std::string textAt(xmlXPathContext* context, const char* expression) {
+    const XPathObjectPtr value(xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression), context));
+    return value && value->stringval != nullptr ? toChars(value->stringval) : "";
+}
+
+}  // namespace
+
+Result<PackageDescription> readPackageDescription(int folder, const std::string& path,
+                                                  ErrorNumber onFailure) {
+    const UniqueFd file = openAt(folder, path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    std::string xml;
+    if (!file || !readWhole(file.get(), kBound, xml)) {
+        return systemError(onFailure, "read " + path);
+    }
+    const XmlDocPtr document(
+        xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr, kXmlOptions));
+    if (!document || document->intSubset != nullptr) {
+        return Error{onFailure, path + " is no well-formed XML without a document type"};
+    }
+    const XPathContextPtr context(xmlXPathNewContext(document.get()));
+    PackageDescription description{textAt(context.get(), kComponentId), textAt(context.get(), kVersion)};
+    if (description.componentId.empty()) {
+        return Error{onFailure, path + " names no component: its first supported device has no componentID"};
+    }
+    return description;
+}
+
+}  // namespace vtek
