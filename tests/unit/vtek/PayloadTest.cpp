@@ -44,6 +44,12 @@ TEST(Payload, LengthsThatCannotBeAreRefused) {
     }
 }
 
+TEST(Payload, ASignatureOfNothingIsRefused) {
+    const Lab lab;
+    lab.write("cms" + trailerOf(3));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::PayloadFormat}));
+}
+
 TEST(Payload, FilesTooShortForATrailerAreRefused) {
     const Lab lab;
     for (const std::string content : {"", "x", "1234567", "12345678"}) {

@@ -229,6 +229,16 @@ TEST(Signer, WithANulInItsNameIsRefused) {
     expectSigner(lab, test::issue(request, &lab.authority()), ErrorNumber::SignerName);
 }
 
+TEST(Signer, WithTwoCommonNamesIsRefused) {
+    Lab lab;
+    Identity signer = test::issue(test::goodSigner(), &lab.authority());
+    X509* const certificate = signer.certificate.get();
+    X509_NAME_add_entry_by_NID(X509_get_subject_name(certificate), NID_commonName, MBSTRING_UTF8,
+                               reinterpret_cast<const unsigned char*>("Another"), -1, -1, 0);
+    ASSERT_GT(X509_sign(certificate, lab.authority().key.get(), EVP_sha256()), 0);
+    expectSigner(lab, signer, ErrorNumber::SignerName);
+}
+
 TEST(Signer, WithoutACommonNameIsRefused) {
     Lab lab;
     auto request = test::goodSigner();

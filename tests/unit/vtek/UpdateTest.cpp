@@ -273,6 +273,21 @@ TEST(Update, APackageThatCannotBeReadIsRefused) {
     expectRefused(lab, {"check", ErrorNumber::PackageUnreadable});
 }
 
+TEST(Update, APackageBehindALinkIsRefused) {
+    const Lab lab;
+    std::filesystem::rename(lab.package() / "package.xml", lab.aside() / "package.xml");
+    std::filesystem::create_symlink(lab.aside() / "package.xml", lab.package() / "package.xml");
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::PackageUnreadable}));
+}
+
+TEST(Update, APayloadForSeveralChassisTakesEach) {
+    const Lab lab;
+    vtek::Manifest manifest = lab.manifest();
+    manifest.chassisTypes = {"OTHER", "LAB-CHASSIS"};
+    lab.sign(test::makeArchive(test::Format::Tar, {{"manifest.xml", vtek::formatManifest(manifest)}}));
+    EXPECT_EQ(lab.update(), kDone);
+}
+
 TEST(Update, APackageThatChangesBeforeTheCommitIsRefused) {
     const Lab lab;
     expectRefused(lab, {"commit", ErrorNumber::PackageChanged}, [&](const std::string& step) {
