@@ -2,6 +2,8 @@
 
 #include "LogText.h"
 
+#include <cstdlib>
+#include <iterator>
 #include <sstream>
 
 namespace test {
@@ -17,6 +19,13 @@ std::string maskCall(const std::string& line) {
         return line;
     }
     return line.substr(0, colon + 1) + "nnnnn" + line.substr(end);
+}
+
+/** What every program is started by: the words of QRX_PROGRAM_WRAPPER, mostly none. */
+std::vector<std::string> wrapper() {
+    const char* const words = std::getenv("QRX_PROGRAM_WRAPPER");
+    std::istringstream in(words == nullptr ? "" : words);
+    return {std::istream_iterator<std::string>(in), {}};
 }
 
 }  // namespace
@@ -60,7 +69,8 @@ std::string Workplace::log(const std::string& name) const {
 
 Command Workplace::command(const std::vector<std::string>& arguments) const {
     Command command;
-    command.arguments = {program()};
+    command.arguments = wrapper();
+    command.arguments.push_back(program());
     command.arguments.insert(command.arguments.end(), arguments.begin(), arguments.end());
     command.workingDirectory = directory_;
     command.environment = {{"LD_LIBRARY_PATH", QRX_SCRIPTED_LIBRARY},
