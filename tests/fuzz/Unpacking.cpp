@@ -1,5 +1,6 @@
 // An archive as the stand-in unpacks it, between files and folders that it must not touch.
 
+#include "Beneath.h"
 #include "File.h"
 #include "Harness.h"
 #include "TempDir.h"
