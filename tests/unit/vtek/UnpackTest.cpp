@@ -1,3 +1,4 @@
+#include "Beneath.h"
 #include "Lab.h"
 #include "Unpack.h"
 
