@@ -27,6 +27,7 @@ class Content(unittest.TestCase):
                     "usr/libexec/qrxupdate/package/package.xml", "usr/libexec/qrxupdate/package/qrxupdate",
                     f"{DOCUMENTS}/changelog.gz", f"{DOCUMENTS}/copyright"}
         expected |= {f"usr/share/man/{page}.gz" for page in PAGES}
+        expected |= {f"usr/share/bash-completion/completions/{name}" for name in ("qrxinspect", "qrxupdate", "vtekctl")}
         expected |= {f"{DOCUMENTS}/{document}" for document in documents_of_the_source()}
         self.assertEqual(files(), expected)
 

@@ -2,6 +2,7 @@
 
 #include "BaseUtils.h"
 #include "CommandTable.h"
+#include "Describe.h"
 
 #include <CLI/CLI.hpp>
 
@@ -20,13 +21,18 @@ void addOperands(CLI::App& parser, const Command& command, Arguments& arguments)
         case Operands::None:
             break;
         case Operands::OptionalFolder:
-            parser.add_option("DIR", arguments.operands, command.operandHelp)->expected(0, 1);
+            parser.add_option("DIR", arguments.operands, command.operandHelp)
+                ->expected(0, 1)
+                ->type_name("FOLDER");
             break;
         case Operands::OneFile:
-            parser.add_option("FILE", arguments.operands, command.operandHelp)->required()->expected(1);
+            parser.add_option("FILE", arguments.operands, command.operandHelp)
+                ->required()
+                ->expected(1)
+                ->type_name("FILE");
             break;
         case Operands::Files:
-            parser.add_option("FILE", arguments.operands, command.operandHelp)->required();
+            parser.add_option("FILE", arguments.operands, command.operandHelp)->required()->type_name("FILE");
             break;
     }
 }
@@ -87,6 +93,7 @@ int inspect(int argc, const char* const* argv, const Console& console) {
     tool.footer(kExitStatuses);
     tool.set_version_flag("--version", "qrxinspect " QRX_VERSION);
     tool.require_subcommand(1);
+    addDescribe(tool);
     Arguments arguments;
     for (const Command& command : commandTable()) {
         addCommand(tool, command, arguments);

@@ -30,12 +30,6 @@ ordered_json toJson(const Report& report) {
 
 }  // namespace
 
-void printJson(std::ostream& out, const ordered_json& value) {
-    constexpr int kIndent = 2;
-    constexpr bool kAsciiOnly = true;
-    out << value.dump(kIndent, ' ', kAsciiOnly, ordered_json::error_handler_t::replace) << '\n';
-}
-
 ordered_json toJson(const std::vector<Report>& reports) {
     ordered_json list = ordered_json::array();
     ordered_json counts{{"success", 0}, {"failure", 0}, {"damaged", 0}, {"unreadable", 0}};

@@ -1,5 +1,8 @@
 #include "Application.h"
 
+#include "Describe.h"
+#include "Printable.h"
+
 #include <unistd.h>
 
 #include <exception>
@@ -9,6 +12,11 @@
 namespace tools {
 
 namespace {
+
+constexpr const char* kExitStatuses =
+    "Exit status: 0 done; 1 refused or failed; 2 wrong command line, or a file that it names cannot be "
+    "used;\n"
+    "74 standard output could not be written. `run` ends as its command does.";
 
 /** A declared command that may turn out to be the chosen one. */
 struct Declared {
@@ -31,14 +39,15 @@ std::vector<Declared> declareCommands(CLI::App& app) {
         }
         CLI::App* own = parent->add_subcommand(info.name, info.summary);
         declared.push_back({own, info.make()});
-        declared.back().command->define(*own);
+        Options options(*own);
+        declared.back().command->define(options);
     }
     return declared;
 }
 
 int report(const vtek::Error& error) {
     const int number = static_cast<int>(error.number);
-    std::cerr << "vtekctl: " << error.message << " (error " << number << ")\n";
+    std::cerr << "vtekctl: " << toPrintable(error.message) << " (error " << number << ")\n";
     std::cerr << "vtekctl: to do: " << vtek::errorInfo(error.number).remedy << '\n';
     return error.number == vtek::ErrorNumber::InvalidArgument ? kUsage : kRefused;
 }
@@ -47,11 +56,22 @@ int dispatch(const std::vector<Declared>& declared, const Context& context) {
     for (const auto& [app, command] : declared) {
         if (app->parsed()) {
             const auto status = command->run(context);
-            std::cout.flush();
             return status ? kDone : report(status.error());
         }
     }
     return kUsage;
+}
+
+int parseAndRun(CLI::App& app, const Context& context, const std::vector<Declared>& declared, int argc,
+                char** argv) {
+    try {
+        app.parse(argc, argv);
+        return dispatch(declared, context);
+    } catch (const CLI::ParseError& failure) {
+        return app.exit(failure) == 0 ? kDone : kUsage;
+    } catch (const std::exception& failure) {
+        return report({vtek::ErrorNumber::Internal, failure.what()});
+    }
 }
 
 }  // namespace
@@ -63,22 +83,19 @@ vtek::Result<vtek::Root> Context::openRoot() const {
 int runApplication(int argc, char** argv) {
     CLI::App app("Administers the simulated platform library of a lab chassis.", "vtekctl");
     Context context{vtek::rootPathFromEnvironment()};
-    app.add_option("--root", context.rootPath, "the root folder; else $VTEK_ROOT, else /var/lib/vtek");
+    app.add_option("--root", context.rootPath, "the root folder; else $VTEK_ROOT, else /var/lib/vtek")
+        ->type_name("FOLDER");
+    addDescribe(app);
     app.set_version_flag("--version", "vtekctl " QRX_VERSION);
     app.require_subcommand(1);
-    app.footer(
-        "Exit status: 0 done, 1 refused or failed, 2 wrong command line; `run` ends as its command does.");
+    app.footer(kExitStatuses);
     const auto declared = declareCommands(app);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& failure) {
-        return app.exit(failure) == 0 ? kDone : kUsage;
+    const int status = parseAndRun(app, context, declared, argc, argv);
+    if (!std::cout.flush()) {
+        std::cerr << "vtekctl: standard output could not be written\n";
+        return kOutput;
     }
-    try {
-        return dispatch(declared, context);
-    } catch (const std::exception& failure) {
-        return report({vtek::ErrorNumber::Internal, failure.what()});
-    }
+    return status;
 }
 
 }  // namespace tools

@@ -1,10 +1,9 @@
 #pragma once
 
+#include "Options.h"
 #include "Result.h"
 #include "Root.h"
 #include "Store.h"
-
-#include <CLI/CLI.hpp>
 
 #include <memory>
 #include <string>
@@ -25,7 +24,7 @@ public:
     virtual ~Command() = default;
 
     /** Declares the options; called once, before parsing. */
-    virtual void define(CLI::App& app) = 0;
+    virtual void define(Options& options) = 0;
 
     /** Does the work; data goes to standard output. */
     virtual vtek::Status run(const Context& context) = 0;
@@ -54,6 +53,7 @@ std::unique_ptr<Command> makeTrustList();
 std::unique_ptr<Command> makeTrustRemove();
 std::unique_ptr<Command> makeKeygen();
 std::unique_ptr<Command> makeSign();
+std::unique_ptr<Command> makePack();
 std::unique_ptr<Command> makeVerify();
 std::unique_ptr<Command> makeHistory();
 std::unique_ptr<Command> makeRollback();

@@ -4,6 +4,7 @@
 #include "Trust.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace tools {
 
@@ -13,10 +14,22 @@ constexpr std::size_t kBound = 16 * 1024 * 1024;
 
 }  // namespace
 
+vtek::Result<vtek::UniqueFd> openPlainFile(const std::string& path) {
+    vtek::UniqueFd file = vtek::openAt(vtek::kWorkingFolder, path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    struct stat info {};
+    if (!file || fstat(file.get(), &info) != 0) {
+        return vtek::systemError(vtek::ErrorNumber::InvalidArgument, "open " + path);
+    }
+    if (!S_ISREG(info.st_mode)) {
+        return vtek::Error{vtek::ErrorNumber::InvalidArgument, path + " is no plain file"};
+    }
+    return file;
+}
+
 vtek::Result<std::string> readSmallFile(const std::string& path) {
-    const vtek::UniqueFd file = vtek::openAt(vtek::kWorkingFolder, path, O_RDONLY);
+    VTEK_ASSIGN(const vtek::UniqueFd file, openPlainFile(path));
     std::string content;
-    if (!file || !vtek::readWhole(file.get(), kBound, content)) {
+    if (!vtek::readWhole(file.get(), kBound, content)) {
         return vtek::systemError(vtek::ErrorNumber::InvalidArgument, "read " + path);
     }
     return content;
@@ -25,7 +38,7 @@ vtek::Result<std::string> readSmallFile(const std::string& path) {
 vtek::Status writeNewFile(const std::string& path, const std::string& content, mode_t mode) {
     const vtek::UniqueFd file =
         vtek::openAt(vtek::kWorkingFolder, path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
-    if (!file || !vtek::writeFully(file.get(), content) || !vtek::syncFd(file.get())) {
+    if (!file || !vtek::writeFully(file.get(), content)) {
         return vtek::systemError(vtek::ErrorNumber::InvalidArgument, "write " + path);
     }
     return {};

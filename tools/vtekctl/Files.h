@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Certificates.h"
+#include "File.h"
 #include "Result.h"
 
 #include <sys/types.h>
@@ -9,10 +10,14 @@
 
 namespace tools {
 
-/** Everything that a small file holds. */
+/** Opens a regular file for reading; anything else, such as a FIFO that nobody writes, is refused and not
+ * waited for. */
+vtek::Result<vtek::UniqueFd> openPlainFile(const std::string& path);
+
+/** Everything that a small regular file holds. */
 vtek::Result<std::string> readSmallFile(const std::string& path);
 
-/** Makes a new file, durable; an existing one is refused. */
+/** Makes a new file; an existing one is refused. */
 vtek::Status writeNewFile(const std::string& path, const std::string& content, mode_t mode);
 
 /** A signer's certificate and private key from PEM files; asks for the key's pass phrase where it has one. */

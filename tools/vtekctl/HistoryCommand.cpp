@@ -1,7 +1,6 @@
 #include "Command.h"
+#include "PrintJson.h"
 #include "TextTable.h"
-
-#include <nlohmann/json.hpp>
 
 #include <iostream>
 
@@ -11,14 +10,14 @@ namespace {
 
 class HistoryCommand : public Command {
 public:
-    void define(CLI::App& app) override { app.add_flag("--json", json_, "print JSON"); }
+    void define(Options& options) override { options.flag("--json", json_, "print JSON"); }
 
     vtek::Status run(const Context& context) override {
         VTEK_ASSIGN(const vtek::Root root, context.openRoot());
         VTEK_ASSIGN(vtek::Store store, vtek::Store::open(root, vtek::Store::Mode::Read));
         VTEK_ASSIGN(const auto entries, store.history());
         if (json_) {
-            printJson(entries);
+            printAsJson(entries);
         } else {
             print(entries);
         }
@@ -26,8 +25,8 @@ public:
     }
 
 private:
-    static void printJson(const std::vector<vtek::HistoryEntry>& entries) {
-        nlohmann::json json = nlohmann::json::array();
+    static void printAsJson(const std::vector<vtek::HistoryEntry>& entries) {
+        nlohmann::ordered_json json = nlohmann::ordered_json::array();
         for (const auto& entry : entries) {
             json.push_back({{"time", entry.time},
                             {"outcome", entry.outcome},
@@ -41,7 +40,7 @@ private:
                             {"realUser", entry.realUser},
                             {"loginUser", entry.loginUser}});
         }
-        std::cout << json.dump(2) << '\n';
+        printJson(std::cout, json);
     }
 
     static void print(const std::vector<vtek::HistoryEntry>& entries) {

@@ -10,7 +10,7 @@ namespace {
 
 class InitCommand : public Command {
 public:
-    void define(CLI::App&) override {}
+    void define(Options&) override {}
 
     vtek::Status run(const Context& context) override {
         VTEK_ASSIGN(const vtek::Root root, vtek::Root::create(context.rootPath, geteuid()));

@@ -1,8 +1,6 @@
 #include "Command.h"
-#include "File.h"
+#include "Files.h"
 #include "Inventory.h"
-
-#include <fcntl.h>
 
 #include <iostream>
 
@@ -18,13 +16,12 @@ vtek::Result<vtek::Store> openStore(const Context& context, vtek::Store::Mode mo
 
 class ImportCommand : public Command {
 public:
-    void define(CLI::App& app) override { app.add_option("file", file_, "the document")->required(); }
+    void define(Options& options) override {
+        options.value("file", file_, "the document").required().takes("FILE");
+    }
 
     vtek::Status run(const Context& context) override {
-        const vtek::UniqueFd file = vtek::openAt(vtek::kWorkingFolder, file_, O_RDONLY);
-        if (!file) {
-            return vtek::systemError(vtek::ErrorNumber::InvalidArgument, "open " + file_);
-        }
+        VTEK_ASSIGN(const vtek::UniqueFd file, openPlainFile(file_));
         VTEK_ASSIGN(vtek::Store store, openStore(context, vtek::Store::Mode::Write));
         VTEK_ASSIGN(const int count, vtek::Inventory(store.database()).import(file.get()));
         std::cout << "the inventory has " << count << " devices now\n";
@@ -37,7 +34,7 @@ private:
 
 class ExportCommand : public Command {
 public:
-    void define(CLI::App&) override {}
+    void define(Options&) override {}
 
     vtek::Status run(const Context& context) override {
         VTEK_ASSIGN(vtek::Store store, openStore(context, vtek::Store::Mode::Read));
@@ -47,12 +44,12 @@ public:
 
 class AddCommand : public Command {
 public:
-    void define(CLI::App& app) override {
-        app.add_option("component", device_.componentId, "the component id")->required();
-        app.add_option("version", version_, "the installed version")->required();
-        app.add_option("--display", display_, "the device's name");
-        app.add_option("--type", type_, "the application's component type")->capture_default_str();
-        app.add_option("--application", application_, "the application's name");
+    void define(Options& options) override {
+        options.value("component", device_.componentId, "the component id").required();
+        options.value("version", version_, "the installed version").required();
+        options.value("--display", display_, "the device's name").showsDefault();
+        options.value("--type", type_, "the application's component type").showsDefault();
+        options.value("--application", application_, "the application's name").showsDefault();
     }
 
     vtek::Status run(const Context& context) override {
@@ -74,8 +71,8 @@ private:
 
 class RemoveCommand : public Command {
 public:
-    void define(CLI::App& app) override {
-        app.add_option("component", component_, "the component id")->required();
+    void define(Options& options) override {
+        options.value("component", component_, "the component id").required();
     }
 
     vtek::Status run(const Context& context) override {

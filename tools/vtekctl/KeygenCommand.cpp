@@ -1,12 +1,15 @@
 #include "Certificates.h"
 #include "Command.h"
 #include "Files.h"
+#include "Workshop.h"
 
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <ctime>
+#include <filesystem>
 #include <iostream>
+#include <vector>
 
 namespace tools {
 
@@ -21,14 +24,14 @@ constexpr mode_t kPublic = 0644;
 
 class KeygenCommand : public Command {
 public:
-    void define(CLI::App& app) override {
-        app.add_option("folder", folder_, "where the files go; made when it is not there")->required();
-        app.add_option("--authority", authority_, "common name of the authority")->capture_default_str();
-        app.add_option("--signer", signer_, "common name of the signer")->capture_default_str();
-        app.add_option("--days", days_, "how long they are valid")
-            ->check(CLI::Range(1, kDays))
-            ->capture_default_str();
-        app.footer(
+    void define(Options& options) override {
+        options.value("folder", folder_, "where the files go; made when it is not there")
+            .required()
+            .takes("FOLDER");
+        options.value("--authority", authority_, "common name of the authority").showsDefault();
+        options.value("--signer", signer_, "common name of the signer").showsDefault();
+        options.value("--days", days_, "how long they are valid").within(1, kDays).showsDefault();
+        options.footer(
             "Writes authority.pem, authority.key, authority.crl (nothing revoked), signer.pem and "
             "signer.key.\n"
             "For a lab: the keys are not encrypted. Existing files are not replaced.");
@@ -43,26 +46,43 @@ public:
         VTEK_ASSIGN(const vtek::Identity authority,
                     vtek::issueCertificate(vtek::authorityRequest(authority_, now, days_),
                                            std::move(authorityKey), nullptr));
-        VTEK_ASSIGN(auto signerKey, vtek::makeEcKey());
+        VTEK_ASSIGN(auto signerKey, vtek::makeRsaKey());
         VTEK_ASSIGN(const vtek::Identity signer,
                     vtek::issueCertificate(vtek::signerRequest(signer_, now, days_), std::move(signerKey),
                                            &authority));
         VTEK_ASSIGN(const auto list,
                     vtek::makeRevocationList(authority, now,
                                              vtek::authorityRequest(authority_, now, days_).validTo, {}));
-        VTEK_TRY(write("authority.pem", vtek::toPem(authority.certificate.get()), kPublic));
-        VTEK_TRY(write("authority.key", vtek::toPem(authority.key.get()), kSecret));
-        VTEK_TRY(write("authority.crl", vtek::toPem(list.get()), kPublic));
-        VTEK_TRY(write("signer.pem", vtek::toPem(signer.certificate.get()), kPublic));
-        VTEK_TRY(write("signer.key", vtek::toPem(signer.key.get()), kSecret));
+        return writeAll({{"authority.key", vtek::toPem(authority.key.get()), kSecret},
+                         {"authority.pem", vtek::toPem(authority.certificate.get()), kPublic},
+                         {"authority.crl", vtek::toPem(list.get()), kPublic},
+                         {"signer.key", vtek::toPem(signer.key.get()), kSecret},
+                         {"signer.pem", vtek::toPem(signer.certificate.get()), kPublic}});
+    }
+
+private:
+    struct File {
+        const char* name;
+        std::string content;
+        mode_t mode;
+    };
+
+    Status writeAll(const std::vector<File>& files) const {
+        for (const auto& file : files) {
+            if (std::filesystem::exists(std::filesystem::symlink_status(pathOf(file)))) {
+                return vtek::Error{vtek::ErrorNumber::InvalidArgument, pathOf(file) + " is there already"};
+            }
+        }
+        VTEK_ASSIGN(const Workshop workshop, Workshop::beside(pathOf(files.front())));
+        for (const auto& file : files) {
+            VTEK_TRY(writeNewFile(workshop / file.name, file.content, file.mode));
+            VTEK_TRY(publish(workshop / file.name, pathOf(file), Existing::Kept));
+        }
         std::cout << "made a lab authority and a signer in " << folder_ << '\n';
         return {};
     }
 
-private:
-    Status write(const char* name, const std::string& content, mode_t mode) const {
-        return writeNewFile(folder_ + "/" + name, content, mode);
-    }
+    std::string pathOf(const File& file) const { return folder_ + "/" + file.name; }
 
     std::string folder_;
     std::string authority_ = "Lab Authority";

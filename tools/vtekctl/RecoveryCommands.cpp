@@ -9,7 +9,7 @@ namespace {
 
 class RollbackCommand : public Command {
 public:
-    void define(CLI::App&) override {}
+    void define(Options&) override {}
 
     vtek::Status run(const Context& context) override {
         VTEK_ASSIGN(const vtek::Root root, context.openRoot());
@@ -23,7 +23,7 @@ public:
 
 class RecoverCommand : public Command {
 public:
-    void define(CLI::App&) override {}
+    void define(Options&) override {}
 
     vtek::Status run(const Context& context) override {
         VTEK_ASSIGN(const vtek::Root root, context.openRoot());

@@ -3,21 +3,26 @@
 #include "TextTable.h"
 #include "Users.h"
 
+#include <iostream>
+
 namespace tools {
 
 namespace {
 
 class SetCommand : public Command {
 public:
-    void define(CLI::App& app) override {
-        app.add_option("name", name_, "the setting; without it all settings are explained");
-        app.add_option("value", value_, "its new value")->needs(app.get_option("name"));
+    void define(Options& options) override {
+        options.value("name", name_, "the setting; without it all settings are explained");
+        given_ = options.value("value", value_, "its new value").needs(options.named("name"));
     }
 
     vtek::Status run(const Context& context) override {
         if (name_.empty()) {
             explain();
             return {};
+        }
+        if (!given_.isGiven()) {
+            return vtek::Error{vtek::ErrorNumber::InvalidArgument, "give a value for " + name_};
         }
         VTEK_ASSIGN(const vtek::Root root, context.openRoot());
         VTEK_ASSIGN(vtek::Store store, vtek::Store::open(root, vtek::Store::Mode::Write));
@@ -53,6 +58,7 @@ private:
 
     std::string name_;
     std::string value_;
+    Option given_;
 };
 
 }  // namespace

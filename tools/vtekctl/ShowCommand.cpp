@@ -1,9 +1,8 @@
 #include "Command.h"
 #include "Inventory.h"
+#include "PrintJson.h"
 #include "Settings.h"
 #include "TextTable.h"
-
-#include <nlohmann/json.hpp>
 
 #include <iostream>
 
@@ -38,12 +37,13 @@ vtek::Result<State> readState(const Context& context) {
     return state;
 }
 
-nlohmann::json orNull(const std::optional<std::string>& text) {
-    return text ? nlohmann::json(*text) : nlohmann::json();
+nlohmann::ordered_json orNull(const std::optional<std::string>& text) {
+    return text ? nlohmann::ordered_json(*text) : nlohmann::ordered_json();
 }
 
-nlohmann::json toJson(const State& state) {
-    nlohmann::json json{{"simulation", true}, {"root", state.rootPath}, {"generation", state.current}};
+nlohmann::ordered_json toJson(const State& state) {
+    nlohmann::ordered_json json{
+        {"simulation", true}, {"root", state.rootPath}, {"generation", state.current}};
     if (state.generation) {
         json["firmware"] = {{"componentID", state.generation->componentId},
                             {"version", state.generation->version},
@@ -54,9 +54,9 @@ nlohmann::json toJson(const State& state) {
     for (const auto& [name, value] : state.settings) {
         json["settings"][name] = value;
     }
-    json["inventory"] = nlohmann::json::array();
+    json["inventory"] = nlohmann::ordered_json::array();
     for (const auto& device : state.devices) {
-        nlohmann::json applications = nlohmann::json::array();
+        nlohmann::ordered_json applications = nlohmann::ordered_json::array();
         for (const auto& application : device.applications) {
             applications.push_back({{"componentType", orNull(application.componentType)},
                                     {"version", orNull(application.version)},
@@ -96,12 +96,12 @@ void print(const State& state) {
 
 class ShowCommand : public Command {
 public:
-    void define(CLI::App& app) override { app.add_flag("--json", json_, "print JSON"); }
+    void define(Options& options) override { options.flag("--json", json_, "print JSON"); }
 
     vtek::Status run(const Context& context) override {
         VTEK_ASSIGN(const State state, readState(context));
         if (json_) {
-            std::cout << toJson(state).dump(2) << '\n';
+            printJson(std::cout, toJson(state));
         } else {
             print(state);
         }

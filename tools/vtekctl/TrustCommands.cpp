@@ -1,12 +1,12 @@
 #include "Command.h"
 #include "File.h"
 #include "Files.h"
+#include "PrintJson.h"
 #include "TextTable.h"
 #include "Trust.h"
 #include "Unpack.h"
 
 #include <fcntl.h>
-#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include <algorithm>
@@ -36,10 +36,11 @@ std::string timeText(const ASN1_TIME* time) {
 
 class AddCommand : public Command {
 public:
-    void define(CLI::App& app) override {
-        app.add_option("file", file_, "a PEM file with certificates of authorities, or revocation lists")
-            ->required();
-        app.add_option("--name", name_, "what the file is called in the trust store; else its own name");
+    void define(Options& options) override {
+        options.value("file", file_, "a PEM file with certificates of authorities, or revocation lists")
+            .required()
+            .takes("FILE");
+        options.value("--name", name_, "what the file is called in the trust store; else its own name");
     }
 
     Status run(const Context& context) override {
@@ -81,7 +82,7 @@ private:
 
 class ListCommand : public Command {
 public:
-    void define(CLI::App& app) override { app.add_flag("--json", json_, "print JSON"); }
+    void define(Options& options) override { options.flag("--json", json_, "print JSON"); }
 
     Status run(const Context& context) override {
         VTEK_ASSIGN(const vtek::Root root, context.openRoot());
@@ -97,11 +98,11 @@ public:
             }
         }
         if (json_) {
-            nlohmann::json json = nlohmann::json::array();
+            nlohmann::ordered_json json = nlohmann::ordered_json::array();
             for (const auto& row : rows_) {
                 json.push_back({{"file", row[0]}, {"kind", row[1]}, {"until", row[2]}, {"name", row[3]}});
             }
-            std::cout << json.dump(2) << '\n';
+            printJson(std::cout, json);
         } else {
             TextTable table({"FILE", "KIND", "UNTIL", "NAME"});
             for (const auto& row : rows_) {
@@ -123,7 +124,7 @@ private:
 
 class RemoveCommand : public Command {
 public:
-    void define(CLI::App& app) override { app.add_option("name", name_, "the file's name")->required(); }
+    void define(Options& options) override { options.value("name", name_, "the file's name").required(); }
 
     Status run(const Context& context) override {
         VTEK_ASSIGN(const vtek::Root root, context.openRoot());

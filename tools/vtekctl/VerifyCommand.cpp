@@ -1,9 +1,11 @@
 #include "Command.h"
 #include "File.h"
 #include "PayloadCheck.h"
+#include "Plan.h"
+#include "PrintJson.h"
+#include "TextTable.h"
 
 #include <fcntl.h>
-#include <nlohmann/json.hpp>
 
 #include <ctime>
 #include <filesystem>
@@ -15,14 +17,76 @@ namespace {
 
 using vtek::Status;
 
+const char* nameOf(PlanStep::Outcome outcome) {
+    switch (outcome) {
+        case PlanStep::Outcome::Passed:
+            return "passed";
+        case PlanStep::Outcome::Failed:
+            return "failed";
+        case PlanStep::Outcome::NotTried:
+            break;
+    }
+    return "not tried";
+}
+
+nlohmann::ordered_json toJson(const PlanStep& step) {
+    nlohmann::ordered_json json{
+        {"step", step.name}, {"outcome", nameOf(step.outcome)}, {"finding", step.finding}};
+    if (step.error) {
+        json["error"] = step.error->number;
+        json["remedy"] = vtek::errorInfo(step.error->number).remedy;
+    }
+    return json;
+}
+
 class VerifyCommand : public Command {
 public:
-    void define(CLI::App& app) override {
-        app.add_option("payload", payload_, "the payload; its folder holds package.xml")->required();
-        app.add_flag("--json", json_, "print JSON");
+    void define(Options& options) override {
+        const Option payload =
+            options.value("payload", payload_, "the payload; its folder holds package.xml").takes("FILE");
+        options
+            .value("--plan", package_,
+                   "instead of a payload: a whole package's folder; tries every step of its update and "
+                   "changes nothing")
+            .excludes(payload)
+            .takes("FOLDER");
+        options.flag("--json", json_, "print JSON");
     }
 
     Status run(const Context& context) override {
+        if (!package_.empty()) {
+            return plan(context);
+        }
+        if (payload_.empty()) {
+            return vtek::Error{vtek::ErrorNumber::InvalidArgument,
+                               "name a payload, or a package with --plan"};
+        }
+        return verify(context);
+    }
+
+private:
+    Status plan(const Context& context) const {
+        const vtek::Result<vtek::Root> root = context.openRoot();
+        const Plan plan = planUpdate(root, package_, std::time(nullptr));
+        const PlanStep* failure = plan.firstFailure();
+        if (json_) {
+            nlohmann::ordered_json steps = nlohmann::ordered_json::array();
+            for (const auto& step : plan.steps) {
+                steps.push_back(toJson(step));
+            }
+            printJson(std::cout, {{"wouldSucceed", failure == nullptr}, {"steps", steps}});
+        } else {
+            TextTable table({"STEP", "OUTCOME", "FINDING"});
+            for (const auto& step : plan.steps) {
+                table.addRow({step.name, nameOf(step.outcome), step.finding});
+            }
+            std::cout << table
+                      << (failure == nullptr ? "the update would succeed\n" : "the update would fail\n");
+        }
+        return failure == nullptr ? Status() : Status(*failure->error);
+    }
+
+    Status verify(const Context& context) const {
         const std::filesystem::path path(payload_);
         const std::string folderName = path.has_parent_path() ? path.parent_path().string() : ".";
         const vtek::UniqueFd folder = vtek::openAt(vtek::kWorkingFolder, folderName, O_RDONLY | O_DIRECTORY);
@@ -38,19 +102,16 @@ public:
         return {};
     }
 
-private:
     void print(const vtek::CheckedPayload& checked) const {
         const auto& [payload, signature, manifest, fit] = checked;
         const bool override = fit == vtek::Fit::ByOverride;
         if (json_) {
-            std::cout << nlohmann::json{{"componentID", manifest.componentId},
-                                        {"version", manifest.version},
-                                        {"chassisTypes", manifest.chassisTypes},
-                                        {"signer", signature.signer},
-                                        {"payloadDigest", signature.digest},
-                                        {"override", override}}
-                             .dump(2)
-                      << '\n';
+            printJson(std::cout, {{"componentID", manifest.componentId},
+                                  {"version", manifest.version},
+                                  {"chassisTypes", manifest.chassisTypes},
+                                  {"signer", signature.signer},
+                                  {"payloadDigest", signature.digest},
+                                  {"override", override}});
             return;
         }
         std::cout << payload.name << " would be installed: component " << manifest.componentId << " version "
@@ -59,6 +120,7 @@ private:
     }
 
     std::string payload_;
+    std::string package_;
     bool json_ = false;
 };
 

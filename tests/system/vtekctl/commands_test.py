@@ -1,0 +1,303 @@
+"""Every other command of vtekctl: what it does, what it prints, and what it refuses.
+
+    commands_test.py VTEKCTL
+"""
+
+import os
+import re
+import stat
+
+from vtekctl_case import CHASSIS, COMPONENT, INSTALLED, NEW, USAGE, VtekctlCase, main, snapshot
+
+INVENTORY = f"""<?xml version="1.0" encoding="UTF-8"?>
+<SVMInventory lang="en">
+  <Device componentID="{COMPONENT}" display="QRX">
+    <Application componentType="FRMW" version="{INSTALLED}" display="QRX firmware"/>
+  </Device>
+</SVMInventory>
+"""
+SIMULATION = "SIMULATION: a stand-in for the platform's library, no real chassis"
+
+
+class Roots(VtekctlCase):
+    """init, and a root that is not there."""
+
+    def test_init_makes_a_chassis(self):
+        self.assertEqual(self.done("init"), f"made the simulated chassis {self.root}\n")
+        self.assertEqual(sorted(os.listdir(self.root)), ["log", "repository", "staging", "state.db", "trust"])
+
+    def test_an_empty_folder_becomes_a_chassis(self):
+        self.root.mkdir()
+        self.done("init")
+
+    def test_root_goes_before_the_environment(self):
+        other = self.folder / "other"
+        self.assertEqual(self.done("--root", other, "init"), f"made the simulated chassis {other}\n")
+        self.assertFalse(self.root.exists())
+
+    def test_a_folder_that_holds_something_is_refused(self):
+        self.root.mkdir()
+        (self.root / "mine").touch()
+        self.assert_refused(802, "init", status=USAGE, saying=f"{self.root} is not empty")
+        self.assertEqual(os.listdir(self.root), ["mine"])
+
+    def test_roots_that_cannot_be_made(self):
+        self.assert_refused(101, "--root", self.folder / "none" / "chassis", "init")
+        self.assert_refused(101, "--root", self.description / "chassis", "init")
+        self.root.mkdir()
+        self.root.chmod(0o777)
+        self.assert_refused(102, "init")
+
+    def test_every_command_wants_a_root(self):
+        for command in (["show"], ["set", "lock-wait", "1"], ["inventory", "import", self.description],
+                        ["inventory", "export"], ["inventory", "add", "1", "1"], ["inventory", "remove", "1"],
+                        ["trust", "add", self.description], ["trust", "list"], ["trust", "remove", "x"], ["history"],
+                        ["rollback"], ["recover"], ["run", "--", "true"], ["verify", self.description]):
+            with self.subTest(command):
+                self.assert_refused(101, *command, saying="to do: make one with `vtekctl init`, or set VTEK_ROOT")
+
+
+class Settings(VtekctlCase):
+    """show and set."""
+
+    def setUp(self):
+        super().setUp()
+        self.done("init")
+
+    def test_show(self):
+        self.done("inventory", "add", COMPONENT, INSTALLED)
+        self.assertEqual(self.done("show"), f"""\
+{SIMULATION}
+root: {self.root}
+generation in force: 0
+
+SETTING          VALUE
+repository-kind  1
+chassis-type     LAB-CHASSIS
+ipmi-transport   simulated
+ipmi-completion  0
+ipmi-mode        2
+ipmi-flag        1
+revocation       if-present
+signer-names     -
+minimum-version  -
+allow-version    -
+lock-wait        10
+unpack-entries   10000
+unpack-depth     32
+unpack-bytes     17179869184
+unpack-ratio     200
+
+COMPONENT  VERSION   TYPE  DEVICE  APPLICATION
+25227      1.30.100  FRMW  QRX     QRX firmware
+""")
+
+    def test_show_in_json(self):
+        self.done("inventory", "add", COMPONENT, INSTALLED, "--type", "BIOS", "--display", "D", "--application", "A")
+        shown = self.answer("show")
+        self.assertEqual((shown["simulation"], shown["root"], shown["generation"]), (True, str(self.root), 0))
+        self.assertEqual(shown["settings"]["chassis-type"], CHASSIS)
+        self.assertEqual(shown["inventory"], [{"componentID": COMPONENT, "display": "D", "applications": [
+            {"componentType": "BIOS", "version": INSTALLED, "display": "A"}]}])
+        self.assertNotIn("firmware", shown)
+
+    def test_set_changes_a_setting(self):
+        self.assertEqual(self.done("set", "minimum-version", "2.0"), "")
+        self.assertEqual(self.answer("show")["settings"]["minimum-version"], "2.0")
+        self.done("set", "minimum-version", "")
+        self.assertEqual(self.answer("show")["settings"]["minimum-version"], "")
+
+    def test_set_alone_explains_every_setting_and_needs_no_root(self):
+        lines = self.done("--root", "/nowhere", "set").splitlines()
+        self.assertRegex(lines[0], "^SETTING +DEFAULT +TAKES +MEANING$")
+        self.assertEqual([line.split()[0] for line in lines[1:]], list(self.answer("show")["settings"]))
+
+    def test_settings_that_are_refused(self):
+        before = snapshot(self.root)
+        for name, value, saying in (("lock-wait", "3601", "lock-wait takes 0 to 3600"),
+                                    ("ipmi-transport", "/dev/null", "ipmi-transport takes simulated or /dev/ipmiN"),
+                                    ("nonsense", "1", "no setting is called 'nonsense'")):
+            self.assert_refused(802, "set", name, value, status=USAGE, saying=saying)
+        self.assert_refused(802, "set", "lock-wait", status=USAGE, saying="give a value for lock-wait")
+        self.assertEqual(snapshot(self.root), before)
+
+    def test_an_override_is_on_record(self):
+        self.done("set", "allow-version", "1.0")
+        (entry,) = self.answer("history")
+        self.assertEqual((entry["outcome"], entry["toVersion"], entry["override"]), ("override granted", "1.0", True))
+
+
+class Inventory(VtekctlCase):
+    """inventory import, export, add and remove."""
+
+    def setUp(self):
+        super().setUp()
+        self.done("init")
+
+    def test_export_writes_what_add_and_import_have_put_in(self):
+        self.assertEqual(self.done("inventory", "add", COMPONENT, INSTALLED), "")
+        exported = self.done("inventory", "export")
+        document = self.folder / "inventory.xml"
+        document.write_text(exported)
+        self.done("inventory", "add", "31002", "1")
+        self.assertEqual(self.done("inventory", "import", document), "the inventory has 1 devices now\n")
+        self.assertEqual(self.done("inventory", "export"), exported)
+        self.assertIn(f'<Application componentType="FRMW" version="{INSTALLED}" display="QRX firmware"/>', exported)
+
+    def test_remove_takes_every_device_of_the_component(self):
+        for component in (COMPONENT, "31002", COMPONENT):
+            self.done("inventory", "add", component, "1")
+        self.assertEqual(self.done("inventory", "remove", COMPONENT), "")
+        self.assertEqual([device["componentID"] for device in self.answer("show")["inventory"]], ["31002"])
+
+    def test_refusals_leave_the_inventory_as_it_is(self):
+        self.done("inventory", "add", COMPONENT, INSTALLED)
+        before = snapshot(self.root)
+        self.assert_refused(302, "inventory", "remove", "31002", saying="the inventory has no component 31002")
+        self.assert_refused(802, "inventory", "add", "a\x01b", "1", status=USAGE)
+        self.assert_refused(802, "inventory", "import", "none", status=USAGE, saying="open none: No such file")
+        document = self.folder / "inventory.xml"
+        for text in ("", "hello", "<other/>", INVENTORY[:-20], "<!DOCTYPE a>" + INVENTORY.split("\n", 1)[1]):
+            document.write_text(text)
+            self.assert_refused(802, "inventory", "import", document, status=USAGE, saying="inventory document, line ")
+        self.assert_refused(802, "inventory", "import", self.folder, status=USAGE)
+        self.assertEqual(snapshot(self.root), before)
+
+    def test_values_that_would_steer_a_terminal_are_shown_escaped(self):
+        self.done("inventory", "add", COMPONENT, "1", "--display", "\u202eevil")
+        self.assertIn("\\u202eevil", self.done("show"))
+        self.assertEqual(self.answer("show")["inventory"][0]["display"], "\u202eevil")
+
+
+class Trust(VtekctlCase):
+    """trust add, list and remove; keygen."""
+
+    def setUp(self):
+        super().setUp()
+        self.done("init")
+
+    def test_what_is_added_is_listed_until_it_is_removed(self):
+        self.assertEqual(self.done("trust", "add", self.keys / "authority.pem", "--name", "lab.pem"), "")
+        self.done("trust", "add", self.keys / "authority.crl")
+        table = re.sub(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\dZ", "TIME", self.done("trust", "list"))
+        self.assertEqual(re.sub(" +", " ", table), """\
+FILE KIND UNTIL NAME
+authority.crl revocation list TIME CN=Lab Authority
+lab.pem certificate TIME CN=Lab Authority
+""")
+        self.assertEqual([(row["file"], row["kind"], row["name"]) for row in self.answer("trust", "list")],
+                         [("authority.crl", "revocation list", "CN=Lab Authority"),
+                          ("lab.pem", "certificate", "CN=Lab Authority")])
+        self.assertEqual(self.done("trust", "remove", "authority.crl"), "")
+        self.assertEqual(len(self.answer("trust", "list")), 1)
+
+    def test_refusals_leave_the_trust_store_as_it_is(self):
+        self.done("trust", "add", self.keys / "authority.pem")
+        before = snapshot(self.root)
+        self.assert_refused(802, "trust", "add", self.keys / "signer.pem", status=USAGE, saying="no authority")
+        self.assert_refused(211, "trust", "add", self.keys / "authority.key")
+        self.assert_refused(211, "trust", "add", self.description)
+        self.assert_refused(802, "trust", "add", "none", status=USAGE)
+        self.assert_refused(802, "trust", "add", "/proc/self/mem", status=USAGE, saying="read /proc/self/mem")
+        for name in ("../x", "a/b", "..", "\x1b"):
+            self.assert_refused(802, "trust", "add", self.keys / "authority.pem", "--name", name, status=USAGE,
+                                saying="cannot be a name in the trust store")
+        for name in ("none", "../state.db", ""):
+            self.assert_refused(802, "trust", "remove", name, status=USAGE)
+        self.assertEqual(snapshot(self.root), before)
+
+    def test_keys_are_for_their_owner_alone(self):
+        self.assertEqual(self.done("keygen", "keys", umask=0), "made a lab authority and a signer in keys\n")
+        modes = {path.name: stat.S_IMODE(path.stat().st_mode) for path in (self.folder / "keys").iterdir()}
+        self.assertEqual(modes, {"authority.crl": 0o644, "authority.key": 0o600, "authority.pem": 0o644,
+                                 "signer.key": 0o600, "signer.pem": 0o644})
+        self.assertEqual(stat.S_IMODE((self.folder / "keys").stat().st_mode), 0o700)
+
+    def test_existing_keys_are_not_replaced(self):
+        self.done("keygen", "keys")
+        before = snapshot(self.folder / "keys")
+        self.assert_refused(802, "keygen", "keys", status=USAGE, saying="is there already")
+        self.assertEqual(snapshot(self.folder / "keys"), before)
+        (self.folder / "keys" / "authority.pem").unlink()
+        self.assert_refused(802, "keygen", "keys", status=USAGE, saying="is there already")
+        self.assertFalse((self.folder / "keys" / "authority.pem").exists())
+
+    def test_names_and_days(self):
+        self.done("keygen", "keys", "--authority", "A", "--signer", "S", "--days", "1")
+        self.done("trust", "add", "keys/authority.pem")
+        self.assertEqual(self.answer("trust", "list")[0]["name"], "CN=A")
+        for days in ("0", "3651", "1.5", "x"):
+            self.assertEqual(self.run_vtekctl("keygen", "other", "--days", days).returncode, USAGE)
+        self.assert_refused(802, "keygen", "none/keys", status=USAGE)
+        self.assert_refused(802, "keygen", self.description, status=USAGE)
+
+
+class Firmware(VtekctlCase):
+    """history, verify, rollback, recover and run, on a chassis that was updated."""
+
+    def setUp(self):
+        super().setUp()
+        self.make_chassis()
+        self.package = self.folder / "package"
+        self.pack(self.package)
+
+    def update(self):
+        self.assertIn("Update is successful", self.done("run", "--", "./qrxupdate", "-u", cwd=self.package))
+
+    def test_history(self):
+        self.assertEqual(self.done("history"),
+                         "TIME  OUTCOME  GENERATION  COMPONENT  FROM  TO  OVERRIDE  USER  LOGIN  SIGNER\n")
+        self.assertEqual(self.answer("history"), [])
+        self.update()
+        (entry,) = self.answer("history")
+        self.assertRegex(entry["time"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$")
+        self.assertEqual({name: entry[name] for name in ("outcome", "generation", "componentID", "fromVersion",
+                                                         "toVersion", "signer", "override")},
+                         {"outcome": "updated", "generation": 1, "componentID": COMPONENT, "fromVersion": INSTALLED,
+                          "toVersion": NEW, "signer": "CN=Lab Signer", "override": False})
+        self.assertRegex(self.done("history").splitlines()[1],
+                         rf"^\S+ +updated +1 +{COMPONENT} +{INSTALLED} +{NEW} +no +.+ +CN=Lab Signer$")
+
+    def test_verify(self):
+        self.assertEqual(self.done("verify", self.package / "firmware.fwp"),
+                         f"firmware.fwp would be installed: component {COMPONENT} version {NEW}, signed by "
+                         "CN=Lab Signer\n")
+        verified = self.answer("verify", self.package / "firmware.fwp")
+        self.assertEqual(sorted(verified), ["chassisTypes", "componentID", "override", "payloadDigest", "signer",
+                                            "version"])
+        self.done("set", "chassis-type", "ANOTHER")
+        self.assert_refused(303, "verify", self.package / "firmware.fwp")
+        self.assert_refused(203, "verify", self.package / "none.fwp")
+        self.assert_refused(203, "verify", self.package)
+        self.assert_refused(802, "verify", self.folder / "none" / "x.fwp", status=USAGE)
+
+    def test_rollback_goes_back_once(self):
+        self.assert_refused(803, "rollback")
+        self.update()
+        self.assertEqual(self.done("rollback"), f"component {COMPONENT} is back from {NEW} to {INSTALLED}\n")
+        self.assert_refused(803, "rollback", saying="to do: only the last update can be undone, once")
+        self.assertEqual([entry["outcome"] for entry in self.answer("history")], ["updated", "rolled back"])
+
+    def test_recover_clears_what_is_left_over(self):
+        self.assertEqual(self.done("recover"), "removed 0 leftovers\n")
+        (self.root / "staging" / "7").mkdir()
+        (self.root / "repository" / "9").mkdir()
+        self.assertEqual(self.done("recover"), "removed 2 leftovers\n")
+        self.assertEqual(os.listdir(self.root / "staging") + os.listdir(self.root / "repository"), [])
+
+    def test_run_ends_as_the_program_does(self):
+        self.assertEqual(self.run_vtekctl("run", "--", "sh", "-c", "exit 42").returncode, 42)
+        self.assertEqual(self.run_vtekctl("run", "--", "sh", "-c", "kill -TERM $$").returncode, -15)
+        self.assert_refused(802, "run", "--", "/nowhere/program", status=USAGE, saying="run /nowhere/program: No such")
+        self.assertEqual(self.run_vtekctl("run").returncode, USAGE)
+
+    def test_run_gives_the_program_root_and_library(self):
+        self.assertEqual(self.done("--root", self.root, "run", "--", "sh", "-c", 'echo "$VTEK_ROOT" "$1"', "x", "--json",
+                                   environment={"VTEK_ROOT": "/other"}), f"{self.root} --json\n")
+        path = self.done("run", "--", "sh", "-c", 'echo "$LD_LIBRARY_PATH"', environment={"LD_LIBRARY_PATH": "/mine"})
+        library, mine = path.rstrip("\n").split(":")
+        self.assertEqual(mine, "/mine")
+        self.assertTrue(os.path.exists(os.path.join(library, "libvtek.so.0")))
+
+
+main()

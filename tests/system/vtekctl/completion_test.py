@@ -1,0 +1,120 @@
+"""Bash completion of the tools, in a real bash.
+
+    completion_test.py VTEKCTL QRXINSPECT QRXUPDATE_COMPLETION
+"""
+
+import os
+import pathlib
+import pty
+import select
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+TOOLS = {name: pathlib.Path(path).resolve()
+         for name, path in zip(("vtekctl", "qrxinspect", "qrxupdate"), sys.argv[1:])}
+
+
+def script_of(name):
+    """The completion that the tool makes of its command table, or that stands in a file."""
+    if TOOLS[name].suffix == ".bash":
+        return TOOLS[name].read_text()
+    return subprocess.run([TOOLS[name], "--describe", "bash"], check=True, capture_output=True, text=True).stdout
+
+
+def offers(line, folder="/"):
+    """What bash would offer at the end of a command line."""
+    words = line.split(" ")
+    shell = (f"{script_of(words[0])}\ncompopt() {{ :; }}\nCOMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1))\n"
+             f"_{words[0]}\nprintf '%s\\n' \"${{COMPREPLY[@]}}\"")
+    ended = subprocess.run(["bash", "-u", "-c", shell, "bash", *words], check=True, capture_output=True, text=True,
+                           cwd=folder)
+    return sorted(filter(None, ended.stdout.split("\n")))
+
+
+class Completion(unittest.TestCase):
+    """What is offered where."""
+
+    def setUp(self):
+        self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        (self.folder / "package.xml").touch()
+        (self.folder / "firm ware").mkdir()
+
+    def test_commands(self):
+        self.assertEqual(offers("vtekctl "), ["history", "init", "inventory", "keygen", "pack", "recover", "rollback",
+                                              "run", "set", "show", "sign", "trust", "verify"])
+        self.assertEqual(offers("vtekctl r"), ["recover", "rollback", "run"])
+        self.assertEqual(offers("qrxinspect "), ["host", "package", "plugin", "report", "result"])
+
+    def test_commands_of_a_group(self):
+        self.assertEqual(offers("vtekctl inventory "), ["add", "export", "import", "remove"])
+        self.assertEqual(offers("vtekctl trust a"), ["add"])
+
+    def test_options_of_the_tool_and_of_a_command(self):
+        self.assertEqual(offers("vtekctl -"), ["--help", "--root", "--version", "-h"])
+        self.assertEqual(offers("vtekctl verify --"), ["--help", "--json", "--plan"])
+        self.assertEqual(offers("qrxinspect report --"), ["--help", "--html", "--json"])
+
+    def test_the_value_of_an_option_is_no_command(self):
+        self.assertEqual(offers("vtekctl --root show tr"), ["trust"])
+        self.assertEqual(offers("vtekctl --root /x inventory a"), ["add"])
+
+    def test_file_names(self):
+        self.assertEqual(offers("vtekctl inventory import p", self.folder), ["package.xml"])
+        self.assertEqual(offers("vtekctl sign --package ", self.folder), ["firm ware", "package.xml"])
+        self.assertEqual(offers("qrxinspect result ", self.folder), ["firm ware", "package.xml"])
+
+    def test_folders_alone(self):
+        self.assertEqual(offers("vtekctl verify --plan ", self.folder), ["firm ware"])
+        self.assertEqual(offers("vtekctl --root ", self.folder), ["firm ware"])
+        self.assertEqual(offers("qrxinspect package ", self.folder), ["firm ware"])
+
+    def test_words_of_a_choice(self):
+        self.assertEqual(offers("vtekctl pack --format "), ["tar", "tar.gz", "zip"])
+        self.assertEqual(offers("vtekctl sign --format z"), ["zip"])
+
+    def test_a_program_to_run(self):
+        self.assertIn("bash", offers("vtekctl run -- bas"))
+
+    def test_nothing_where_only_the_user_knows(self):
+        self.assertEqual(offers("vtekctl keygen --days ", self.folder), [])
+        self.assertEqual(offers("vtekctl init ", self.folder), [])
+
+    def test_the_program_itself(self):
+        self.assertEqual(offers("qrxupdate -"), ["-d", "-f", "-h", "-i", "-o", "-u", "-v"])
+        self.assertEqual(offers("qrxupdate -o ", self.folder), ["firm ware", "package.xml"])
+
+    def test_scripts_are_clean(self):
+        for name in TOOLS:
+            with self.subTest(name):
+                checked = subprocess.run(["shellcheck", "--shell=bash", "-"], input=script_of(name), text=True,
+                                         capture_output=True, check=False)
+                self.assertEqual((checked.returncode, checked.stdout), (0, ""))
+
+    def test_the_tab_key(self):
+        script = self.folder / "completion"
+        script.write_text(script_of("vtekctl"))
+        typed = f". '{script}'\nvtekctl inv\tim\tpack\t\n"
+        self.assertIn("vtekctl inventory import package.xml ", self.screen_after(typed))
+
+    def screen_after(self, typed):
+        """What an interactive bash shows when this is typed."""
+        child, terminal = pty.fork()
+        if child == 0:
+            os.chdir(self.folder)
+            os.execvpe("bash", ["bash", "--norc", "--noprofile", "-i"], {**os.environ, "PS1": "$ ", "TERM": "dumb"})
+        shown, end = "", time.monotonic() + 30
+        for key in ["", *typed]:
+            os.write(terminal, key.encode())
+            if key in "\t\n":
+                time.sleep(0.2)
+            while select.select([terminal], [], [], 0.1 if key in "\t\n" else 0)[0] and time.monotonic() < end:
+                shown += os.read(terminal, 4096).decode(errors="replace")
+        os.close(terminal)
+        os.waitpid(child, 0)
+        return shown.replace("\a", "")
+
+
+unittest.main(argv=["completion"], verbosity=2)

@@ -1,0 +1,162 @@
+"""vtekctl pack: whole update packages, and archives of them that can be made again.
+
+    pack_test.py VTEKCTL
+"""
+
+import gzip
+import hashlib
+import os
+import resource
+import subprocess
+import tarfile
+
+from vtekctl_case import DESCRIPTION, INSTALLED, NEW, REFUSED, USAGE, VtekctlCase, main
+
+TOP = f"qrxupdate-25227-{NEW}"
+FILES = ["firmware.fwp", "package.xml", "qrxupdate"]
+
+
+class Pack(VtekctlCase):
+    """Each package is looked at, and used."""
+
+    def setUp(self):
+        super().setUp()
+        self.package = self.folder / "package"
+        self.archive = self.folder / "package.tar.gz"
+
+    def refused(self, *arguments, error=802, status=USAGE, **options):
+        """Nothing must be made, and nothing left over."""
+        before = sorted(os.listdir(self.folder))
+        ended = self.assert_refused(error, "pack", *arguments, status=status, **options)
+        self.assertEqual(sorted(os.listdir(self.folder)), before)
+        return ended
+
+    def test_the_folder_holds_program_description_and_payload(self):
+        self.assertEqual(self.pack(self.package), f"made {self.package} and {self.archive}\n")
+        self.assertEqual(sorted(os.listdir(self.package)), FILES)
+        self.assertEqual(self.description.read_bytes(), (self.package / "package.xml").read_bytes())
+        self.assertEqual([oct((self.package / name).stat().st_mode & 0o777) for name in FILES],
+                         ["0o644", "0o644", "0o755"])
+
+    def test_the_program_finds_no_library_by_itself(self):
+        self.pack(self.package)
+        dynamic = subprocess.run(["readelf", "--dynamic", "--wide", self.package / "qrxupdate"], check=True,
+                                 capture_output=True, text=True).stdout
+        self.assertIn("[libvtek.so.0]", dynamic)
+        self.assertNotIn("RUNPATH", dynamic)
+        self.assertNotIn("RPATH", dynamic)
+
+    def test_the_package_updates_the_chassis(self):
+        self.make_chassis()
+        self.pack(self.package)
+        program = ("run", "--", "./qrxupdate")
+        self.assertIn(f'version="{INSTALLED}"', self.done(*program, "-i", cwd=self.package))
+        self.assertIn("Update is successful", self.done(*program, "-u", cwd=self.package))
+        self.assertIn(f'version="{NEW}"', self.done(*program, "-i", cwd=self.package))
+
+    def test_the_archive_holds_the_same_and_nothing_of_this_machine(self):
+        self.pack(self.package)
+        with tarfile.open(self.archive) as archive:
+            members = archive.getmembers()
+            self.assertEqual([member.name for member in members], [TOP, *(f"{TOP}/{name}" for name in FILES)])
+            self.assertEqual([oct(member.mode) for member in members], ["0o755", "0o644", "0o644", "0o755"])
+            self.assertEqual({(m.uid, m.gid, m.uname, m.gname, m.mtime) for m in members}, {(0, 0, "", "", 315532800)})
+            for name in FILES:
+                self.assertEqual(archive.extractfile(f"{TOP}/{name}").read(), (self.package / name).read_bytes())
+        self.assertEqual(self.archive.read_bytes()[4:8], bytes(4), "the time in the head of the gzip file")
+
+    def test_the_same_input_makes_the_same_bytes_in_two_folders(self):
+        digests = []
+        for place, name, mask in (("one", "package", 0o022), ("two", "another", 0o077)):
+            (self.folder / place).mkdir()
+            content = self.folder / place / "content"
+            subprocess.run(["cp", "-r", self.content, content], check=True)
+            os.utime(content / "release.txt", (len(place), 99))
+            self.done("pack", content, "--package", self.description, "--chassis", "LAB-CHASSIS", *self.signer(),
+                      "-o", f"{place}/{name}", umask=mask, environment={"LC_ALL": "C.UTF-8", "TZ": place})
+            files = [self.folder / place / f"{name}.tar.gz", *(self.folder / place / name / file for file in FILES)]
+            digests.append([hashlib.sha256(file.read_bytes()).hexdigest() for file in files])
+        self.assertEqual(*digests)
+
+    def test_other_content_makes_other_bytes(self):
+        self.pack("one")
+        (self.content / "release.txt").write_text("release 1.40.201\n")
+        self.pack("two")
+        self.assertNotEqual((self.folder / "one.tar.gz").read_bytes(), (self.folder / "two.tar.gz").read_bytes())
+
+    def test_the_source_date_is_the_time_of_every_entry(self):
+        self.pack(self.package, environment={"SOURCE_DATE_EPOCH": "1700000000"})
+        with tarfile.open(self.archive) as archive:
+            self.assertEqual({member.mtime for member in archive}, {1700000000})
+
+    def test_a_signature_from_elsewhere(self):
+        unsigned = self.folder / "firmware.tar"
+        self.done("sign", *self.recipe(), "--unsigned", "-o", unsigned)
+        signature = self.elsewhere_signed(unsigned)
+        self.done("pack", *self.recipe(), "--signature", signature, "-o", self.package)
+        self.make_chassis()
+        self.done("verify", "--plan", self.package)
+
+    def test_a_signature_of_another_archive_leaves_nothing_behind(self):
+        other = self.folder / "other"
+        other.write_text("another archive")
+        signature = self.elsewhere_signed(other)
+        self.refused(*self.recipe(), "--signature", signature, "-o", self.package, error=225, status=REFUSED)
+
+    def test_an_empty_folder_will_do(self):
+        self.package.mkdir()
+        self.pack(f"{self.package}/")
+        self.assertEqual(sorted(os.listdir(self.package)), FILES)
+
+    def test_what_is_there_already_stays(self):
+        self.package.mkdir()
+        (self.package / "mine").write_text("mine")
+        self.refused(*self.recipe(), *self.signer(), "-o", self.package, saying="Directory not empty")
+        self.assertEqual(os.listdir(self.package), ["mine"])
+        self.archive.write_text("mine")
+        self.refused(*self.recipe(), *self.signer(), "-o", self.package, saying="File exists")
+        self.assertEqual(self.archive.read_text(), "mine")
+
+    def test_names_that_are_no_new_folder(self):
+        for name in (".", "..", "/", "./", ""):
+            with self.subTest(name):
+                self.assertEqual(self.run_vtekctl("pack", *self.recipe(), *self.signer(), "-o", name).returncode, USAGE)
+        for name in ("nowhere/package", "package.xml/package"):
+            with self.subTest(name):
+                self.refused(*self.recipe(), *self.signer(), "-o", name)
+
+    def test_a_template_of_ones_own(self):
+        template = self.folder / "template"
+        self.refused(*self.recipe(), *self.signer(), "-o", self.package, "--template", template,
+                     saying=f"copy {template}/qrxupdate: No such file or directory")
+        template.mkdir()
+        (template / "qrxupdate").write_text("#!/bin/sh\n")
+        self.pack(self.package, "--template", template)
+        self.assertEqual((self.package / "qrxupdate").read_text(), "#!/bin/sh\n")
+        self.assertEqual((self.package / "qrxupdate").stat().st_mode & 0o777, 0o755)
+
+    def test_a_version_that_would_lead_elsewhere_stays_a_name(self):
+        self.description.write_text(DESCRIPTION.replace(NEW, "../../x"))
+        self.pack(self.package)
+        with tarfile.open(self.archive) as archive:
+            self.assertEqual(archive.getnames()[0], "qrxupdate-25227-.._.._x")
+
+    def test_content_that_cannot_be_packed_leaves_nothing_behind(self):
+        (self.content / "link").symlink_to("/etc/passwd")
+        self.refused(*self.recipe(), *self.signer(), "-o", self.package)
+
+    def test_a_disk_that_takes_no_more_leaves_nothing_behind(self):
+        def no_large_files():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (8192, 8192))
+        self.refused(*self.recipe(), *self.signer(), "-o", self.package, preexec_fn=no_large_files,
+                     restore_signals=False, saying="copy ")
+
+    def test_the_key_is_in_no_message_and_in_no_file(self):
+        said = self.pack(self.package)
+        secret = (self.keys / "signer.key").read_text().splitlines()[1]
+        made = [gzip.decompress(self.archive.read_bytes()), *((self.package / name).read_bytes() for name in FILES)]
+        self.assertNotIn(secret, said)
+        self.assertFalse([data for data in made if secret.encode() in data])
+
+
+main()

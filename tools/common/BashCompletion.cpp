@@ -1,0 +1,125 @@
+#include "CommandTree.h"
+#include "Describe.h"
+
+#include <sstream>
+
+namespace tools {
+namespace {
+
+/** The function that bash calls; what it offers stands in the tables before it. */
+constexpr const char* kFunction = R"sh(
+    local command=TOOL current=${COMP_WORDS[COMP_CWORD]} option='' word offer
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        if [[ -n $option ]]; then
+            option=''
+        elif [[ -n ${values["$command $word"]-} ]]; then
+            option=$word
+        elif [[ " ${commands[$command]-} " == *" $word "* ]]; then
+            command+=" $word"
+        fi
+    done
+    if [[ -n $option ]]; then
+        offer=${values["$command $option"]}
+    elif [[ $current == -* ]]; then
+        offer=${options[$command]-}
+    else
+        offer=${commands[$command]-${operands[$command]-NOTHING}}
+    fi
+    case $offer in
+        NOTHING) ;;
+        FILE)
+            compopt -o filenames
+            mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            ;;
+        FOLDER)
+            compopt -o filenames
+            mapfile -t COMPREPLY < <(compgen -d -- "$current")
+            ;;
+        COMMAND) mapfile -t COMPREPLY < <(compgen -c -f -- "$current") ;;
+        *) mapfile -t COMPREPLY < <(compgen -W "$offer" -- "$current") ;;
+    esac
+}
+complete -F _TOOL TOOL)sh";
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    return text;
+}
+
+/** What completes a value: a kind of name, or the words of a choice; a value of another kind has no
+ * completion. */
+std::string offerFor(const CLI::Option& option) {
+    std::string value = valueOf(option);
+    if (value.find('|') != std::string::npos) {
+        std::replace(value.begin(), value.end(), '|', ' ');
+        return value;
+    }
+    return value == "FILE" || value == "FOLDER" || value == "COMMAND" || value.empty() ? value : "NOTHING";
+}
+
+/** The four tables of one tool; the keys are commands with their groups, as they are typed. */
+class Tables {
+public:
+    void add(const CLI::App& app) {
+        const std::string name = fullName(app);
+        std::vector<std::string> inner;
+        for (const CLI::App* command : commandsOf(app)) {
+            inner.push_back(command->get_name());
+        }
+        row(commands_, name, joined(inner));
+        std::vector<std::string> optionNames;
+        for (const CLI::Option* option : optionsOf(app)) {
+            for (const std::string& own : namesOf(*option)) {
+                optionNames.push_back(own);
+                row(values_, name + " " + own, offerFor(*option));
+            }
+        }
+        row(options_, name, joined(optionNames));
+        for (const CLI::Option* operand : operandsOf(app)) {
+            row(operands_, name, offerFor(*operand));
+        }
+        for (const CLI::App* command : commandsOf(app)) {
+            add(*command);
+        }
+    }
+
+    std::string text() const {
+        return "    local -A commands=(\n" + commands_ + "    )\n    local -A options=(\n" + options_ +
+               "    )\n    local -A values=(\n" + values_ + "    )\n    local -A operands=(\n" + operands_ +
+               "    )\n";
+    }
+
+private:
+    static void row(std::string& table, const std::string& key, const std::string& offer) {
+        if (!offer.empty()) {
+            table += "        ['" + key + "']='" + offer + "'\n";
+        }
+    }
+
+    std::string commands_;
+    std::string options_;
+    std::string values_;
+    std::string operands_;
+};
+
+std::string withName(std::string text, const std::string& name) {
+    constexpr std::string_view kPlace = "TOOL";
+    for (auto at = text.find(kPlace); at != std::string::npos; at = text.find(kPlace)) {
+        text.replace(at, kPlace.size(), name);
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string bashCompletion(const CLI::App& tool) {
+    Tables tables;
+    tables.add(tool);
+    return "# bash completion for " + tool.get_name() + ", made from its command table\n_" + tool.get_name() +
+           "() {\n" + tables.text() + withName(kFunction, tool.get_name()).substr(1);
+}
+
+}  // namespace tools

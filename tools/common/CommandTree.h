@@ -1,0 +1,27 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+#include <vector>
+
+namespace tools {
+
+/** The commands right below a tool or a group of commands. */
+std::vector<const CLI::App*> commandsOf(const CLI::App& app);
+
+/** What is shown in help: options that begin with a dash, or operands. */
+std::vector<const CLI::Option*> optionsOf(const CLI::App& app);
+std::vector<const CLI::Option*> operandsOf(const CLI::App& app);
+
+/** The names of an option, each with its dashes, short ones first. */
+std::vector<std::string> namesOf(const CLI::Option& option);
+
+/** What an option or operand takes, as help shows it: FILE, FOLDER, a choice such as tar|zip; empty for a
+ * flag. */
+std::string valueOf(const CLI::Option& option);
+
+/** "vtekctl inventory import" */
+std::string fullName(const CLI::App& app);
+
+}  // namespace tools

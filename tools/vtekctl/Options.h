@@ -1,0 +1,62 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
+
+namespace tools {
+
+/** An option or operand that a command has declared. */
+class Option {
+public:
+    Option() = default;
+    explicit Option(CLI::Option* option) : option_(option) {}
+
+    Option& required();
+    /** What the value is, in help and completion: FILE, FOLDER, COMMAND, a|b|c or another word. */
+    Option& takes(const std::string& kind);
+    Option& within(int low, int high);
+    Option& oneOf(const std::vector<std::string>& values);
+    Option& needs(const Option& other);
+    Option& excludes(const Option& other);
+    /** Help shows the value that holds without the option. */
+    Option& showsDefault();
+    /** Takes whatever follows. */
+    Option& takesTheRest();
+
+    /** Whether the command line has it; after parsing. */
+    bool isGiven() const;
+
+private:
+    CLI::Option* option_ = nullptr;
+};
+
+/**
+ * Where a command declares what it takes; the values arrive when the command line is parsed. A name without a
+ * dash is that of an operand. Only this class's source sees the parser, whose header takes the compiler half
+ * a minute wherever it is used.
+ */
+class Options {
+public:
+    explicit Options(CLI::App& app) : app_(app) {}
+
+    Option flag(const std::string& names, bool& value, const std::string& help);
+    Option value(const std::string& names, std::string& value, const std::string& help);
+    Option value(const std::string& names, int& value, const std::string& help);
+    Option values(const std::string& names, std::vector<std::string>& values, const std::string& help);
+
+    /** One that is declared already. */
+    Option named(const std::string& name);
+
+    /** What help says after the options. */
+    void footer(const std::string& text);
+
+private:
+    CLI::App& app_;
+};
+
+}  // namespace tools

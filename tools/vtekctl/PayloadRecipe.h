@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Options.h"
+#include "PayloadWriter.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace tools {
+
+/** What a payload is made of, as the command line says it: for the commands that make one. */
+class PayloadRecipe {
+public:
+    /** Declares the options. */
+    void define(Options& options);
+
+    /** The options that say what package.xml otherwise says. */
+    void defineManifest(Options& options);
+
+    const std::string& packageFile() const { return package_; }
+
+    /** What the payload is to say about itself, when it goes with this package.xml. */
+    vtek::Result<vtek::Manifest> manifestFor(const std::filesystem::path& package) const;
+
+    /** Makes the new file `name` in a folder: the archive that is to be signed. */
+    vtek::Status makeArchive(const std::filesystem::path& folder, const std::string& name,
+                             const vtek::Manifest& manifest) const;
+
+    /**
+     * Makes the new file `name` in a folder: the archive and its signature.
+     *
+     * @param signingTime  what the signature says about its time; else the beginning of the certificate
+     */
+    vtek::Status makePayload(const std::filesystem::path& folder, const std::string& name,
+                             const vtek::Manifest& manifest, std::optional<std::time_t> signingTime) const;
+
+private:
+    vtek::Result<std::string> sign(const std::filesystem::path& archive,
+                                   std::optional<std::time_t> signingTime) const;
+
+    std::string content_;
+    std::string package_;
+    std::string component_;
+    std::string version_;
+    std::vector<std::string> chassisTypes_;
+    std::string certificate_;
+    std::string key_;
+    std::string chain_;
+    std::string signature_;
+    std::string format_ = "tar";
+};
+
+/** $SOURCE_DATE_EPOCH, the time that whatever is made is to carry; absent when it is not set. */
+vtek::Result<std::optional<std::time_t>> sourceDateEpoch();
+
+}  // namespace tools

@@ -1,0 +1,238 @@
+#include "Plan.h"
+
+#include "Inventory.h"
+#include "Ipmi.h"
+#include "PackageDescription.h"
+#include "PayloadCheck.h"
+#include "Repository.h"
+#include "Unpack.h"
+#include "Update.h"
+#include <vtek/vtek.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace tools {
+
+namespace {
+
+using vtek::Error;
+using vtek::ErrorNumber;
+using vtek::Result;
+using vtek::Status;
+
+/** The program's question to the chassis, and where the answer says what is permitted. */
+const vtek::Bytes kPermissionRequest{0, 0, 0, 0x17, 0x04, 0, 0, 0, 0x04, 0};
+constexpr std::size_t kAnswerLength = 12;
+constexpr std::size_t kModeAt = 10;
+constexpr std::size_t kFlagAt = 11;
+constexpr std::uint8_t kManagedMode = 2;
+constexpr std::uint8_t kUpdateEnabled = 1;
+
+/** Lets everything that is unpacked disappear. */
+class Nowhere : public vtek::UnpackTarget {
+public:
+    bool makeFolders(const std::string&) override { return true; }
+    vtek::UniqueFd createFile(const std::string&) override {
+        return vtek::openAt(vtek::kWorkingFolder, "/dev/null", O_WRONLY);
+    }
+};
+
+/** Tries the steps one after the other; each finds what the ones before it have left. */
+class Planner {
+public:
+    Planner(const Result<vtek::Root>& root, const std::string& folder, std::time_t now)
+        : root_(root), folderName_(folder), now_(now) {}
+
+    Plan run() {
+        for (const Step& step : kSteps) {
+            plan_.steps.push_back(attempt(step));
+        }
+        return std::move(plan_);
+    }
+
+private:
+    struct Step {
+        const char* name;
+        std::vector<std::string_view> needs;  ///< the steps that must have passed
+        Result<std::string> (Planner::*work)();
+    };
+    static const std::vector<Step> kSteps;
+
+    PlanStep attempt(const Step& step) {
+        const bool ready =
+            std::all_of(step.needs.begin(), step.needs.end(), [&](auto name) { return hasPassed(name); });
+        if (!ready) {
+            return {step.name, PlanStep::Outcome::NotTried, {}, {}};
+        }
+        const auto found = (this->*step.work)();
+        if (!found) {
+            return {step.name, PlanStep::Outcome::Failed, found.error().message, found.error()};
+        }
+        return {step.name, PlanStep::Outcome::Passed, *found, {}};
+    }
+
+    bool hasPassed(std::string_view name) const {
+        return std::any_of(plan_.steps.begin(), plan_.steps.end(), [&](const PlanStep& step) {
+            return step.name == name && step.outcome == PlanStep::Outcome::Passed;
+        });
+    }
+
+    Result<std::string> openChassis() {
+        if (!root_) {
+            return root_.error();
+        }
+        VTEK_ASSIGN(vtek::Store store, vtek::Store::open(*root_, vtek::Store::Mode::Read));
+        VTEK_TRY(store.checkIntegrity());
+        VTEK_ASSIGN(settings_, loadSettings(store));
+        store_.emplace(std::move(store));
+        return root_->path();
+    }
+
+    /** Whatever the chassis does not answer is taken as permission, as the program does. */
+    Result<std::string> askPermission() {
+        const auto answer = exchange();
+        if (!answer) {
+            return "no answer, which is permission: " + answer.error().message;
+        }
+        std::array<std::uint8_t, kAnswerLength> data{};
+        const std::uint8_t completion = vtek::storeAnswer(*answer, data.data(), data.size());
+        if (completion != 0) {
+            return "completion code " + std::to_string(completion) + ", which is permission";
+        }
+        if (data[kModeAt] != kManagedMode || data[kFlagAt] != kUpdateEnabled) {
+            return Error{ErrorNumber::UpdateNotPermitted,
+                         data[kModeAt] != kManagedMode
+                             ? "the chassis is not set to be managed at the server"
+                             : "the chassis does not let servers update shared components"};
+        }
+        return std::string("permitted");
+    }
+
+    Result<vtek::Bytes> exchange() const {
+        VTEK_ASSIGN(const auto transport, vtek::openIpmi(*settings_));
+        return transport->exchange(static_cast<std::uint8_t>(SHARED_COMPONENT_UPDATE), kPermissionRequest);
+    }
+
+    Result<std::string> lookAtRepository() {
+        if (settings_->repositoryKind == NO_WYND) {
+            return Error{ErrorNumber::RepositoryAbsent, "this chassis is set to have no repository"};
+        }
+        for (const char* name : {vtek::kStateFile, vtek::kStagingFolder, vtek::kRepositoryFolder, "."}) {
+            if (faccessat(root_->folder(), name, W_OK, AT_EACCESS) != 0) {
+                return vtek::systemError(ErrorNumber::RepositoryUnwritable, std::string("write to ") + name);
+            }
+        }
+        return "kind " + std::to_string(settings_->repositoryKind);
+    }
+
+    Result<std::string> readPackage() {
+        folder_ = vtek::openAt(vtek::kWorkingFolder, folderName_, O_RDONLY | O_DIRECTORY);
+        if (!folder_) {
+            return vtek::systemError(ErrorNumber::PackageUnreadable, "open " + folderName_);
+        }
+        VTEK_ASSIGN(package_, vtek::readPackageDescription(folder_.get(), "package.xml",
+                                                           ErrorNumber::PackageUnreadable));
+        return "component " + package_->componentId + " version " + package_->version;
+    }
+
+    Result<std::string> lookUpComponent() {
+        VTEK_ASSIGN(const auto installed, vtek::Inventory(store_->database()).version(package_->componentId));
+        if (!installed) {
+            return Error{ErrorNumber::ComponentUnknown,
+                         "the controller's inventory has no component " + package_->componentId};
+        }
+        return "version " + *installed + " is installed";
+    }
+
+    Result<std::string> findPayload() {
+        VTEK_ASSIGN(payload_, vtek::findPayload(folder_.get()));
+        payloadSize_ = payload_->size;
+        return payload_->name + ", " + std::to_string(payloadSize_) + " bytes";
+    }
+
+    /** Signature and policy are one check of the library; the number of a failure tells which of them it was.
+     */
+    Result<std::string> checkSignature() {
+        checked_.emplace(checkPayload(*root_, *store_, std::move(*payload_), folder_.get(), now_));
+        if (*checked_) {
+            return "signed by " + (*checked_)->signature.signer;
+        }
+        if ((*checked_).error().number < ErrorNumber::ManifestInvalid) {
+            return (*checked_).error();
+        }
+        return std::string("holds");
+    }
+
+    Result<std::string> checkPolicy() {
+        if (!*checked_) {
+            return (*checked_).error();
+        }
+        const vtek::Manifest& manifest = (*checked_)->manifest;
+        const std::string fit =
+            (*checked_)->fit == vtek::Fit::ByOverride ? ", below the floor but allowed once" : "";
+        return "component " + manifest.componentId + " version " + manifest.version + fit;
+    }
+
+    Result<std::string> unpack() {
+        const vtek::Payload& payload = (*checked_)->payload;
+        Nowhere nowhere;
+        VTEK_ASSIGN(const auto content,
+                    vtek::unpackArchive(payload.file.get(), payload.archiveLength, nowhere, "",
+                                        settings_->unpack, [](std::uint64_t) {}));
+        unpackedBytes_ = content.bytes;
+        return std::to_string(content.files) + " files, " + std::to_string(content.bytes) + " bytes";
+    }
+
+    Result<std::string> lookForSpace() {
+        const std::uint64_t bytes = std::max(vtek::spaceToStart(payloadSize_), payloadSize_ + unpackedBytes_);
+        VTEK_TRY(vtek::requireSpace(*root_, bytes));
+        return std::to_string(bytes) + " bytes are needed, and free";
+    }
+
+    const Result<vtek::Root>& root_;
+    const std::string& folderName_;
+    std::time_t now_;
+    Plan plan_;
+
+    std::optional<vtek::Settings> settings_;
+    std::optional<vtek::Store> store_;
+    vtek::UniqueFd folder_;
+    std::optional<vtek::PackageDescription> package_;
+    std::optional<vtek::Payload> payload_;
+    std::uint64_t payloadSize_ = 0;
+    std::optional<Result<vtek::CheckedPayload>> checked_;
+    std::uint64_t unpackedBytes_ = 0;
+};
+
+const std::vector<Planner::Step> Planner::kSteps{
+    {"chassis", {}, &Planner::openChassis},
+    {"permission", {"chassis"}, &Planner::askPermission},
+    {"repository", {"chassis"}, &Planner::lookAtRepository},
+    {"package", {}, &Planner::readPackage},
+    {"inventory", {"chassis", "package"}, &Planner::lookUpComponent},
+    {"payload", {"package"}, &Planner::findPayload},
+    {"signature", {"chassis", "payload"}, &Planner::checkSignature},
+    {"policy", {"signature"}, &Planner::checkPolicy},
+    {"unpack", {"policy"}, &Planner::unpack},
+    {"space", {"repository", "payload"}, &Planner::lookForSpace},
+};
+
+}  // namespace
+
+const PlanStep* Plan::firstFailure() const {
+    const auto failed = std::find_if(steps.begin(), steps.end(), [](const PlanStep& step) {
+        return step.outcome == PlanStep::Outcome::Failed;
+    });
+    return failed == steps.end() ? nullptr : &*failed;
+}
+
+Plan planUpdate(const Result<vtek::Root>& root, const std::string& folder, std::time_t now) {
+    return Planner(root, folder, now).run();
+}
+
+}  // namespace tools

@@ -1,0 +1,58 @@
+#include "Workshop.h"
+
+#include "File.h"
+#include "Tree.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <stdlib.h>
+
+#include <cerrno>
+
+namespace tools {
+
+namespace {
+
+using vtek::ErrorNumber;
+using vtek::systemError;
+namespace fs = std::filesystem;
+
+fs::path folderOf(const fs::path& target) {
+    return target.has_parent_path() ? target.parent_path() : fs::path(".");
+}
+
+}  // namespace
+
+vtek::Result<Workshop> Workshop::beside(const fs::path& target) {
+    std::string path = (folderOf(target) / ".vtekctl-XXXXXX").string();
+    if (mkdtemp(path.data()) == nullptr) {
+        return systemError(ErrorNumber::InvalidArgument, "write to " + folderOf(target).string());
+    }
+    return Workshop(path);
+}
+
+Workshop::~Workshop() {
+    std::error_code ignored;
+    if (!path_.empty()) {
+        fs::remove_all(path_, ignored);
+    }
+}
+
+vtek::Status publish(const fs::path& made, const fs::path& target, Existing existing) {
+    if (!vtek::syncTree(vtek::kWorkingFolder, made.string())) {
+        return systemError(ErrorNumber::InvalidArgument, "sync " + target.string());
+    }
+    const bool toEmptyFolder = fs::is_directory(made) && fs::is_directory(fs::symlink_status(target));
+    const unsigned int flags = existing == Existing::Replaced || toEmptyFolder ? 0 : RENAME_NOREPLACE;
+    if (renameat2(AT_FDCWD, made.c_str(), AT_FDCWD, target.c_str(), flags) != 0) {
+        return systemError(ErrorNumber::InvalidArgument, "make " + target.string());
+    }
+    const vtek::UniqueFd folder =
+        vtek::openAt(vtek::kWorkingFolder, folderOf(target).string(), O_RDONLY | O_DIRECTORY);
+    if (!folder || !vtek::syncFd(folder.get())) {
+        return systemError(ErrorNumber::InvalidArgument, "sync " + folderOf(target).string());
+    }
+    return {};
+}
+
+}  // namespace tools
