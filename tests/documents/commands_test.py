@@ -88,12 +88,20 @@ def link_the_source(folder):
         (folder / path.name).symlink_to(path)
 
 
+def make_firmware_and_description(folder):
+    """What a package is made of."""
+    make_firmware(folder)
+    shutil.copy(SOURCE / "package/package.xml", folder)
+
+
 # What is there before the first command of each document.
 PREPARE = {
     "README": write_both_reports,
     "docs/administrator": make_chassis_and_package,
     "docs/developer": link_the_source,
     "docs/integrator": write_reports,
+    "docs/package-maker": make_firmware,
+    "docs/stand-in": make_firmware_and_description,
     "docs/qrxinspect": write_suspicious_package,
 }
 
