@@ -6,8 +6,8 @@
 #include <string_view>
 
 /**
- * Parses a document as xmlParseMemory does, but leaves out the child elements of its root that are not wanted,
- * so that a document of any length takes little memory. The last one stays, without its own children.
+ * Parses a document as xmlParseMemory does, but leaves out the child elements of its root that are not
+ * wanted, so that a document of any length takes little memory. The last one stays, without its own children.
  *
  * @param isWanted  is asked about each of these elements more than once, from when its attributes are known;
  *                  has to give the same answer
