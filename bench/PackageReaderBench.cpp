@@ -3,6 +3,8 @@
 #include "DeviceInventoryInfo.h"
 #include "SoftwareComponentInfo.h"
 #include "WorkingDirectory.h"
+#include "XPathQuery.h"
+#include "XmlText.h"
 
 #include <benchmark/benchmark.h>
 
@@ -47,6 +49,10 @@ std::string reportedDevice(const std::string& number) {
     return "<Device componentID=\"" + number +
            "\" display=\"QRX\"><Application componentType=\"FRMW\" version=\"1\" display=\"QRX\"/></Device>";
 }
+
+constexpr const char* kDependencyPaths =
+    "//SoftwareComponent/SupportedDevices/Device/Dependency"
+    " | //SoftwareComponent/SupportedDevices/Device/SoftDependency";
 
 void release(const std::vector<CDeviceInfo*>& records) {
     for (const CDeviceInfo* record : records) {
@@ -105,6 +111,20 @@ void dependenciesOfManyDevices(benchmark::State& state) {
     askPackage(state, xml, [](CSoftwareComponentInfo& reader) { release(reader.getDependencyInfo()); });
 }
 
+/** What libxml2 alone needs for the same document: without it, no dependency is known. */
+void parseAndEvaluateDependencies(benchmark::State& state) {
+    const std::string xml =
+        document("<SoftwareComponent><SupportedDevices><Device componentID=\"1\">", state.range(0),
+                 "</Device></SupportedDevices></SoftwareComponent>", dependency);
+    const test::WorkingTempDir folder;
+    test::writeFile(folder / "package.xml", xml);
+    const std::string file = folder / "package.xml";
+    for ([[maybe_unused]] auto iteration : state) {
+        const XmlDocPtr doc(xmlParseFile(file.c_str()));
+        benchmark::DoNotOptimize(evaluateXPath(doc.get(), asXmlChars(kDependencyPaths)));
+    }
+}
+
 /** What getDependencyInfo would cost with the insertion as it is: each record against all before it. */
 void addDependenciesOneByOne(benchmark::State& state) {
     std::vector<std::unique_ptr<CDeviceInfo>> records;
@@ -147,6 +167,7 @@ BENCHMARK(names)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
 BENCHMARK(nameByComponentId)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
 BENCHMARK(dependenciesOfOneDevice)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
 BENCHMARK(dependenciesOfManyDevices)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
+BENCHMARK(parseAndEvaluateDependencies)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
 BENCHMARK(addDependenciesOneByOne)->RangeMultiplier(10)->Range(kFewest, 1000)->Complexity();
 BENCHMARK(inventoryResult)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
 

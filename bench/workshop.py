@@ -1,0 +1,124 @@
+"""Makes what the measured programs work on: chassis, inventories, packages, and the stock tools' counterparts."""
+
+import os
+import pathlib
+import random
+import shutil
+import subprocess
+import zipfile
+
+COMPONENT = "25227"
+MEBIBYTE = 1024 * 1024
+_BLOCK = MEBIBYTE  # more would show in the memory that the timer sees
+
+
+def package_xml():
+    """A package description with one device."""
+    return (f'<SoftwareComponent vendorVersion="2.0"><ComponentType value="FRMW"/><SupportedDevices>'
+            f'<Device componentID="{COMPONENT}"><Display>Controller</Display></Device>'
+            f'</SupportedDevices></SoftwareComponent>')
+
+
+def inventory_xml(devices):
+    """An inventory of this many devices, as a chassis writes it; the component is the middle one."""
+    def device(number):
+        identity = COMPONENT if number == devices // 2 else 100000 + number
+        return (f'  <Device componentID="{identity}" display="Device {number}">\n    <Application componentType="FRMW" '
+                f'version="1.{number}.0" display="Device {number} firmware"/>\n  </Device>\n')
+    return ('<?xml version="1.0" encoding="UTF-8"?>\n<SVMInventory>\n' + "".join(map(device, range(devices))) +
+            "</SVMInventory>\n")
+
+
+def blocks(size):
+    """Bytes that deflate makes about half as long, the same ones for every run."""
+    block = random.Random(size).randbytes(min(size, _BLOCK) // 2 + 1).hex().encode()
+    while size > 0:
+        yield block[:size]
+        size -= len(block)
+
+
+class Workshop:
+    """Everything lies in one folder."""
+
+    def __init__(self, folder, programs):
+        self.folder = pathlib.Path(folder)
+        self.programs = programs
+        self.keys = self.folder / "keys"
+        self._run(programs.vtekctl, "keygen", self.keys)
+        self._run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=bundles", "-days", "30",
+                  "-keyout", self.folder / "bundle.key", "-out", self.folder / "bundle.pem")
+
+    def chassis(self, name, inventory=None):
+        """A chassis that trusts the workshop's signer, with an inventory or just the component; returns its root."""
+        root = self.folder / name
+        vtekctl = [self.programs.vtekctl, "--root", root]
+        self._run(*vtekctl, "init")
+        self._run(*vtekctl, "trust", "add", self.keys / "authority.pem")
+        self._run(*vtekctl, "set", "unpack-entries", "20000")
+        if inventory is None:
+            self._run(*vtekctl, "inventory", "add", COMPONENT, "1.0")
+        else:
+            self._run(*vtekctl, "inventory", "import", inventory)
+        return root
+
+    def inventory(self, devices):
+        """An inventory document."""
+        path = self.folder / f"inventory-{devices}.xml"
+        path.write_text(inventory_xml(devices), encoding="utf-8")
+        return path
+
+    def package(self, name, size, files=1, deflated=False):
+        """An update package whose payload holds this many bytes, in this many files; returns its folder.
+
+        Beside the payload lie its two parts, for tools that want them apart: the archive and the signature.
+        """
+        package = self.folder / name
+        package.mkdir()
+        (package / "package.xml").write_text(package_xml(), encoding="utf-8")
+        content = self.folder / f"{name}.zip"
+        with zipfile.ZipFile(content, "w", zipfile.ZIP_DEFLATED if deflated else zipfile.ZIP_STORED,
+                             compresslevel=1) as archive:
+            for number in range(files):
+                with archive.open(f"part-{number % 100}/file-{number}.bin", "w", force_zip64=True) as entry:
+                    for block in blocks(size // files):
+                        entry.write(block)
+        self._run(self.programs.vtekctl, "sign", content, "-o", package / "firmware.fwp",
+                  "--package", package / "package.xml", "--component", COMPONENT, "--package-version", "2.0",
+                  "--chassis", "LAB-CHASSIS", "--certificate", self.keys / "signer.pem",
+                  "--key", self.keys / "signer.key")
+        content.unlink()
+        return package
+
+    def take_apart(self, package):
+        """Writes a payload's archive and signature to files of their own, archive.zip and archive.cms."""
+        payload = package / "firmware.fwp"
+        size = payload.stat().st_size
+        with payload.open("rb") as source:
+            source.seek(size - 8)
+            signature = int.from_bytes(source.read(8), "big")
+            source.seek(size - 8 - signature)
+            (package / "archive.cms").write_bytes(source.read(signature))
+        shutil.copy(payload, package / "archive.zip")
+        os.truncate(package / "archive.zip", size - 8 - signature)
+
+    def bundle(self, name, size, deflated):
+        """A RAUC bundle of one image of this many bytes; returns the file."""
+        content = self.folder / f"{name}-content"
+        content.mkdir()
+        with (content / "image.img").open("wb") as image:
+            for block in blocks(size):
+                image.write(block)
+        (content / "manifest.raucm").write_text("[update]\ncompatible=bench\nversion=2.0\n[image.rootfs]\n"
+                                                "filename=image.img\n", encoding="utf-8")
+        options = [] if deflated else ["--mksquashfs-args=-noI -noD -noF -noX"]
+        bundle = self.folder / f"{name}.raucb"
+        self._run("rauc", "bundle", f"--cert={self.folder}/bundle.pem", f"--key={self.folder}/bundle.key", *options,
+                  content, bundle)
+        shutil.rmtree(content)
+        return bundle
+
+    @staticmethod
+    def _run(*command):
+        done = subprocess.run([str(word) for word in command], capture_output=True, text=True, check=False)
+        if done.returncode != 0:
+            raise RuntimeError(f"{command} ends with {done.returncode}: {done.stderr}")
