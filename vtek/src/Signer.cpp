@@ -125,9 +125,26 @@ ErrorNumber numberOf(int chainError) {
     }
 }
 
-/** Lets a missing revocation list pass, and nothing else. */
+/** Whether the trust store holds a revocation list of a certificate's issuer. */
+bool hasList(X509_STORE* store, X509* certificate) {
+    STACK_OF(X509_OBJECT)* objects = X509_STORE_get0_objects(store);
+    for (int i = 0; i < sk_X509_OBJECT_num(objects); ++i) {
+        const X509_CRL* list = X509_OBJECT_get0_X509_CRL(sk_X509_OBJECT_value(objects, i));
+        if (list != nullptr &&
+            X509_NAME_cmp(X509_CRL_get_issuer(list), X509_get_issuer_name(certificate)) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/** Lets a revocation list pass that is not there, and nothing else: one that is there and was not found, for
+ * lack of memory, may revoke. */
 int passMissingList(int ok, X509_STORE_CTX* context) {
-    return ok == 1 || X509_STORE_CTX_get_error(context) == X509_V_ERR_UNABLE_TO_GET_CRL ? 1 : 0;
+    const bool isUnfound = X509_STORE_CTX_get_error(context) == X509_V_ERR_UNABLE_TO_GET_CRL;
+    const bool isMissing =
+        isUnfound && !hasList(X509_STORE_CTX_get0_store(context), X509_STORE_CTX_get_current_cert(context));
+    return ok == 1 || isMissing ? 1 : 0;
 }
 
 Status checkChain(X509* certificate, STACK_OF(X509) * helpers, const TrustStore& trust,
