@@ -85,7 +85,7 @@ Result<XmlDocPtr> parseDocumentOf(std::string_view text, const char* rootName) {
 std::string rootNameOf(const xmlDoc& document) {
     const xmlNode* const root = xmlDocGetRootElement(&document);
     const std::string name = asChars(root->name);
-    return root->ns == nullptr ? name : "{" + textOrEmpty(root->ns->href) + "}" + name;
+    return root->ns == nullptr ? name : '{' + textOrEmpty(root->ns->href) + '}' + name;
 }
 
 std::vector<const xmlNode*> childElements(const xmlNode& parent) {
