@@ -27,9 +27,9 @@ vtek::Result<State> readState(const Context& context) {
     State state{root.path(), 0, {}, {}, {}};
     VTEK_ASSIGN(state.current, store.currentGeneration());
     VTEK_ASSIGN(state.generation, store.generation(state.current));
+    VTEK_ASSIGN(const auto changed, store.settings());
     for (const auto& info : vtek::settingTable()) {
-        VTEK_ASSIGN(std::string value, settingText(store, info));
-        state.settings.emplace_back(info.name, std::move(value));
+        state.settings.emplace_back(info.name, settingText(changed, info));
     }
     VTEK_TRY(vtek::Inventory(store.database()).forEach([&](const vtek::InventoryDevice& device) {
         state.devices.push_back(device);

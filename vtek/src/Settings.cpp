@@ -51,21 +51,20 @@ std::vector<std::string> splitNames(std::string_view list) {
     return names;
 }
 
-/** Reads settings one after the other and remembers the first failure. */
+/** Reads settings one after the other and remembers the first that holds what it must not. */
 class Reader {
 public:
-    explicit Reader(Store& store) : store_(store) {}
+    explicit Reader(const SettingTexts& changed) : changed_(changed) {}
 
     std::string text(std::string_view name) {
         const SettingInfo& info = *findSetting(name);
-        auto value = settingText(store_, info);
-        if (value && info.accepts(*value)) {
-            return *value;
+        const std::string value = settingText(changed_, info);
+        if (info.accepts(value)) {
+            return value;
         }
         if (status_) {
-            status_ = value ? Error{ErrorNumber::StateCorrupt,
-                                    "setting " + std::string(name) + " holds '" + *value + "'"}
-                            : value.error();
+            status_ =
+                Error{ErrorNumber::StateCorrupt, "setting " + std::string(name) + " holds '" + value + "'"};
         }
         return std::string(info.initial);
     }
@@ -81,7 +80,7 @@ public:
     const Status& status() const { return status_; }
 
 private:
-    Store& store_;
+    const SettingTexts& changed_;
     Status status_;
 };
 
@@ -125,13 +124,14 @@ const SettingInfo* findSetting(std::string_view name) {
     return row == table.end() ? nullptr : &*row;
 }
 
-Result<std::string> settingText(Store& store, const SettingInfo& info) {
-    VTEK_ASSIGN(const auto value, store.setting(info.name));
-    return value.value_or(std::string(info.initial));
+std::string settingText(const SettingTexts& changed, const SettingInfo& info) {
+    const auto found = changed.find(info.name);
+    return found == changed.end() ? std::string(info.initial) : found->second;
 }
 
 Result<Settings> loadSettings(Store& store) {
-    Reader reader(store);
+    VTEK_ASSIGN(const SettingTexts changed, store.settings());
+    Reader reader(changed);
     Settings settings{
         .repositoryKind = reader.smallNumber("repository-kind"),
         .chassisType = reader.text("chassis-type"),

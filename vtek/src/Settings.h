@@ -55,8 +55,8 @@ const SettingInfo* findSetting(std::string_view name);
 /** The values in force, with the defaults for what was never set. */
 Result<Settings> loadSettings(Store& store);
 
-/** One setting's value as text. */
-Result<std::string> settingText(Store& store, const SettingInfo& info);
+/** One setting's value as text, out of those that were changed from their defaults. */
+std::string settingText(const SettingTexts& changed, const SettingInfo& info);
 
 /** Changes one setting after checking its name and value. */
 Status changeSetting(Store& store, std::string_view name, std::string_view value);

@@ -98,10 +98,16 @@ Status Store::checkIntegrity() {
     return {};
 }
 
-Result<std::optional<std::string>> Store::setting(std::string_view name) {
-    VTEK_ASSIGN(Statement query, database_.prepare("SELECT value FROM setting WHERE name = ?"));
-    VTEK_ASSIGN(const bool found, query.bind(1, name).step());
-    return found ? std::optional(query.text(0)) : std::nullopt;
+Result<SettingTexts> Store::settings() {
+    VTEK_ASSIGN(Statement query, database_.prepare("SELECT name, value FROM setting"));
+    SettingTexts values;
+    for (;;) {
+        VTEK_ASSIGN(const bool found, query.step());
+        if (!found) {
+            return values;
+        }
+        values.emplace(query.text(0), query.text(1));
+    }
 }
 
 Status Store::setSetting(std::string_view name, std::string_view value) {

@@ -4,11 +4,15 @@
 #include "Root.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace vtek {
+
+/** Values of settings, by name. */
+using SettingTexts = std::map<std::string, std::string, std::less<>>;
 
 /** One firmware that an update put in force. */
 struct Generation {
@@ -56,8 +60,8 @@ public:
     /** Refuses a database whose pages or rows do not hang together. */
     Status checkIntegrity();
 
-    /** The value of a setting that was changed from its default. */
-    Result<std::optional<std::string>> setting(std::string_view name);
+    /** The values of the settings that were changed from their defaults. */
+    Result<SettingTexts> settings();
     Status setSetting(std::string_view name, std::string_view value);
     Status clearSetting(std::string_view name);
 
