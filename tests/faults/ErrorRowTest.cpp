@@ -142,6 +142,9 @@ std::map<int, Trigger> triggers() {
         prepared([](Lab& lab) { test::writeFile(lab.rootPath() / "state.db", std::string(8192, 'x')); });
     all[113] = prepared([](Lab& lab) { execute(lab, "PRAGMA user_version = 2"); });
     all[114] = {.prepare = locked};
+    // The program looks for a repository before it opens a session, and the look tells no number.
+    all[115] = runBefore("secureWyndInit", QRX_VTEKCTL " set repository-kind 0");
+    all[115].isRootChanged = true;
 
     all[201] = prepared([](Lab& lab) { std::filesystem::remove(lab.payload()); });
     all[202] = prepared([](Lab& lab) { test::writeFile(lab.package() / "other.fwp", "other"); });
@@ -219,6 +222,8 @@ std::map<int, Trigger> triggers() {
     all[899] = failingIn("AddFile", "memory");
     all[899].call = "AddFile";
     all[901] = withSetting("ipmi-transport", "/dev/ipmi255");
+    all[902] = withSetting("ipmi-mode", "3");
+    all[902].call = "verify --plan .";
     return all;
 }
 
@@ -311,8 +316,9 @@ protected:
         for (std::string word; words >> word;) {
             command.push_back(word);
         }
-        const auto outcome =
-            test::run({.arguments = command, .environment = {{"VTEK_ROOT", lab_.rootPath().string()}}});
+        const auto outcome = test::run({.arguments = command,
+                                        .workingDirectory = lab_.package(),
+                                        .environment = {{"VTEK_ROOT", lab_.rootPath().string()}}});
         EXPECT_NE(outcome.exitStatus, 0);
         EXPECT_THAT(outcome.error, HasSubstr(" (error " + std::to_string(GetParam().number) + ")\n"));
         EXPECT_THAT(outcome.error, HasSubstr(GetParam().remedy));

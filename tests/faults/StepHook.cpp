@@ -121,6 +121,9 @@ void construct(secureWynd* wynd) {
 
 void init(secureWynd* wynd) __asm__(INIT);
 void init(secureWynd* wynd) {
+    if (setting("STEP_BEFORE") == "secureWyndInit") {
+        arm();
+    }
     hidden<void(secureWynd*)>(INIT)(wynd);
     if (!wynd->isSuccess) {
         recordFailure("secureWyndInit", wynd);
