@@ -16,7 +16,7 @@ def documents_of_the_source():
     """What readers get, by its path in the source."""
     found = [SOURCE / name for name in ("README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md")]
     found += (SOURCE / "docs").glob("*.md")
-    for folder in ("decisions", "pictures", "schemas"):
+    for folder in ("decisions", "performance", "pictures", "schemas"):
         found += (SOURCE / "docs" / folder).glob("*.*")
     return {path.relative_to(SOURCE).as_posix() for path in found}
 
