@@ -7,6 +7,20 @@ bool isShown(const CLI::Option& option) {
     return !option.get_group().empty();
 }
 
+/** The tool, the group or the command that the parsed words lead to. */
+const CLI::App& innermost(const CLI::App& app) {
+    const std::vector<CLI::App*> parsed = app.get_subcommands();
+    return parsed.empty() ? app : innermost(*parsed.back());
+}
+
+std::string namesOfCommands(const CLI::App& app) {
+    std::string names;
+    for (const CLI::App* command : commandsOf(app)) {
+        names += (names.empty() ? "" : ", ") + command->get_name();
+    }
+    return names;
+}
+
 }  // namespace
 
 std::vector<const CLI::App*> commandsOf(const CLI::App& app) {
@@ -36,6 +50,16 @@ std::vector<std::string> namesOf(const CLI::Option& option) {
 std::string valueOf(const CLI::Option& option) {
     const std::string type = option.get_items_expected_max() == 0 ? "" : option.get_type_name();
     return type.substr(0, type.find(':'));  // behind it stand the bounds of a number
+}
+
+std::string parseFailure(const CLI::App& tool, const CLI::ParseError& error) {
+    const CLI::App& app = innermost(tool);
+    if (error.get_name() != "RequiredError" || commandsOf(app).empty()) {
+        return error.what();
+    }
+    const std::vector<std::string> words = app.remaining();
+    const std::string choice = "; " + fullName(app) + " has " + namesOfCommands(app);
+    return (words.empty() ? "no command" : "no such command: " + words.front()) + choice;
 }
 
 std::string fullName(const CLI::App& app) {

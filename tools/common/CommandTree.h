@@ -24,4 +24,8 @@ std::string valueOf(const CLI::Option& option);
 /** "vtekctl inventory import" */
 std::string fullName(const CLI::App& app);
 
+/** What is wrong with a command line, after parsing: the parser's words, unless a command is missing; then
+ * which there are, and which word is none of them. */
+std::string parseFailure(const CLI::App& tool, const CLI::ParseError& error);
+
 }  // namespace tools

@@ -2,6 +2,7 @@
 
 #include "BaseUtils.h"
 #include "CommandTable.h"
+#include "CommandTree.h"
 #include "Describe.h"
 
 #include <CLI/CLI.hpp>
@@ -70,7 +71,7 @@ ExitStatus answerParseError(const CLI::App& tool, const CLI::ParseError& error, 
         tool.exit(error, console.out, console.err);
         return ExitStatus::Success;
     }
-    console.tell(std::string(error.what()) + " (see qrxinspect --help)");
+    console.tell(parseFailure(tool, error) + " (see qrxinspect --help)");
     return ExitStatus::Usage;
 }
 

@@ -1,5 +1,6 @@
 #include "Application.h"
 
+#include "CommandTree.h"
 #include "Describe.h"
 #include "Printable.h"
 
@@ -62,13 +63,23 @@ int dispatch(const std::vector<Declared>& declared, const Context& context) {
     return kUsage;
 }
 
+/** Asking for help or the version ends the parsing as an error does. */
+int answerParseError(const CLI::App& app, const CLI::ParseError& failure) {
+    if (failure.get_exit_code() == 0) {
+        app.exit(failure);
+        return kDone;
+    }
+    std::cerr << "vtekctl: " << toPrintable(parseFailure(app, failure)) << " (see vtekctl --help)\n";
+    return kUsage;
+}
+
 int parseAndRun(CLI::App& app, const Context& context, const std::vector<Declared>& declared, int argc,
                 char** argv) {
     try {
         app.parse(argc, argv);
         return dispatch(declared, context);
     } catch (const CLI::ParseError& failure) {
-        return app.exit(failure) == 0 ? kDone : kUsage;
+        return answerParseError(app, failure);
     } catch (const std::exception& failure) {
         return report({vtek::ErrorNumber::Internal, failure.what()});
     }

@@ -35,6 +35,13 @@ class CommandLine(VtekctlCase):
                 self.assertIn("--help", ended.stderr)
         self.assertEqual(snapshot(self.folder), before)
 
+    def test_a_missing_or_unknown_command_is_told_with_those_there_are(self):
+        trust = "; vtekctl trust has add, list, remove (see vtekctl --help)\n"
+        self.assertEqual(self.run_vtekctl("trust").stderr, "vtekctl: no command" + trust)
+        self.assertEqual(self.run_vtekctl("trust", "ad").stderr, "vtekctl: no such command: ad" + trust)
+        self.assertEqual(self.run_vtekctl("trust", "\x1b").stderr, r"vtekctl: no such command: \x1b" + trust)
+        self.assertRegex(self.run_vtekctl("shwo").stderr, "^vtekctl: no such command: shwo; vtekctl has init, show, set, ")
+
     def test_help_of_every_command_says_the_exit_statuses_or_where_to_find_them(self):
         top = self.done("--help")
         for status in (DONE, REFUSED, USAGE, OUTPUT_LOST):

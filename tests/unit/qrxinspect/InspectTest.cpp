@@ -80,6 +80,13 @@ TEST(Inspect, AWrongCommandLineIsAUsageError) {
     }
 }
 
+TEST(Inspect, AMissingOrUnknownCommandIsToldWithThoseThereAre) {
+    const std::string commands =
+        "; qrxinspect has package, result, report, plugin, host (see qrxinspect --help)\n";
+    EXPECT_EQ(inspectWith({}).error, "qrxinspect: no command" + commands);
+    EXPECT_EQ(inspectWith({"reprot", "a.xml"}).error, "qrxinspect: no such command: reprot" + commands);
+}
+
 TEST(Inspect, TakesAFileThatIsNamedLikeACommandOrAnOption) {
     EXPECT_EQ(inspectWith({"result", "report"}).error, "qrxinspect: report: No such file or directory\n");
     EXPECT_EQ(inspectWith({"result", "result"}).error, "qrxinspect: result: No such file or directory\n");
