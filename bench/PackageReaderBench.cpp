@@ -123,6 +123,7 @@ void parseAndEvaluateDependencies(benchmark::State& state) {
         const XmlDocPtr doc(xmlParseFile(file.c_str()));
         benchmark::DoNotOptimize(evaluateXPath(doc.get(), asXmlChars(kDependencyPaths)));
     }
+    state.SetComplexityN(state.range(0));
 }
 
 /** What getDependencyInfo would cost with the insertion as it is: each record against all before it. */
