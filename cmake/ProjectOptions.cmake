@@ -4,7 +4,9 @@ add_library(project_options INTERFACE)
 target_compile_features(project_options INTERFACE cxx_std_20)
 target_compile_options(project_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
-  -fstack-protector-strong)
+  -fstack-protector-strong
+  # OpenSSL's macros name the source they are used in; no file that ships says where it was built.
+  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
