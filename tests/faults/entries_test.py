@@ -10,7 +10,7 @@ import shutil
 import tarfile
 
 from attack import AttackTest, main
-from memory_test import BOUND_KIB, TRAILER, manifest, sign
+from memory_test import BOUND_KIB, TRAILER, add_manifest, manifest, sign
 
 ENTRIES = 1_000_000
 NAME = slice(0, 100)
@@ -24,9 +24,7 @@ class Entries(AttackTest):
         """A tar.gz of the manifest and empty files; only name and checksum differ between their headers."""
         start = io.BytesIO()
         with tarfile.open(fileobj=start, mode="w", format=tarfile.USTAR_FORMAT) as archive:
-            entry = tarfile.TarInfo("manifest.xml")
-            entry.size = len(manifest_bytes)
-            archive.addfile(entry, io.BytesIO(manifest_bytes))
+            add_manifest(archive, manifest_bytes)
             begin = archive.offset
         header = bytearray(tarfile.TarInfo("").tobuf(tarfile.USTAR_FORMAT))
         header[CHECKSUM] = b" " * 8

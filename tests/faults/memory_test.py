@@ -35,13 +35,18 @@ def manifest(package):
             f'packageDigest="sha256:{digest(package.read_bytes())}"><Chassis type="LAB-CHASSIS"/></VtekManifest>').encode()
 
 
+def add_manifest(archive, manifest_bytes):
+    """Puts the manifest into a tar, as its next entry."""
+    entry = tarfile.TarInfo("manifest.xml")
+    entry.size = len(manifest_bytes)
+    archive.addfile(entry, io.BytesIO(manifest_bytes))
+
+
 def write_archive(path, manifest_bytes, length):
     """Writes a tar of this many bytes: the manifest and main.bin, whose size it returns. The zeros are a hole."""
     start = io.BytesIO()
     with tarfile.open(fileobj=start, mode="w", format=tarfile.USTAR_FORMAT) as archive:
-        entry = tarfile.TarInfo("manifest.xml")
-        entry.size = len(manifest_bytes)
-        archive.addfile(entry, io.BytesIO(manifest_bytes))
+        add_manifest(archive, manifest_bytes)
         large = tarfile.TarInfo("main.bin")
         large.size = (length - archive.offset - BLOCK - END) // BLOCK * BLOCK
         archive.addfile(large)
