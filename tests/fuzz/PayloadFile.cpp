@@ -1,6 +1,7 @@
 // A payload as the stand-in takes it apart and judges its signature. The authority that it trusts, and the
 // one archive that was ever signed for it, were made by payload/make-payload.
 
+#include "CmsVerdict.h"
 #include "Digest.h"
 #include "File.h"
 #include "Harness.h"
@@ -56,6 +57,14 @@ vtek::TrustStore loadTrust(const std::filesystem::path& folder) {
     return trust;
 }
 
+/** The signature fits when OpenSSL says so; other refusals come before that question. */
+void compareWithCms(const vtek::Payload& payload, std::string_view archive, std::string_view signature) {
+    const auto fits = vtek::checkSignatureFits(payload);
+    if (fits || fits.error().number == vtek::ErrorNumber::SignatureMismatch) {
+        require(static_cast<bool>(fits) == cmsVerifies(signature, archive), "the verdict of CMS_verify");
+    }
+}
+
 }  // namespace
 
 void examine(std::string_view input) {
@@ -75,9 +84,11 @@ void examine(std::string_view input) {
     }
     const std::string_view archive = input.substr(0, parts->first);
     require(payload->size == input.size() && payload->archiveLength == archive.size(), "the lengths");
+    const std::string_view signature = input.substr(parts->first, parts->second);
     require(std::string_view(reinterpret_cast<const char*>(payload->signature.data()),
-                             payload->signature.size()) == input.substr(parts->first, parts->second),
+                             payload->signature.size()) == signature,
             "the signature");
+    compareWithCms(*payload, archive, signature);
 
     std::uint64_t counted = 0;
     const auto verified =

@@ -16,7 +16,6 @@ namespace vtek {
 struct FreeCrypto {
     void operator()(ASN1_TIME* time) const { ASN1_TIME_free(time); }
     void operator()(BIO* bio) const { BIO_free_all(bio); }
-    void operator()(BIO_METHOD* method) const { BIO_meth_free(method); }
     void operator()(CMS_ContentInfo* cms) const { CMS_ContentInfo_free(cms); }
     void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
     void operator()(EVP_PKEY_CTX* context) const { EVP_PKEY_CTX_free(context); }
@@ -29,7 +28,6 @@ struct FreeCrypto {
 
 using TimePtr = std::unique_ptr<ASN1_TIME, FreeCrypto>;
 using BioPtr = std::unique_ptr<BIO, FreeCrypto>;
-using BioMethodPtr = std::unique_ptr<BIO_METHOD, FreeCrypto>;
 using CmsPtr = std::unique_ptr<CMS_ContentInfo, FreeCrypto>;
 using KeyPtr = std::unique_ptr<EVP_PKEY, FreeCrypto>;
 using KeyContextPtr = std::unique_ptr<EVP_PKEY_CTX, FreeCrypto>;

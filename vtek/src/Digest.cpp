@@ -20,9 +20,13 @@ void require(int outcome) {
 
 }  // namespace
 
-Digest::Digest() : context_(required(std::unique_ptr<EVP_MD_CTX, Free>(EVP_MD_CTX_new()))) {
+Digest::Digest() : context_(required(Context(EVP_MD_CTX_new()))) {
     startCrypto();
     require(EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr));
+}
+
+Digest::Digest(const EVP_MD_CTX& begun) : context_(required(Context(EVP_MD_CTX_new()))) {
+    require(EVP_MD_CTX_copy_ex(context_.get(), &begun));
 }
 
 void Digest::update(const void* data, std::size_t size) noexcept {

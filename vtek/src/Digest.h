@@ -15,6 +15,9 @@ class Digest {
 public:
     Digest();
 
+    /** Goes on from where another SHA-256 stands. */
+    explicit Digest(const EVP_MD_CTX& begun);
+
     void update(const void* data, std::size_t size) noexcept;
 
     /** The digest of everything so far, 64 lower-case hexadecimal digits; call it once. */
@@ -24,7 +27,8 @@ private:
     struct Free {
         void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
     };
-    std::unique_ptr<EVP_MD_CTX, Free> context_;
+    using Context = std::unique_ptr<EVP_MD_CTX, Free>;
+    Context context_;
     int outcome_ = 1;  // of every step so far
 };
 

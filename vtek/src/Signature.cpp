@@ -7,7 +7,7 @@
 #include <openssl/objects.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <new>
 #include <utility>
 
 namespace vtek {
@@ -16,54 +16,7 @@ namespace {
 
 constexpr int kSignerBound = 8;
 constexpr std::size_t kStartBound = 256 * 1024;
-
-/** The archive's bytes as OpenSSL reads them: every byte once, in order, hashed for our own use on the way.
- */
-struct ArchiveSource {
-    const Payload& payload;
-    const ByteCounter& counter;
-    Digest digest{};
-    std::string start{};  ///< up to a bound; its memory is there beforehand, since nothing may be thrown
-                          ///< through OpenSSL
-    std::uint64_t position = 0;
-    int failure = 0;  ///< errno of a failed read
-};
-
-int readArchive(BIO* bio, char* buffer, std::size_t size, std::size_t* done) {
-    auto& source = *static_cast<ArchiveSource*>(BIO_get_data(bio));
-    const std::uint64_t left = source.payload.archiveLength - source.position;
-    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, left));
-    const ssize_t n = readFullyAt(source.payload.file.get(), buffer, wanted, source.position);
-    if (n < 0) {
-        source.failure = errno;
-        return -1;
-    }
-    *done = static_cast<std::size_t>(n);
-    source.digest.update(buffer, *done);
-    source.start.append(buffer, std::min(*done, kStartBound - source.start.size()));
-    source.position += *done;
-    source.counter(*done);
-    return *done > 0 ? 1 : 0;
-}
-
-long controlArchive(BIO* bio, int command, long, void*) {
-    const auto& source = *static_cast<ArchiveSource*>(BIO_get_data(bio));
-    switch (command) {
-        case BIO_CTRL_EOF:
-            return source.position == source.payload.archiveLength ? 1 : 0;
-        case BIO_CTRL_FLUSH:
-            return 1;
-        default:
-            return 0;
-    }
-}
-
-BioMethodPtr makeArchiveMethod() {
-    auto method = required(BioMethodPtr(BIO_meth_new(BIO_TYPE_SOURCE_SINK, "archive")));
-    BIO_meth_set_read_ex(method.get(), readArchive);
-    BIO_meth_set_ctrl(method.get(), controlArchive);
-    return method;
-}
+constexpr std::size_t kBlockSize = 256 * 1024;
 
 Result<CmsPtr> parseSignature(const std::vector<unsigned char>& der) {
     const unsigned char* cursor = der.data();
@@ -114,23 +67,100 @@ Status checkSigners(CMS_ContentInfo* cms, const TrustStore& trust, const Signatu
     return {};
 }
 
-Status checkContent(CMS_ContentInfo* cms, ArchiveSource& source) {
-    const BioMethodPtr method = makeArchiveMethod();
-    const auto archive = required(BioPtr(BIO_new(method.get())));
-    BIO_set_data(archive.get(), &source);
-    BIO_set_init(archive.get(), 1);
-    constexpr unsigned int kFlags =
-        CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY;  // the signers were judged already
-    const bool holds = CMS_verify(cms, nullptr, nullptr, archive.get(), nullptr, kFlags) == 1;
-    if (source.failure != 0) {
-        errno = source.failure;
-        return systemError(ErrorNumber::PayloadUnreadable, "read " + source.payload.name);
+Error mismatch(const Payload& payload) {
+    return {ErrorNumber::SignatureMismatch, payload.name + ": the signature does not hold: " + cryptoError()};
+}
+
+/** The digests that the signature names, fed by writing to them; null where one of them is unknown. */
+BioPtr digestsOf(CMS_ContentInfo* cms) {
+    auto sink = required(BioPtr(BIO_new(BIO_s_null())));
+    BioPtr digests(CMS_dataInit(cms, sink.get()));
+    if (digests) {
+        static_cast<void>(sink.release());  // the chain's now
     }
-    if (!holds || source.position != source.payload.archiveLength) {
-        return Error{ErrorNumber::SignatureMismatch,
-                     source.payload.name + ": the signature does not hold: " + cryptoError()};
+    return digests;
+}
+
+/** The SHA-256 among the digests; null when there is none. */
+EVP_MD_CTX* findSha256(BIO* digests) {
+    for (BIO* link = BIO_find_type(digests, BIO_TYPE_MD); link != nullptr;
+         link = BIO_find_type(BIO_next(link), BIO_TYPE_MD)) {
+        EVP_MD_CTX* context = nullptr;
+        BIO_get_md_ctx(link, &context);
+        if (EVP_MD_CTX_get_type(context) == NID_sha256) {
+            return context;
+        }
     }
-    return {};
+    return nullptr;
+}
+
+/** Puts before the digests a SHA-256 for our own use. */
+BioPtr withSha256(BioPtr digests) {
+    auto own = required(BioPtr(BIO_new(BIO_f_md())));
+    if (BIO_set_md(own.get(), EVP_sha256()) != 1) {
+        throw std::bad_alloc();
+    }
+    BIO_push(own.get(), digests.release());
+    return own;
+}
+
+/** Reads every byte of the archive once, in order, into all digests. @return its start, up to a bound */
+Result<std::string> digestArchive(const Payload& payload, BIO* digests, const ByteCounter& counter) {
+    std::string start;
+    std::string block(kBlockSize, '\0');
+    for (std::uint64_t position = 0; position < payload.archiveLength;) {
+        const auto wanted =
+            static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), payload.archiveLength - position));
+        const ssize_t n = readFullyAt(payload.file.get(), block.data(), wanted, position);
+        if (n < 0) {
+            return systemError(ErrorNumber::PayloadUnreadable, "read " + payload.name);
+        }
+        if (n == 0 || BIO_write(digests, block.data(), static_cast<int>(n)) != n) {
+            return mismatch(payload);
+        }
+        const auto size = static_cast<std::size_t>(n);
+        start.append(block, 0, std::min(size, kStartBound - start.size()));
+        position += size;
+        counter(size);
+    }
+    return start;
+}
+
+/** Whether each signer has signed its attributes, where it has any, and one of these digests. */
+bool haveSigned(CMS_ContentInfo* cms, BIO* digests) {
+    STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(cms);
+    const int all = sk_CMS_SignerInfo_num(signers);
+    for (int i = 0; i < all; ++i) {
+        CMS_SignerInfo* signer = sk_CMS_SignerInfo_value(signers, i);
+        const bool hasAttributes = CMS_signed_get_attr_count(signer) >= 0;
+        if ((hasAttributes && CMS_SignerInfo_verify(signer) != 1) ||
+            CMS_SignerInfo_verify_content(signer, digests) != 1) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/** What one pass over the archive gives beside the verdict. */
+struct SignedContent {
+    Digest digest;      ///< of the archive so far
+    std::string start;  ///< up to a bound
+};
+
+Result<SignedContent> checkContent(CMS_ContentInfo* cms, const Payload& payload, const ByteCounter& counter) {
+    BioPtr digests = digestsOf(cms);
+    if (!digests) {
+        return mismatch(payload);
+    }
+    BIO* const named = digests.get();  // nobody may have signed another digest, not even our own
+    if (findSha256(named) == nullptr) {
+        digests = withSha256(std::move(digests));
+    }
+    VTEK_ASSIGN(std::string start, digestArchive(payload, digests.get(), counter));
+    if (!haveSigned(cms, named)) {
+        return mismatch(payload);
+    }
+    return SignedContent{Digest(*findSha256(digests.get())), std::move(start)};
 }
 
 }  // namespace
@@ -139,9 +169,8 @@ Status checkSignatureFits(const Payload& payload) {
     startCrypto();
     VTEK_ASSIGN(const CmsPtr cms, parseSignature(payload.signature));
     VTEK_TRY(findSigners(cms.get()));
-    const ByteCounter nobody = [](std::uint64_t) {};
-    ArchiveSource source{payload, nobody};
-    return checkContent(cms.get(), source);
+    VTEK_TRY(checkContent(cms.get(), payload, [](std::uint64_t) {}));
+    return {};
 }
 
 Result<VerifiedSignature> verifySignature(const Payload& payload, const TrustStore& trust,
@@ -149,16 +178,14 @@ Result<VerifiedSignature> verifySignature(const Payload& payload, const TrustSto
     startCrypto();
     VTEK_ASSIGN(const CmsPtr cms, parseSignature(payload.signature));
     VTEK_TRY(checkSigners(cms.get(), trust, policy));
-    ArchiveSource source{payload, counter};
-    source.start.reserve(std::min<std::uint64_t>(payload.archiveLength, kStartBound));
-    VTEK_TRY(checkContent(cms.get(), source));
+    VTEK_ASSIGN(SignedContent content, checkContent(cms.get(), payload, counter));
 
-    source.digest.update(payload.signature.data(), payload.signature.size());
+    content.digest.update(payload.signature.data(), payload.signature.size());
     const std::string trailer = payloadTrailer(payload.signature.size());
-    source.digest.update(trailer.data(), trailer.size());
+    content.digest.update(trailer.data(), trailer.size());
     X509* certificate = signerCertificate(sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(cms.get()), 0));
-    return VerifiedSignature{nameText(X509_get_subject_name(certificate)), source.digest.hex(),
-                             std::move(source.start)};
+    return VerifiedSignature{nameText(X509_get_subject_name(certificate)), content.digest.hex(),
+                             std::move(content.start)};
 }
 
 }  // namespace vtek

@@ -41,7 +41,9 @@ std::string makeCms(const std::string& content, const std::vector<const vtek::Id
     const vtek::BioPtr data(BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
     const vtek::CmsPtr cms(CMS_sign(nullptr, nullptr, nullptr, nullptr, flags));
     for (const auto* signer : signers) {
-        if (CMS_add1_signer(cms.get(), signer->certificate.get(), signer->key.get(), form.digest, flags) ==
+        const bool isFirst = signer == signers.front();
+        const EVP_MD* digest = isFirst || form.otherDigest == nullptr ? form.digest : form.otherDigest;
+        if (CMS_add1_signer(cms.get(), signer->certificate.get(), signer->key.get(), digest, flags) ==
             nullptr) {
             throw std::runtime_error(vtek::cryptoError());
         }

@@ -28,7 +28,8 @@ vtek::KeyPtr makeRsaKey(unsigned int bits);
 /** How a signature is made. */
 struct CmsForm {
     const EVP_MD* digest = EVP_sha256();
-    unsigned int flags = 0;  ///< besides CMS_BINARY; CMS_DETACHED is set unless attached
+    const EVP_MD* otherDigest = nullptr;  ///< of all signers but the first, when it is another one
+    unsigned int flags = 0;               ///< besides CMS_BINARY; CMS_DETACHED is set unless attached
     bool attached = false;
     std::vector<X509*> helpers{};
 };

@@ -1,0 +1,18 @@
+#include "CmsVerdict.h"
+
+#include "Crypto.h"
+
+namespace test {
+
+bool cmsVerifies(std::string_view der, std::string_view content) {
+    const auto* cursor = reinterpret_cast<const unsigned char*>(der.data());
+    const vtek::CmsPtr cms(d2i_CMS_ContentInfo(nullptr, &cursor, static_cast<long>(der.size())));
+    const auto bytes =
+        vtek::required(vtek::BioPtr(BIO_new_mem_buf(content.data(), static_cast<int>(content.size()))));
+    constexpr unsigned int kFlags = CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY;
+    const bool verifies = cms && CMS_verify(cms.get(), nullptr, nullptr, bytes.get(), nullptr, kFlags) == 1;
+    vtek::cryptoError();
+    return verifies;
+}
+
+}  // namespace test
