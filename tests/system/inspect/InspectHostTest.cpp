@@ -1,5 +1,6 @@
 #include "InspectRun.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace test {
@@ -43,15 +44,29 @@ TEST(InspectHost, ShowsEveryFactInALineOfItsOwn) {
     EXPECT_FALSE(std::getline(lines, line));
 }
 
-TEST(InspectHost, FindsAnEsxiKernel) {
+/** What `host` prints on a kernel that says it is ESXi's. */
+std::string hostOnEsxi(const std::vector<std::string>& options) {
     const TempDir folder;
-    const Outcome outcome = run(
-        {.arguments = {inspectProgram(), "host", "--json"},
-         .workingDirectory = folder.path(),
-         // AddressSanitizer, where it is on, would rather be loaded first.
-         .environment = {{"LD_PRELOAD", VMKERNEL_LIBRARY}, {"ASAN_OPTIONS", "verify_asan_link_order=0"}}});
-    EXPECT_EQ(nlohmann::json::parse(outcome.output)["esxi"], true);
+    std::vector<std::string> arguments{inspectProgram(), "host"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return run({.arguments = arguments,
+                .workingDirectory = folder.path(),
+                // AddressSanitizer, where it is on, would rather be loaded first.
+                .environment = {{"LD_PRELOAD", VMKERNEL_LIBRARY},
+                                {"ASAN_OPTIONS", "verify_asan_link_order=0"}}})
+        .output;
+}
+
+TEST(InspectHost, FindsAnEsxiKernel) {
+    EXPECT_EQ(nlohmann::json::parse(hostOnEsxi({"--json"}))["esxi"], true);
+    const TempDir folder;
     EXPECT_EQ(inspectJson(folder.path(), {"host", "--json"})["esxi"], false);
+}
+
+TEST(InspectHost, SaysYesToWhatItFindsAndNoToTheRest) {
+    const std::string output = hostOnEsxi({});
+    EXPECT_THAT(output, testing::ContainsRegex("ESXi +yes\n"));
+    EXPECT_THAT(output, testing::ContainsRegex("ESX service console +no\n"));
 }
 
 TEST(InspectHost, FindsTheHardwareLibraryOfAnAgent) {

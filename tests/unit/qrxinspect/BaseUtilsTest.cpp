@@ -20,6 +20,26 @@ TEST(BaseUtils, TheLogNeverMakesAFileOnceSilenced) {
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
+/** How many files in memory of qrxinspect this process has open; each must be empty. */
+int emptyMemoryFiles() {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code ignored;  // the folder's own descriptor is gone by now
+        const std::string target = std::filesystem::read_symlink(entry, ignored).string();
+        if (target.find("memfd:qrxinspect") != std::string::npos) {
+            EXPECT_EQ(std::filesystem::file_size(entry), 0u);
+            ++count;
+        }
+    }
+    return count;
+}
+
+TEST(BaseUtils, TheLogKeepsNothingInMemoryOnceSilenced) {
+    ASSERT_EQ(silenceBaseUtils(), std::nullopt);
+    CLogSource("source")("text");
+    EXPECT_EQ(emptyMemoryFiles(), 1);
+}
+
 TEST(BaseUtils, Libxml2PrintsNothingOnceSilenced) {
     ASSERT_EQ(silenceBaseUtils(), std::nullopt);
     testing::internal::CaptureStderr();

@@ -38,6 +38,14 @@ TEST(Json, HoldsEveryValueOfTheReports) {
     EXPECT_EQ(nlohmann::json(toJson(std::vector<Report>{update, damaged})), expected);
 }
 
+TEST(Json, CountsTheReportsOfEachOutcome) {
+    const Report failed{.outcome = Report::Outcome::Failure};
+    const Report unreadable{.outcome = Report::Outcome::Unreadable};
+    const auto json = toJson(std::vector<Report>{failed, unreadable, failed});
+    EXPECT_EQ(nlohmann::json(json["counts"]),
+              nlohmann::json::parse(R"({"success": 0, "failure": 2, "damaged": 0, "unreadable": 1})"));
+}
+
 TEST(Json, IsPrintedInAsciiWhateverItHolds) {
     std::ostringstream out;
     printJson(out, {{"bad", "\xff"}, {"control", "\x1b\x7f"}, {"euro", "€"}});

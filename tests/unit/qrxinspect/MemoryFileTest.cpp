@@ -1,7 +1,12 @@
 #include "MemoryFile.h"
 #include "TempDir.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
 
 namespace tools {
 namespace {
@@ -26,6 +31,24 @@ TEST(MemoryFile, IsGoneWithItsObject) {
         path = file.path();
     }
     EXPECT_THROW(test::readFile(path), std::runtime_error);
+}
+
+TEST(MemoryFile, IsKeptFromOtherPrograms) {
+    const MemoryFile file("x");
+    const int fd = std::stoi(std::filesystem::path(file.path()).filename().string());
+    EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
+}
+
+TEST(MemoryFile, IsNotUsableWithAPartOfItsContent) {
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit narrow{1000, before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &narrow);
+    const bool usable = MemoryFile(std::string(1001, 'x')).isUsable();
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_FALSE(usable);
 }
 
 }  // namespace

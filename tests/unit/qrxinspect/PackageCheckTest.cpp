@@ -55,9 +55,11 @@ TEST(PackageCheck, FindsTheSameIdTwice) {
 TEST(PackageCheck, FindsADeviceWithoutAName) {
     EXPECT_THAT(findingsIn(packageWith("<Device componentID=\"1\"/>\n"
                                        "<Device componentID=\"2\"><Display/></Device>\n"
-                                       "<Device componentID=\"3\"><Display/><display>N</display></Device>")),
+                                       "<Device componentID=\"3\"><Display/><display>N</display></Device>\n"
+                                       "<Device componentID=\"4\"><Display><!----></Display></Device>")),
                 ElementsAre("2: the device has no name: no Display with a text",
-                            "3: the device has no name: no Display with a text"));
+                            "3: the device has no name: no Display with a text",
+                            "5: the device has no name: no Display with a text"));
 }
 
 TEST(PackageCheck, FindsADependencyWithoutAPath) {

@@ -141,6 +141,20 @@ TEST(ReportReader, ADeviceCountsAsUpdatedOnlyWhereTheReportSaysSo) {
               Outcome::Failure);
 }
 
+TEST(ReportReader, AnUpdatesResultIsReadInAnyCase) {
+    EXPECT_EQ(reportIn(updateHolding(R"(<Device componentID="C1"><Application><SPStatus result="TRUE"/>)"
+                                     R"(</Application></Device>)"))
+                  .outcome,
+              Outcome::Success);
+}
+
+TEST(ReportReader, TheFirstMessageOfAStatusIsTheOne) {
+    const Report report = reportIn(updateHolding(R"(<SPStatus result="false"><Message id="1">first</Message>)"
+                                                 R"(<Message id="2">second</Message></SPStatus>)"));
+    ASSERT_EQ(report.devices.size(), 1u);
+    EXPECT_EQ(report.devices.front().getErrorMsg(), "first");
+}
+
 TEST(ReportReader, ReadsTheNeedForAReboot) {
     EXPECT_TRUE(reportIn(updateHolding("<RebootRequired>1</RebootRequired>")).rebootRequired);
     EXPECT_TRUE(
@@ -200,6 +214,7 @@ TEST(ReportReader, AnythingElseIsUnreadable) {
     const std::vector<std::pair<std::string, std::string>> cases{
         {"", "is empty"},
         {"hello", "not well-formed XML, line 1: Start tag expected, '<' not found"},
+        {"SVMInventory", "not well-formed XML, line 1: Start tag expected, '<' not found"},
         {"<PIEConfig/>", "the root element is \"PIEConfig\", not that of a report"},
         {"<SVMInventory xmlns=\"urn:x\"/>",
          "the root element is \"{urn:x}SVMInventory\", not that of a report"},

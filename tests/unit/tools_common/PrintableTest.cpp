@@ -20,6 +20,7 @@ TEST(Printable, EscapesWhatDrivesATerminal) {
     EXPECT_EQ(toPrintable("\xc2\x9b"
                           "31m"),
               "\\u009b31m");
+    EXPECT_EQ(toPrintable("\xc2\x80\xc2\x9f\xc2\xa1"), "\\u0080\\u009f\xc2\xa1");
 }
 
 TEST(Printable, EscapesWhatTurnsTheReadingDirectionOrCannotBeSeen) {
@@ -34,10 +35,15 @@ TEST(Printable, EscapesBytesThatAreNotUtf8) {
     EXPECT_EQ(toPrintable("\x80"), "\\x80");
     EXPECT_EQ(toPrintable("\xc0\xaf"), "\\xc0\\xaf");                    // overlong
     EXPECT_EQ(toPrintable("\xe0\x80\xaf"), "\\xe0\\x80\\xaf");           // overlong
-    EXPECT_EQ(toPrintable("\xed\xa0\x80"), "\\xed\\xa0\\x80");           // a surrogate
+    EXPECT_EQ(toPrintable("\xed\xa0\x80"), "\\xed\\xa0\\x80");           // the first surrogate
+    EXPECT_EQ(toPrintable("\xed\xbf\xbf"), "\\xed\\xbf\\xbf");           // the last one
     EXPECT_EQ(toPrintable("\xf4\x90\x80\x80"), "\\xf4\\x90\\x80\\x80");  // beyond the last character
     EXPECT_EQ(toPrintable("\xe2\x82"), "\\xe2\\x82");                    // cut short
     EXPECT_EQ(toPrintable("\xe2(\xa1"), "\\xe2(\\xa1");                  // broken in the middle
+}
+
+TEST(Printable, ReadsNothingBeyondTheText) {
+    EXPECT_EQ(toPrintable(std::string_view("\xe2\x82\xac").substr(0, 2)), "\\xe2\\x82");
 }
 
 TEST(Printable, CountsCharactersNotBytes) {

@@ -28,6 +28,14 @@ TEST(TextTable, AlignsFactsWithoutHeadings) {
     EXPECT_EQ(textOf(table), "Type     FRMW\nVersion  1\n");
 }
 
+TEST(TextTable, AlignsRowsOfDifferentLengths) {
+    TextTable table;
+    table.addRow({"a", "wide", "c"});
+    table.addRow({"longer"});
+    table.addRow({"b", "d", "e"});
+    EXPECT_EQ(textOf(table), "a       wide  c\nlonger\nb       d     e\n");
+}
+
 TEST(TextTable, AlignsCharactersOfSeveralBytes) {
     TextTable table;
     table.addRow({"Gehäuse", "x"});

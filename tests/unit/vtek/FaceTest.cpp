@@ -74,9 +74,9 @@ TEST_F(Face, ARefusedPayloadLeavesThePathAloneAndSaysWhyInTheLog) {
     lab_.write("no payload at all");
     secureWynd wynd;
     wynd.secureWyndInit();
-    std::string path;
+    std::string path = "as before";
     EXPECT_FALSE(wynd.IsPayloadSigned(path));
-    EXPECT_THAT(path, IsEmpty());
+    EXPECT_EQ(path, "as before");
     EXPECT_EQ(wynd.getVTEKError(), 204);
     EXPECT_THAT(log(), HasSubstr("IsPayloadSigned: error 204, payload not in the format: fw.fwp: "));
     EXPECT_FALSE(wynd.StartCopyFile());
@@ -88,6 +88,7 @@ TEST_F(Face, WithoutASessionNothingGoes) {
     std::stringstream out;
     std::string path;
     EXPECT_FALSE(wynd.QueryTVK(out, QUERY_INVENTORY));
+    EXPECT_EQ(wynd.getVTEKError(), 801);
     EXPECT_FALSE(wynd.IsPayloadSigned(path));
     EXPECT_FALSE(wynd.StartCopyFile());
     EXPECT_FALSE(wynd.AddFile("a", "b", ADD_PAYLOAD));
@@ -113,6 +114,23 @@ TEST_F(Face, TheKindIsASetting) {
         lab_.set("repository-kind", std::to_string(kind));
         EXPECT_EQ(static_cast<int>(secureWynd().IsWyndPresent()), kind);
     }
+}
+
+TEST_F(Face, WithoutARepositoryThereIsNoSession) {
+    lab_.set("repository-kind", "0");
+    secureWynd wynd;
+    wynd.secureWyndInit();
+    EXPECT_FALSE(wynd.isSuccess);
+    EXPECT_EQ(wynd.getVTEKError(), 115);
+}
+
+TEST_F(Face, TheInventoryIsQueriedInItsOwnModeOnly) {
+    secureWynd wynd;
+    wynd.secureWyndInit();
+    std::stringstream out;
+    EXPECT_FALSE(wynd.QueryTVK(out, ADD_PAYLOAD));
+    EXPECT_EQ(wynd.getVTEKError(), 801);
+    EXPECT_THAT(out.str(), IsEmpty());
 }
 
 TEST_F(Face, ACorruptStateFailsTheSession) {
@@ -151,6 +169,12 @@ TEST_F(Face, AnIpmiCompletionCodeComesBackAndTheBufferStays) {
     EXPECT_EQ(IPMIReqBuf.bytes[42], 0xEE);
 }
 
+TEST_F(Face, AnIpmiMessageMayFillTheBuffer) {
+    IPMIReqBuf.bytes[71] = 0xEE;
+    EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 40, 40), 0);
+    EXPECT_EQ(IPMIReqBuf.bytes[71], 0);
+}
+
 TEST_F(Face, AnIpmiRequestBeyondTheBufferOrWithoutADeviceFails) {
     EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, nullptr, 10, 12), 0xFF);
     EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 41, 12), 0xFF);
@@ -171,6 +195,7 @@ TEST(FaceWithoutARoot, OffersNothingAndSaysWhy) {
     testing::internal::CaptureStderr();
     secureWynd wynd;
     EXPECT_FALSE(wynd.isSuccess);
+    EXPECT_EQ(wynd.getVTEKError(), 101);
     EXPECT_EQ(wynd.IsWyndPresent(), NO_WYND);
     wynd.secureWyndInit();
     EXPECT_FALSE(wynd.isSuccess);

@@ -1,0 +1,30 @@
+#include "DamagedText.h"
+
+#include <gtest/gtest.h>
+
+namespace tools {
+namespace {
+
+constexpr std::size_t kBound = 65536;
+
+TEST(DamagedText, IsShownLineByLineAfterTheIndent) {
+    EXPECT_EQ(damagedText("<a>\n\n<b", "  "), "  <a>\n  \n  <b\n");
+    EXPECT_EQ(damagedText("<a>\n", "  "), "  <a>\n");
+    EXPECT_EQ(damagedText("", "  "), "");
+}
+
+TEST(DamagedText, IsPrintable) {
+    EXPECT_EQ(damagedText("\x1b[31m", ""), "\\x1b[31m\n");
+}
+
+TEST(DamagedText, IsShownWholeUpToABound) {
+    EXPECT_EQ(damagedText(std::string(kBound, 'x'), " "), " " + std::string(kBound, 'x') + "\n");
+}
+
+TEST(DamagedText, BeyondTheBoundSaysHowMuchIsLeftOut) {
+    EXPECT_EQ(damagedText(std::string(kBound + 10, 'x'), " "),
+              " " + std::string(kBound, 'x') + "\n ... and 10 bytes more\n");
+}
+
+}  // namespace
+}  // namespace tools
