@@ -365,6 +365,12 @@ TEST(Strength, KeysBelowTheBoundAreRefused) {
                  ErrorNumber::None);
 }
 
+TEST(Strength, AKeyOfAnotherKindIsRefused) {
+    Lab lab;
+    expectSigner(lab, test::issue(test::goodSigner(), &lab.authority(), test::makeDsaKey()),
+                 ErrorNumber::SignerWeak);
+}
+
 TEST(Strength, AKeyOnACurveThatNobodyKnowsIsRefused) {
     const Lab lab;
     // The object identifier of the curve P-256, and one that is not given to any curve.

@@ -2,6 +2,7 @@
 
 #include "Payload.h"
 
+#include <openssl/dsa.h>
 #include <openssl/rsa.h>
 
 #include <stdexcept>
@@ -31,6 +32,22 @@ vtek::Identity issue(const vtek::CertificateRequest& request, const vtek::Identi
 vtek::KeyPtr makeRsaKey(unsigned int bits) {
     vtek::startCrypto();
     return vtek::KeyPtr(EVP_RSA_gen(bits));
+}
+
+vtek::KeyPtr makeDsaKey() {
+    vtek::startCrypto();
+    const vtek::KeyContextPtr forParameters(EVP_PKEY_CTX_new_from_name(nullptr, "DSA", nullptr));
+    EVP_PKEY_paramgen_init(forParameters.get());
+    EVP_PKEY_CTX_set_dsa_paramgen_bits(forParameters.get(), 2048);
+    EVP_PKEY_CTX_set_dsa_paramgen_q_bits(forParameters.get(), 256);
+    EVP_PKEY* parameters = nullptr;
+    EVP_PKEY_paramgen(forParameters.get(), &parameters);
+    const vtek::KeyPtr owned(parameters);
+    const vtek::KeyContextPtr forKey(EVP_PKEY_CTX_new(parameters, nullptr));
+    EVP_PKEY_keygen_init(forKey.get());
+    EVP_PKEY* key = nullptr;
+    EVP_PKEY_generate(forKey.get(), &key);
+    return vtek::KeyPtr(key);
 }
 
 std::string makeCms(const std::string& content, const std::vector<const vtek::Identity*>& signers,

@@ -25,6 +25,9 @@ vtek::Identity issue(const vtek::CertificateRequest& request, const vtek::Identi
 /** A key of a kind that the rules judge. */
 vtek::KeyPtr makeRsaKey(unsigned int bits);
 
+/** A key of a kind that the rules do not name, as strong as RSA-2048. */
+vtek::KeyPtr makeDsaKey();
+
 /** How a signature is made. */
 struct CmsForm {
     const EVP_MD* digest = EVP_sha256();
