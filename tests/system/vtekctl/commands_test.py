@@ -16,6 +16,28 @@ INVENTORY = f"""<?xml version="1.0" encoding="UTF-8"?>
   </Device>
 </SVMInventory>
 """
+# A revocation list that says nothing of the next one; nobody looks at its signature.
+ENDLESS_LIST = """\
+asn1 = SEQUENCE:list
+[list]
+content = SEQUENCE:content
+algorithm = SEQUENCE:algorithm
+signature = FORMAT:HEX,BITSTRING:00
+[content]
+version = INTEGER:1
+algorithm = SEQUENCE:algorithm
+issuer = SEQUENCE:issuer
+thisUpdate = UTCTIME:260101000000Z
+[algorithm]
+id = OID:ecdsa-with-SHA256
+[issuer]
+names = SET:names
+[names]
+name = SEQUENCE:name
+[name]
+id = OID:commonName
+value = UTF8:Old Authority
+"""
 SIMULATION = "SIMULATION: a stand-in for the platform's library, no real chassis"
 
 
@@ -125,6 +147,9 @@ COMPONENT  VERSION   TYPE  DEVICE  APPLICATION
         self.done("set", "allow-version", "1.0")
         (entry,) = self.answer("history")
         self.assertEqual((entry["outcome"], entry["toVersion"], entry["override"]), ("override granted", "1.0", True))
+        self.done("set", "allow-version", "")
+        self.done("set", "lock-wait", "1")
+        self.assertEqual(len(self.answer("history")), 1)
 
 
 class Inventory(VtekctlCase):
@@ -190,6 +215,34 @@ lab.pem certificate TIME CN=Lab Authority
                           ("lab.pem", "certificate", "CN=Lab Authority")])
         self.assertEqual(self.done("trust", "remove", "authority.crl"), "")
         self.assertEqual(len(self.answer("trust", "list")), 1)
+
+    def test_the_list_says_whose_and_until_when(self):
+        self.openssl("req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-keyout",
+                     "between.key", "-out", "between.pem", "-subj", "/CN=Between", "-days", "7",
+                     "-CA", self.keys / "authority.pem", "-CAkey", self.keys / "authority.key")
+        self.done("trust", "add", "between.pem")
+        self.done("trust", "add", self.keys / "authority.crl")
+        iso = ("-noout", "-dateopt", "iso_8601", "-in")
+        list_until = self.openssl("crl", "-nextupdate", *iso, self.keys / "authority.crl").strip()
+        until = self.openssl("x509", "-enddate", *iso, "between.pem").strip()
+        self.assertEqual([[row["name"], row["until"]] for row in self.answer("trust", "list")],
+                         [["CN=Lab Authority", list_until.removeprefix("nextUpdate=")],
+                          ["CN=Between", until.removeprefix("notAfter=")]])
+
+    def test_a_list_may_have_no_end(self):
+        (self.folder / "list.conf").write_text(ENDLESS_LIST)
+        self.openssl("asn1parse", "-genconf", "list.conf", "-noout", "-out", "list.der")
+        self.openssl("crl", "-inform", "DER", "-in", "list.der", "-out", "list.crl")
+        self.done("trust", "add", "list.crl")
+        self.assertEqual([(row["name"], row["until"]) for row in self.answer("trust", "list")],
+                         [("CN=Old Authority", "never")])
+
+    def test_a_file_of_the_same_name_is_replaced(self):
+        self.done("trust", "add", self.keys / "authority.pem", "--name", "one", umask=0)
+        self.done("trust", "add", self.keys / "authority.crl", "--name", "one", umask=0)
+        self.assertEqual([row["kind"] for row in self.answer("trust", "list")], ["revocation list"])
+        self.assertEqual(stat.S_IMODE((self.root / "trust" / "one").stat().st_mode), 0o644)
+        self.assertEqual(sorted(os.listdir(self.root)), ["log", "repository", "staging", "state.db", "trust"])
 
     def test_refusals_leave_the_trust_store_as_it_is(self):
         self.done("trust", "add", self.keys / "authority.pem")

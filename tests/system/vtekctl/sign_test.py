@@ -4,7 +4,6 @@
 """
 
 import os
-import subprocess
 import tarfile
 import zipfile
 
@@ -65,10 +64,8 @@ class Sign(VtekctlCase):
             self.sign(*self.signer(), environment=moment)
             payload = self.payload.read_bytes()
             signature.write_bytes(payload[-8 - int.from_bytes(payload[-8:], "big"):-8])
-            printed = subprocess.run(["openssl", "cms", "-cmsout", "-print", "-inform", "DER", "-in", signature],
-                                     check=True, capture_output=True, text=True).stdout
-            begins = subprocess.run(["openssl", "x509", "-noout", "-startdate", "-in", self.keys / "signer.pem"],
-                                    check=True, capture_output=True, text=True).stdout
+            printed = self.openssl("cms", "-cmsout", "-print", "-inform", "DER", "-in", signature)
+            begins = self.openssl("x509", "-noout", "-startdate", "-in", self.keys / "signer.pem")
             self.assertIn(f"UTCTIME:{shown or begins.strip().removeprefix('notBefore=')}", printed)
 
     def test_a_source_date_that_is_none_is_refused(self):
@@ -113,8 +110,7 @@ class Sign(VtekctlCase):
 
     def test_data_that_is_no_signed_data_is_refused(self):
         enveloped = self.folder / "firmware.cms"
-        subprocess.run(["openssl", "cms", "-data_create", "-binary", "-in", self.description, "-outform", "DER",
-                        "-out", enveloped], check=True)
+        self.openssl("cms", "-data_create", "-binary", "-in", self.description, "-outform", "DER", "-out", enveloped)
         self.before = sorted(os.listdir(self.folder))
         self.assert_refused(222, "sign", *self.recipe(), "--signature", enveloped, "-o", self.payload)
         self.assert_nothing_made()

@@ -95,12 +95,16 @@ class VtekctlCase(unittest.TestCase):
         """Makes a package."""
         return self.done("pack", *self.recipe(), *self.signer(), "-o", output, *options, **settings)
 
+    def openssl(self, *arguments):
+        """Runs OpenSSL's own command in this test's folder; returns what it prints."""
+        return subprocess.run(["openssl", *map(str, arguments)], cwd=self.folder, check=True, capture_output=True,
+                              text=True).stdout
+
     def elsewhere_signed(self, archive, *options):
         """A signature over an archive, made by OpenSSL's own command."""
         signature = self.folder / "firmware.cms"
-        subprocess.run(["openssl", "cms", "-sign", "-binary", "-md", "sha256", "-outform", "DER", "-in", archive,
-                        "-signer", self.keys / "signer.pem", "-inkey", self.keys / "signer.key", "-out", signature,
-                        *options], check=True)
+        self.openssl("cms", "-sign", "-binary", "-md", "sha256", "-outform", "DER", "-in", archive, "-signer",
+                     self.keys / "signer.pem", "-inkey", self.keys / "signer.key", "-out", signature, *options)
         return signature
 
 
