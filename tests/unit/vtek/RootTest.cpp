@@ -1,12 +1,15 @@
 #include "Lab.h"
 #include "Root.h"
+#include "Store.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 
 namespace {
 
@@ -115,6 +118,23 @@ TEST(Root, IsMadeOnlyOfANewOrEmptyFolder) {
 
 // What lies in the root is held to the same rules.
 
+TEST(RootContent, OthersMayReadItButForStaging) {
+    const test::TempDir folder;
+    const mode_t before = umask(0);
+    const auto root = Root::create((folder / "new").string(), geteuid());
+    const bool made = root && vtek::Store::create(*root);
+    umask(before);
+    ASSERT_TRUE(made);
+    std::map<std::string, unsigned int> modes;
+    for (const auto& entry : std::filesystem::directory_iterator(folder / "new")) {
+        modes[entry.path().filename()] = static_cast<unsigned int>(entry.status().permissions());
+    }
+    EXPECT_EQ(
+        modes,
+        (std::map<std::string, unsigned int>{
+            {"log", 0755}, {"repository", 0755}, {"staging", 0700}, {"state.db", 0644}, {"trust", 0755}}));
+}
+
 TEST(RootContent, StateThatIsALinkSharedOrOpenToOtherWritersIsRefused) {
     const Lab lab;
     const auto state = lab.rootPath() / "state.db";
@@ -142,6 +162,24 @@ TEST(RootContent, ALockThatIsALinkOrOpenToOtherWritersIsRefused) {
     EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable}));
     std::filesystem::permissions(lock, perms::others_write, perm_options::remove);
     EXPECT_EQ(lab.update(), (UpdateOutcome{"done"}));
+}
+
+TEST(RootContent, StateOrALockThatIsNoPlainFileIsRefused) {
+    const Lab lab;
+    ASSERT_EQ(mkfifo((lab.rootPath() / "lock").c_str(), 0644), 0);
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable}));
+    std::filesystem::remove(lab.rootPath() / "lock");
+    std::filesystem::remove(lab.rootPath() / "state.db");
+    ASSERT_EQ(mkfifo((lab.rootPath() / "state.db").c_str(), 0644), 0);
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
+}
+
+TEST(RootContent, StagingOrRepositoryThatIsOpenToOtherWritersIsRefused) {
+    for (const std::string name : {"staging", "repository"}) {
+        const Lab lab;
+        std::filesystem::permissions(lab.rootPath() / name, perms::others_write, perm_options::add);
+        EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable})) << name;
+    }
 }
 
 TEST(RootContent, StagingOrRepositoryThatIsALinkIsRefused) {
