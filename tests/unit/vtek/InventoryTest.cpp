@@ -74,8 +74,12 @@ TEST_F(InventoryTest, WhatWasWrittenComesBackTheSame) {
 
 TEST_F(InventoryTest, RefusesTextsThatNoDocumentCanHold) {
     for (const std::string& text : {std::string("bell\a"), std::string("\xFF"), std::string("nul\0", 4),
-                                    std::string("\xED\xA0\x80"), std::string("\xC3")}) {
+                                    std::string("\x1F"), std::string("\xED\xA0\x80"), std::string("\xC3"),
+                                    std::string("\xEF\xBF\xBE"), std::string("\xEF\xBF\xBF")}) {
         EXPECT_EQ(inventory_.add({text, "", {}}).error().number, ErrorNumber::InvalidArgument);
+        EXPECT_EQ(inventory_.add({"x", text, {}}).error().number, ErrorNumber::InvalidArgument);
+        EXPECT_EQ(inventory_.add({"x", "", {{text, "", ""}}}).error().number, ErrorNumber::InvalidArgument);
+        EXPECT_EQ(inventory_.add({"x", "", {{"", "", text}}}).error().number, ErrorNumber::InvalidArgument);
         EXPECT_EQ(inventory_.add({"x", "", {{"", text, ""}}}).error().number, ErrorNumber::InvalidArgument);
     }
 }

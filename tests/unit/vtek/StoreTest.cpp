@@ -7,8 +7,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
+#include <thread>
 
 namespace {
 
@@ -75,6 +77,46 @@ TEST(Store, WithADamagedPageIsRefusedBeforeAnythingIsChanged) {
     test::writeFile(lab.rootPath() / "state.db", bytes);
     EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::StateCorrupt}));
     EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "repository"));
+}
+
+TEST(Store, WithDamagedTablesIsCorrupt) {
+    const Lab lab;
+    std::string bytes = test::readFile(lab.rootPath() / "state.db");
+    constexpr std::size_t kFirstPage = 4096;
+    bytes.replace(kFirstPage, std::string::npos, bytes.size() - kFirstPage, '\xAA');
+    test::writeFile(lab.rootPath() / "state.db", bytes);
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateCorrupt}));
+}
+
+TEST(Store, OpenedToReadIsNotWritten) {
+    const Lab lab;
+    const vtek::Root root = lab.root();
+    auto store = Store::open(root, Store::Mode::Read);
+    EXPECT_EQ(store->setSetting("lock-wait", "7").error().number, ErrorNumber::RepositoryUnwritable);
+}
+
+TEST(Store, WhatIsNotCommittedIsNotThere) {
+    const Lab lab;
+    const vtek::Root root = lab.root();
+    auto store = Store::open(root, Store::Mode::Write);
+    {
+        const auto transaction = vtek::Transaction::begin(store->database());
+        ASSERT_TRUE(transaction);
+        ASSERT_TRUE(store->setSetting("lock-wait", "7"));
+    }
+    EXPECT_TRUE(store->settings()->empty());
+}
+
+TEST(Store, ThatIsLockedForAMomentIsWaitedFor) {
+    const Lab lab;
+    sqlite3* raw = nullptr;
+    ASSERT_EQ(sqlite3_open((lab.rootPath() / "state.db").c_str(), &raw), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(raw, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+    const std::jthread holder([raw] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        sqlite3_close(raw);
+    });
+    EXPECT_EQ(openingFails(lab, Store::Mode::Read), ErrorNumber::None);
 }
 
 TEST(Store, LockedBySomebodyElseIsBusyForReadersThatCannotWait) {
