@@ -3,6 +3,7 @@
     documents_test.py VTEKCTL QRXINSPECT QRXUPDATE SOURCE_FOLDER MANUAL_PAGES
 """
 
+import os
 import pathlib
 import re
 import subprocess
@@ -155,7 +156,7 @@ class Program(unittest.TestCase):
         """A wrong command line ends with 1; after -h nothing is read."""
         with tempfile.TemporaryDirectory() as folder:
             return subprocess.run([TOOLS["qrxupdate"], option, "-h"], cwd=folder, check=False, capture_output=True,
-                                  env={"VTEK_ROOT": folder}).returncode == 0
+                                  env={**os.environ, "VTEK_ROOT": folder}).returncode == 0
 
 
 unittest.main(argv=["documents"], verbosity=2)

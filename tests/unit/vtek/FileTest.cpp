@@ -16,14 +16,22 @@ namespace {
 using testing::ElementsAre;
 
 TEST(File, DescriptorsStayAboveTheStandardOnes) {
-    const int saved = dup(0);
-    close(0);
+    for (const int standard : {0, 1, 2}) {
+        const int saved = dup(standard);
+        close(standard);
+        const auto file = vtek::openAt(vtek::kWorkingFolder, "/dev/null", O_RDONLY);
+        const int left = fcntl(standard, F_GETFD);
+        dup2(saved, standard);
+        close(saved);
+        EXPECT_GT(file.get(), 2);
+        EXPECT_EQ(left, -1);
+        EXPECT_EQ(fcntl(file.get(), F_GETFD), FD_CLOEXEC);
+    }
+}
+
+TEST(File, DescriptorsAreKeptFromOtherPrograms) {
     const auto file = vtek::openAt(vtek::kWorkingFolder, "/dev/null", O_RDONLY);
-    EXPECT_GT(file.get(), 2);
-    EXPECT_EQ(fcntl(0, F_GETFD), -1);
     EXPECT_EQ(fcntl(file.get(), F_GETFD), FD_CLOEXEC);
-    dup2(saved, 0);
-    close(saved);
 }
 
 TEST(File, ReadWholeStopsAtItsBound) {

@@ -54,6 +54,17 @@ TEST_F(LogTest, ANewRunGoesOnInTheSameFile) {
     EXPECT_EQ(linesOf(file()).size(), 3U);
 }
 
+TEST_F(LogTest, TwoRunsAtOnceLoseNoLine) {
+    vtek::Log other(&root_);
+    log_.write("a", 1, "first");
+    other.write("b", 2, "second");
+    log_.write("a", 3, "third");
+    const auto lines = linesOf(file());
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_THAT(lines[2], MatchesRegex(std::string(kStamp) + "b:2: second"));
+    EXPECT_THAT(lines[3], MatchesRegex(std::string(kStamp) + "a:3: third"));
+}
+
 TEST_F(LogTest, AMessageStaysOneLine) {
     log_.write("a\nb", 1, "two\nlines\r\x1b[31m\x7f and \xC3\xBC");
     const auto lines = linesOf(file());
