@@ -146,19 +146,19 @@ Result<RevocationListPtr> makeRevocationList(const Identity& authority, std::tim
 }
 
 std::string toPem(X509* certificate) {
-    const BioPtr bio(BIO_new(BIO_s_mem()));
+    const auto bio = required(BioPtr(BIO_new(BIO_s_mem())));
     PEM_write_bio_X509(bio.get(), certificate);
     return textOf(bio.get());
 }
 
 std::string toPem(X509_CRL* list) {
-    const BioPtr bio(BIO_new(BIO_s_mem()));
+    const auto bio = required(BioPtr(BIO_new(BIO_s_mem())));
     PEM_write_bio_X509_CRL(bio.get(), list);
     return textOf(bio.get());
 }
 
 std::string toPem(EVP_PKEY* key) {
-    const BioPtr bio(BIO_new(BIO_s_mem()));
+    const auto bio = required(BioPtr(BIO_new(BIO_s_mem())));
     PEM_write_bio_PKCS8PrivateKey(bio.get(), key, nullptr, nullptr, 0, nullptr, nullptr);
     return textOf(bio.get());
 }

@@ -8,6 +8,7 @@
 #include <libxml/xpath.h>
 
 #include <memory>
+#include <optional>
 
 namespace vtek {
 
@@ -24,10 +25,10 @@ struct FreeXPath {
 using XPathContextPtr = std::unique_ptr<xmlXPathContext, FreeXPath>;
 using XPathObjectPtr = std::unique_ptr<xmlXPathObject, FreeXPath>;
 
-/** The value of an expression that is a text; empty when there is none. */
-std::string textAt(xmlXPathContext* context, const char* expression) {
+/** The value of an expression that is a text; absent when there is no memory for it. */
+std::optional<std::string> textAt(xmlXPathContext* context, const char* expression) {
     const XPathObjectPtr value(xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression), context));
-    return value && value->stringval != nullptr ? toChars(value->stringval) : "";
+    return value ? std::optional<std::string>(toChars(value->stringval)) : std::nullopt;
 }
 
 }  // namespace
@@ -45,11 +46,15 @@ Result<PackageDescription> readPackageDescription(int folder, const std::string&
         return Error{onFailure, path + " is no well-formed XML without a document type"};
     }
     const XPathContextPtr context(xmlXPathNewContext(document.get()));
-    PackageDescription description{textAt(context.get(), kComponentId), textAt(context.get(), kVersion)};
-    if (description.componentId.empty()) {
+    const auto componentId = textAt(context.get(), kComponentId);
+    const auto version = textAt(context.get(), kVersion);
+    if (!componentId || !version) {
+        return Error{ErrorNumber::Internal, "no memory to look into " + path};
+    }
+    if (componentId->empty()) {
         return Error{onFailure, path + " names no component: its first supported device has no componentID"};
     }
-    return description;
+    return PackageDescription{*componentId, *version};
 }
 
 }  // namespace vtek
