@@ -121,7 +121,9 @@ private:
         const fs::path archive = output.string() + ".tar.gz";
         VTEK_TRY(publish(workshop / kArchive, archive, Existing::Kept));
         if (Status published = publish(workshop / kFolder, output, Existing::Kept); !published) {
-            fs::remove(archive);
+            if (fs::exists(workshop / kFolder)) {
+                fs::remove(archive);
+            }
             return published;
         }
         std::cout << "made " << output.string() << " and " << archive.string() << '\n';

@@ -24,10 +24,10 @@ using vtek::Status;
 constexpr mode_t kTrustMode = 0644;
 
 std::string timeText(const ASN1_TIME* time) {
-    const vtek::BioPtr bio(BIO_new(BIO_s_mem()));
     if (time == nullptr) {
         return "never";
     }
+    const auto bio = vtek::required(vtek::BioPtr(BIO_new(BIO_s_mem())));
     ASN1_TIME_print_ex(bio.get(), time, ASN1_DTFLGS_ISO8601);
     const char* bytes = nullptr;
     const long size = BIO_get_mem_data(bio.get(), &bytes);
