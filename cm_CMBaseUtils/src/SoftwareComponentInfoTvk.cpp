@@ -16,10 +16,8 @@ constexpr int kIndentationLevel = 0;
 constexpr int kFormatted = 1;
 
 XmlDocPtr parseXml(std::string_view text) {
-    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        return nullptr;
-    }
-    return XmlDocPtr(xmlParseMemory(text.data(), static_cast<int>(text.size())));
+    const bool fits = text.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
+    return XmlDocPtr(fits ? xmlParseMemory(text.data(), static_cast<int>(text.size())) : nullptr);
 }
 
 /** Appends the element's text to out. False when no buffer could be made. */

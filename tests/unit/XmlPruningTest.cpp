@@ -9,9 +9,11 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <optional>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace test {
@@ -220,6 +222,13 @@ TEST_F(XmlPruning, LeavesOutTheChildrenOfTheRootThatAreNotWanted) {
     const XmlBufferPtr buffer(xmlBufferCreate());
     xmlNodeDump(buffer.get(), doc.get(), xmlDocGetRootElement(doc.get()), 0, 0);
     EXPECT_STREQ(asChars(xmlBufferContent(buffer.get())), "<r><c><a/></c><a/></r>");
+}
+
+TEST_F(XmlPruning, ATextBeyondWhatLibxml2CanCountIsNone) {
+    const std::string_view sound = "<r/>";
+    // Nobody may look behind the text's end to see that it is none.
+    const std::string_view beyond(sound.data(), std::size_t{std::numeric_limits<int>::max()} + 1);
+    EXPECT_EQ(parseXmlPruned(beyond, [](const xmlNode*) { return true; }), nullptr);
 }
 
 TEST_F(XmlPruning, DiffersInNothingThatIsWanted) {
