@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <optional>
@@ -74,6 +75,23 @@ TEST(Lock, NamesItsHolder) {
     EXPECT_THAT(refused.error().message,
                 HasSubstr("process " + std::to_string(holder.pid()) + ", started 2"));
     EXPECT_THAT(refused.error().message, HasSubstr("command: "));
+}
+
+TEST(Lock, HoldsTheHoldersDescriptionAndNothingElse) {
+    const Lab lab;
+    const auto file = lab.rootPath() / "lock";
+    test::writeFile(file, std::string(2000, 'x'));
+    const vtek::Root root = lab.root();
+    const auto lock = Lock::acquire(root, milliseconds(0));
+    ASSERT_TRUE(lock);
+    EXPECT_EQ(test::readFile(file), vtek::describeProcess());
+}
+
+TEST(Lock, DescribesAProcessInOneLineThatATerminalShows) {
+    const std::string description = vtek::describeProcess();
+    EXPECT_TRUE(std::all_of(description.begin(), description.end(), [](char c) {
+        return c >= ' ' && c <= '~';
+    })) << description;
 }
 
 TEST(Lock, TellsWhenItsHolderStartedAndNotWhenItTookTheLock) {

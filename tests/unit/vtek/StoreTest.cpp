@@ -212,6 +212,10 @@ TEST(Repository, TheFirstUpdateRollsBackToTheStateAsDelivered) {
     const vtek::Root root = lab.root();
     ASSERT_TRUE(vtek::Repository::open(root)->rollBack());
     EXPECT_EQ(lab.version(), "1.00");
+    auto store = Store::open(root, Store::Mode::Read);
+    const auto entry = store->history()->back();
+    EXPECT_EQ(entry.fromVersion, "2.00");
+    EXPECT_EQ(entry.toVersion, "1.00");
     EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "repository"));
 }
 

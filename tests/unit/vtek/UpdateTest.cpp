@@ -1,4 +1,5 @@
 #include "Lab.h"
+#include "Repository.h"
 #include "Store.h"
 #include "Update.h"
 
@@ -141,6 +142,24 @@ TEST(Update, StepsOutOfOrderAreRefused) {
     EXPECT_EQ(update.add("Chassis/fw.fwp").error().number, ErrorNumber::OutOfOrder);
     EXPECT_EQ(update.unpack().error().number, ErrorNumber::OutOfOrder);
     EXPECT_EQ(update.commit().error().number, ErrorNumber::OutOfOrder);
+}
+
+TEST(Update, NoStepIsTakenTwice) {
+    const Lab lab;
+    const vtek::Root root = lab.root();
+    const vtek::UniqueFd folder = vtek::openAt(vtek::kWorkingFolder, lab.package().string(), O_RDONLY);
+    vtek::Update update(root, folder.get(), test::kNow);
+    ASSERT_TRUE(update.check());
+    EXPECT_EQ(update.check().error().number, ErrorNumber::OutOfOrder);
+    ASSERT_TRUE(update.start());
+    EXPECT_EQ(update.start().error().number, ErrorNumber::OutOfOrder);
+    ASSERT_TRUE(update.add("Chassis/fw.fwp"));
+    EXPECT_EQ(update.add("Chassis/other.fwp").error().number, ErrorNumber::OutOfOrder);
+    ASSERT_TRUE(update.unpack());
+    EXPECT_EQ(update.unpack().error().number, ErrorNumber::OutOfOrder);
+    ASSERT_TRUE(update.commit());
+    EXPECT_EQ(update.commit().error().number, ErrorNumber::OutOfOrder);
+    EXPECT_TRUE(vtek::Repository::open(root)) << "in force, it holds the repository no longer";
 }
 
 TEST(Update, AnEmptyOrForeignDestinationIsRefused) {
@@ -379,7 +398,13 @@ TEST(Update, AComponentThatGoesBeforeTheCommitIsRefused) {
 TEST(Update, AnUmaskOfZeroOpensNothingToOthers) {
     const Lab lab;
     const mode_t before = umask(0);
-    EXPECT_EQ(lab.update(), kDone);
+    EXPECT_EQ(lab.update([&](const std::string& step) {
+        if (step == "commit") {
+            EXPECT_EQ(std::filesystem::status(lab.rootPath() / "staging/1").permissions(),
+                      std::filesystem::perms::owner_all);
+        }
+    }),
+              kDone);
     umask(before);
     for (const auto& item : std::filesystem::recursive_directory_iterator(lab.rootPath())) {
         EXPECT_EQ(item.status().permissions() &
@@ -387,6 +412,15 @@ TEST(Update, AnUmaskOfZeroOpensNothingToOthers) {
                   std::filesystem::perms::none)
             << item.path();
     }
+}
+
+TEST(Update, AStrictUmaskKeepsNobodyFromTheGeneration) {
+    const Lab lab;
+    const mode_t before = umask(077);
+    EXPECT_EQ(lab.update(), kDone);
+    umask(before);
+    EXPECT_EQ(std::filesystem::status(lab.rootPath() / "repository/1").permissions(),
+              std::filesystem::perms(0755));
 }
 
 TEST(Update, WithoutStandardDescriptorsNothingLandsInOne) {
