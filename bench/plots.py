@@ -52,7 +52,7 @@ def growth_plot(results):
 set title "Processor time per item, as a share of that at the smallest number"
 set xlabel "times as many"
 set logscale x
-set yrange [0:2]
+set yrange [0:*]
 set grid
 set key outside
 plot 1.5 with lines dashtype 2 linecolor rgb "#cc3311" title "goal", """ + ", \\\n  ".join(plots) + "\n"

@@ -71,7 +71,7 @@ def growth(results):
         numbers, times, waits = (" / ".join(texts) for texts in (
             [f"{size:,g}" for size in processor], [f"{cost * 1e6:,.2f}" for cost in processor.values()],
             [f"{cost * 1e6:,.2f}" for cost in wall.values()]))
-        yield f"| {series['name']} | {numbers} | {times} | {waits} | {ratio_text(worst_growth(processor), 1.5)} |"
+        yield f"| {series['name']} | {numbers} | {times} | {waits} | {ratio_text(worst_growth(processor), series.get('goal', 1.5))} |"
 
 
 def instructions(results):

@@ -132,6 +132,7 @@ bool CSoftwareComponentInfo::getPresenceOfRollbackInfo() {
 }
 
 void CSoftwareComponentInfo::parsePackageXml() {
+    m_pXmlDoc.reset();  // first, so that never two are in memory
     m_pXmlDoc.reset(xmlParseFile(m_strPackageXmlPath.c_str()));
 }
 

@@ -51,6 +51,11 @@ void appendOrRefuse(bool alreadyListed, std::vector<CDeviceInfo*>& list, CDevice
  *  nothing that it lists; frees what it refuses. */
 class CDependencyList {
 public:
+    explicit CDependencyList(std::size_t expected) {
+        m_vecDevices.reserve(expected);
+        m_index.reserve(expected);
+    }
+
     void add(DeviceInfoPtr device) {
         // cppcheck-suppress danglingLifetime ; what the index takes in is released below, not freed
         const bool alreadyListed = !m_index.insert(device.get()).second;
@@ -179,7 +184,7 @@ std::vector<CDeviceInfo*> CSoftwareComponentInfo::getDependencyInfo() {
         debugLog("CSoftwareComponentInfo::getDependencyInfo() ParseXmlUsingXpath failed");
         return {};
     }
-    CDependencyList list;
+    CDependencyList list(nodesOf(dependencies).size());
     SPCIInfo current;  // one for all dependencies: what a PCIInfo lacks carries over
     for (const xmlNode* dependency : nodesOf(dependencies)) {
         if (!addDependency(dependency, current, list)) {
