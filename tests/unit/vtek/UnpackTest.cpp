@@ -126,6 +126,27 @@ TEST_P(Formats, TooManyBytesAreRefused) {
                   ErrorNumber::ArchiveTooLarge);
 }
 
+TEST(Unpack, AsManyBytesAsAreAllowedAreTaken) {
+    const Lab lab;
+    const std::size_t allowed = formatManifest(lab.manifest()).size() + 200000;
+    lab.sign(lab.archiveOf(Format::Zip, {{"big", std::string(200000, 'b')}}));
+    lab.set("unpack-bytes", std::to_string(allowed - 1));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"unpack", ErrorNumber::ArchiveTooLarge}));
+    lab.set("unpack-bytes", std::to_string(allowed));
+    EXPECT_EQ(lab.update(), kDone);
+}
+
+TEST(Unpack, WhatTheHeadersTakeCountsToo) {
+    const Lab lab;
+    lab.set("unpack-bytes", "100000");
+    std::vector<Entry> entries;
+    for (int i = 0; i < 300; ++i) {
+        entries.push_back({"empty" + std::to_string(i)});
+    }
+    entries.push_back({"last", "x"});
+    expectRefused(lab, lab.archiveOf(Format::TarGz, entries), ErrorNumber::ArchiveTooLarge);
+}
+
 TEST(Unpack, ADecompressionBombIsRefused) {
     const Lab lab;
     const std::string zeros(64 * 1024 * 1024, '\0');

@@ -336,6 +336,8 @@ TEST(Update, AnArchiveWhoseFirstEntryIsNoManifestIsRefused) {
     const Lab lab;
     lab.sign(makeArchive(Format::Tar, {{"main.bin", "x"}, {"manifest.xml", formatManifest(lab.manifest())}}));
     expectRefused(lab, {"check", ErrorNumber::ManifestInvalid});
+    lab.sign(makeArchive(Format::Tar, {{"other.xml", formatManifest(lab.manifest())}}));
+    expectRefused(lab, {"check", ErrorNumber::ManifestInvalid});
     lab.sign(makeArchive(Format::Tar, {{"manifest.xml", "<VtekManifest/>"}}));
     expectRefused(lab, {"check", ErrorNumber::ManifestInvalid});
     lab.sign(makeArchive(Format::Tar, {{"manifest.xml", "", 'd'}}));
