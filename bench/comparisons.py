@@ -67,8 +67,12 @@ def update(programs, root, fresh, package):
         shutil.rmtree(root, ignore_errors=True)
         shutil.copytree(fresh, root)
         settle(root)
+
+    def check():
+        if not (root / "repository/1").is_dir():
+            raise RuntimeError(f"no update of {root}: {(root / 'log/vtek.log').read_text(encoding='utf-8')}")
     return Command([programs.qrxupdate, "-u"], environment={"VTEK_ROOT": str(root)}, folder=package,
-                   prepare=make_anew)
+                   prepare=make_anew, check=check)
 
 
 def settle(folder):
@@ -97,7 +101,6 @@ def update_comparison(workshop, fresh, size, deflated, rounds):
     """One size, one way to pack it."""
     kind = "deflated" if deflated else "stored"
     package = workshop.package(f"package-{size}-{kind}", size, files=4, deflated=deflated)
-    workshop.take_apart(package)
     manual, extracted = workshop.folder / "by-hand", workshop.folder / "by-rauc"
     commands = {
         OURS: update(workshop.programs, workshop.folder / "updated", fresh, package),

@@ -20,18 +20,19 @@ class Sample(NamedTuple):
 
 
 def nothing():
-    """Prepares nothing."""
+    """Neither prepares nor checks anything."""
 
 
 @dataclass
 class Command:
-    """A program to measure, and what has to be done, unmeasured, before each of its runs."""
+    """A program to measure, and what has to be done, unmeasured, before and after each of its runs."""
 
     arguments: list
     needs: tuple = ()  # tools, as the shell finds them
     environment: dict = field(default_factory=dict)
     folder: str = "."
     prepare: Callable = nothing
+    check: Callable = nothing  # raises an error unless the run has done its job
 
     def missing(self):
         """The tools that this machine lacks."""
@@ -54,6 +55,7 @@ class Command:
         process.returncode = os.waitstatus_to_exitcode(status)
         if process.returncode != 0:
             raise RuntimeError(f"{self.arguments} ends with {process.returncode}: {errors.decode(errors='replace')}")
+        self.check()
         return Sample(wall, usage.ru_utime + usage.ru_stime, usage.ru_maxrss)
 
 

@@ -1,10 +1,10 @@
 """Makes what the measured programs work on: chassis, inventories, packages, and the stock tools' counterparts."""
 
-import os
 import pathlib
 import random
 import shutil
 import subprocess
+import tarfile
 import zipfile
 
 COMPONENT = "25227"
@@ -68,38 +68,40 @@ class Workshop:
         return path
 
     def package(self, name, size, files=1, deflated=False):
-        """An update package whose payload holds this many bytes, in this many files; returns its folder.
+        """An update package whose payload is a zip of this many bytes, in this many files; returns its folder.
 
-        Beside the payload lie its two parts, for tools that want them apart: the archive and the signature.
+        Beside the payload lie its two parts, for tools that want them apart: archive.zip and archive.cms.
         """
         package = self.folder / name
         package.mkdir()
         (package / "package.xml").write_text(package_xml(), encoding="utf-8")
-        content = self.folder / f"{name}.zip"
-        with zipfile.ZipFile(content, "w", zipfile.ZIP_DEFLATED if deflated else zipfile.ZIP_STORED,
-                             compresslevel=1) as archive:
+        archive, signature = package / "archive.zip", package / "archive.cms"
+        with zipfile.ZipFile(archive, "w", zipfile.ZIP_DEFLATED if deflated else zipfile.ZIP_STORED,
+                             compresslevel=1) as content:
+            content.writestr("manifest.xml", self._manifest(package))
             for number in range(files):
-                with archive.open(f"part-{number % 100}/file-{number}.bin", "w", force_zip64=True) as entry:
+                with content.open(f"part-{number % 100}/file-{number}.bin", "w") as entry:
                     for block in blocks(size // files):
                         entry.write(block)
-        self._run(self.programs.vtekctl, "sign", content, "-o", package / "firmware.fwp",
-                  "--package", package / "package.xml", "--component", COMPONENT, "--package-version", "2.0",
-                  "--chassis", "LAB-CHASSIS", "--certificate", self.keys / "signer.pem",
-                  "--key", self.keys / "signer.key")
-        content.unlink()
+        self._run("openssl", "cms", "-sign", "-binary", "-md", "sha256", "-outform", "DER", "-in", archive,
+                  "-signer", self.keys / "signer.pem", "-inkey", self.keys / "signer.key", "-out", signature)
+        shutil.copy(archive, package / "firmware.fwp")
+        with (package / "firmware.fwp").open("ab") as payload:
+            payload.write(signature.read_bytes() + signature.stat().st_size.to_bytes(8, "big"))
         return package
 
-    def take_apart(self, package):
-        """Writes a payload's archive and signature to files of their own, archive.zip and archive.cms."""
-        payload = package / "firmware.fwp"
-        size = payload.stat().st_size
-        with payload.open("rb") as source:
-            source.seek(size - 8)
-            signature = int.from_bytes(source.read(8), "big")
-            source.seek(size - 8 - signature)
-            (package / "archive.cms").write_bytes(source.read(signature))
-        shutil.copy(payload, package / "archive.zip")
-        os.truncate(package / "archive.zip", size - 8 - signature)
+    def _manifest(self, package):
+        """The manifest of every payload for this package description."""
+        empty, unsigned = package / "empty", package / "unsigned.fwp"
+        empty.mkdir()
+        self._run(self.programs.vtekctl, "sign", empty, "-o", unsigned, "--unsigned", "--format", "tar", "--package",
+                  package / "package.xml", "--component", COMPONENT, "--package-version", "2.0", "--chassis",
+                  "LAB-CHASSIS")
+        with tarfile.open(unsigned) as archive:
+            manifest = archive.extractfile("manifest.xml").read()
+        empty.rmdir()
+        unsigned.unlink()
+        return manifest
 
     def bundle(self, name, size, deflated):
         """A RAUC bundle of one image of this many bytes; returns the file."""

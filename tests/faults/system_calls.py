@@ -11,7 +11,7 @@ from dataclasses import dataclass
 FITTING = {
     **dict.fromkeys(["openat", "openat2"], ("EIO", "ENOSPC", "EINTR", "EACCES")),
     **dict.fromkeys(["read", "pread64", "getdents64", "fstatfs"], ("EIO", "EINTR")),
-    **dict.fromkeys(["write", "pwrite64", "fsync", "fdatasync", "ftruncate", "fallocate"], ("EIO", "ENOSPC", "EINTR")),
+    **dict.fromkeys(["write", "pwrite64", "fsync", "fdatasync", "syncfs", "sync_file_range", "ftruncate", "fallocate"], ("EIO", "ENOSPC", "EINTR")),
     **dict.fromkeys(["mkdirat", "renameat", "renameat2"], ("EIO", "ENOSPC", "EACCES")),
     **dict.fromkeys(["unlink", "unlinkat", "newfstatat", "fchown", "fchmod", "fchmodat"], ("EIO", "EACCES")),
     **dict.fromkeys(["flock", "close"], ("EIO", "EINTR")),

@@ -17,6 +17,8 @@ struct FreeCrypto {
     void operator()(ASN1_TIME* time) const { ASN1_TIME_free(time); }
     void operator()(BIO* bio) const { BIO_free_all(bio); }
     void operator()(CMS_ContentInfo* cms) const { CMS_ContentInfo_free(cms); }
+    void operator()(EVP_MAC* mac) const { EVP_MAC_free(mac); }
+    void operator()(EVP_MAC_CTX* context) const { EVP_MAC_CTX_free(context); }
     void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
     void operator()(EVP_PKEY_CTX* context) const { EVP_PKEY_CTX_free(context); }
     void operator()(X509* certificate) const { X509_free(certificate); }
@@ -29,6 +31,8 @@ struct FreeCrypto {
 using TimePtr = std::unique_ptr<ASN1_TIME, FreeCrypto>;
 using BioPtr = std::unique_ptr<BIO, FreeCrypto>;
 using CmsPtr = std::unique_ptr<CMS_ContentInfo, FreeCrypto>;
+using MacPtr = std::unique_ptr<EVP_MAC, FreeCrypto>;
+using MacContextPtr = std::unique_ptr<EVP_MAC_CTX, FreeCrypto>;
 using KeyPtr = std::unique_ptr<EVP_PKEY, FreeCrypto>;
 using KeyContextPtr = std::unique_ptr<EVP_PKEY_CTX, FreeCrypto>;
 using CertificatePtr = std::unique_ptr<X509, FreeCrypto>;

@@ -107,6 +107,10 @@ bool syncFd(int fd) {
     return uninterrupted([&] { return fsync(fd); }) == 0;
 }
 
+bool syncFileSystem(int fd) {
+    return syncfs(fd) == 0;
+}
+
 bool listFolder(int folder, std::vector<std::string>& names) {
     UniqueFd own = openAt(folder, ".", O_RDONLY | O_DIRECTORY);
     if (!own) {

@@ -64,6 +64,14 @@ bool writeFully(int fd, std::string_view text);
 bool syncFd(int fd);
 
 /**
+ * Makes everything durable on the file system that a descriptor is on.
+ *
+ * @return false with errno set on failure, also when something could not be written since the descriptor was
+ * opened
+ */
+bool syncFileSystem(int fd);
+
+/**
  * The names in an open folder without "." and "..", in the order of their bytes.
  *
  * @return false with errno set on failure

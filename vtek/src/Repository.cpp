@@ -22,10 +22,6 @@ namespace {
 constexpr mode_t kPrivate = 0700;
 constexpr mode_t kOpenToReaders = 0755;
 
-Error notDurable(const char* what) {
-    return systemError(ErrorNumber::SyncFailed, what);
-}
-
 /** Whatever keeps a transaction from its end is a failed commit, unless it has a name of its own. */
 Error commitError(const Error& error) {
     switch (error.number) {
@@ -141,14 +137,13 @@ Result<UniqueFd> Repository::stage() {
 
 Status Repository::publish() {
     const std::string name = std::to_string(number_);
-    if (fchmodat(staging_.get(), name.c_str(), kOpenToReaders, 0) != 0 || !syncTree(staging_.get(), name)) {
-        return notDurable("sync the new files");
-    }
-    if (renameat2(staging_.get(), name.c_str(), generations_.get(), name.c_str(), RENAME_NOREPLACE) != 0) {
+    if (fchmodat(staging_.get(), name.c_str(), kOpenToReaders, 0) != 0 ||
+        renameat2(staging_.get(), name.c_str(), generations_.get(), name.c_str(), RENAME_NOREPLACE) != 0) {
         return systemError(ErrorNumber::CommitFailed, "move the new files to repository/" + name);
     }
-    if (!syncFd(generations_.get()) || !syncFd(staging_.get())) {
-        return notDurable("sync the repository");
+    // Both folders and all files at once. What the database does not name is in force for nobody.
+    if (!syncFileSystem(staging_.get())) {
+        return systemError(ErrorNumber::SyncFailed, "sync the new files");
     }
     return {};
 }

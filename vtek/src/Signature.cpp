@@ -1,12 +1,13 @@
 #include "Signature.h"
 
 #include "Digest.h"
+#include "Fingerprint.h"
+#include "Pieces.h"
 #include "Signer.h"
 
 #include <openssl/obj_mac.h>
 #include <openssl/objects.h>
 
-#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -16,7 +17,6 @@ namespace {
 
 constexpr int kSignerBound = 8;
 constexpr std::size_t kStartBound = 256 * 1024;
-constexpr std::size_t kBlockSize = 256 * 1024;
 
 Result<CmsPtr> parseSignature(const std::vector<unsigned char>& der) {
     const unsigned char* cursor = der.data();
@@ -104,26 +104,30 @@ BioPtr withSha256(BioPtr digests) {
     return own;
 }
 
-/** Reads every byte of the archive once, in order, into all digests. @return its start, up to a bound */
-Result<std::string> digestArchive(const Payload& payload, BIO* digests, const ByteCounter& counter) {
-    std::string start;
-    std::string block(kBlockSize, '\0');
-    for (std::uint64_t position = 0; position < payload.archiveLength;) {
-        const auto wanted =
-            static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), payload.archiveLength - position));
-        const ssize_t n = readFullyAt(payload.file.get(), block.data(), wanted, position);
-        if (n < 0) {
-            return systemError(ErrorNumber::PayloadUnreadable, "read " + payload.name);
-        }
-        if (n == 0 || BIO_write(digests, block.data(), static_cast<int>(n)) != n) {
-            return mismatch(payload);
-        }
-        const auto size = static_cast<std::size_t>(n);
-        start.append(block, 0, std::min(size, kStartBound - start.size()));
-        position += size;
-        counter(size);
+/** What one pass over the archive gives beside the verdict. */
+struct ArchivePass {
+    Fingerprint fingerprint{};
+    std::string start{};  ///< up to a bound
+};
+
+/** Reads every byte of the archive once, in order, into all digests. */
+Result<ArchivePass> digestArchive(const Payload& payload, BIO* digests, const ByteCounter& counter) {
+    ArchivePass pass;
+    const auto digest = [&](std::string_view piece) {
+        pass.fingerprint.update(piece);
+        pass.start.append(piece, 0, kStartBound - pass.start.size());
+        counter(piece.size());
+        const int size = static_cast<int>(piece.size());
+        return BIO_write(digests, piece.data(), size) == size;
+    };
+    const std::int64_t digested = takePieces(payload.file.get(), payload.archiveLength, digest);
+    if (digested < 0) {
+        return systemError(ErrorNumber::PayloadUnreadable, "read " + payload.name);
     }
-    return start;
+    if (static_cast<std::uint64_t>(digested) != payload.archiveLength) {
+        return mismatch(payload);
+    }
+    return pass;
 }
 
 /** Whether each signer has signed its attributes, where it has any, and one of these digests. */
@@ -141,13 +145,13 @@ bool haveSigned(CMS_ContentInfo* cms, BIO* digests) {
     return true;
 }
 
-/** What one pass over the archive gives beside the verdict. */
-struct SignedContent {
-    Digest digest;      ///< of the archive so far
-    std::string start;  ///< up to a bound
+/** An archive that the signature was made over. */
+struct SignedArchive {
+    Digest digest;
+    ArchivePass pass;
 };
 
-Result<SignedContent> checkContent(CMS_ContentInfo* cms, const Payload& payload, const ByteCounter& counter) {
+Result<SignedArchive> checkContent(CMS_ContentInfo* cms, const Payload& payload, const ByteCounter& counter) {
     BioPtr digests = digestsOf(cms);
     if (!digests) {
         return mismatch(payload);
@@ -156,11 +160,11 @@ Result<SignedContent> checkContent(CMS_ContentInfo* cms, const Payload& payload,
     if (findSha256(named) == nullptr) {
         digests = withSha256(std::move(digests));
     }
-    VTEK_ASSIGN(std::string start, digestArchive(payload, digests.get(), counter));
+    VTEK_ASSIGN(ArchivePass pass, digestArchive(payload, digests.get(), counter));
     if (!haveSigned(cms, named)) {
         return mismatch(payload);
     }
-    return SignedContent{Digest(*findSha256(digests.get())), std::move(start)};
+    return SignedArchive{Digest(*findSha256(digests.get())), std::move(pass)};
 }
 
 }  // namespace
@@ -178,14 +182,18 @@ Result<VerifiedSignature> verifySignature(const Payload& payload, const TrustSto
     startCrypto();
     VTEK_ASSIGN(const CmsPtr cms, parseSignature(payload.signature));
     VTEK_TRY(checkSigners(cms.get(), trust, policy));
-    VTEK_ASSIGN(SignedContent content, checkContent(cms.get(), payload, counter));
+    VTEK_ASSIGN(SignedArchive archive, checkContent(cms.get(), payload, counter));
 
-    content.digest.update(payload.signature.data(), payload.signature.size());
     const std::string trailer = payloadTrailer(payload.signature.size());
-    content.digest.update(trailer.data(), trailer.size());
+    const std::string_view signature(reinterpret_cast<const char*>(payload.signature.data()),
+                                     payload.signature.size());
+    for (const std::string_view part : {signature, std::string_view(trailer)}) {
+        archive.digest.update(part.data(), part.size());
+        archive.pass.fingerprint.update(part);
+    }
     X509* certificate = signerCertificate(sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(cms.get()), 0));
-    return VerifiedSignature{nameText(X509_get_subject_name(certificate)), content.digest.hex(),
-                             std::move(content.start)};
+    return VerifiedSignature{nameText(X509_get_subject_name(certificate)), archive.digest.hex(),
+                             archive.pass.fingerprint.value(), std::move(archive.pass.start)};
 }
 
 }  // namespace vtek

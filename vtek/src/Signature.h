@@ -20,9 +20,10 @@ struct SignaturePolicy {
 
 /** What a check has established. */
 struct VerifiedSignature {
-    std::string signer;  ///< the subject of the signer's certificate
-    std::string digest;  ///< SHA-256 of the whole payload file
-    std::string start;   ///< the archive's first bytes, as they were verified
+    std::string signer;       ///< the subject of the signer's certificate
+    std::string digest;       ///< SHA-256 of the whole payload file
+    std::string fingerprint;  ///< of the whole payload file, to see later whether it is still the same
+    std::string start;        ///< the archive's first bytes, as they were verified
 };
 
 /** Told the number of bytes that were read since the last call. */

@@ -1,6 +1,7 @@
 #include "Unpack.h"
 
 #include "Beneath.h"
+#include "FileWriter.h"
 
 #include <algorithm>
 #include <array>
@@ -135,6 +136,7 @@ private:
         if (!file) {
             return systemError(ErrorNumber::UnpackFailed, "make the file " + shown(entry.name));
         }
+        FileWriter writer(file.get());
         std::uint64_t written = 0;
         for (;;) {
             VTEK_ASSIGN(const std::size_t n, reader_.read(block_.data(), block_.size()));
@@ -146,7 +148,7 @@ private:
             if (manifest != nullptr && manifest->size() <= kManifestBound) {
                 manifest->append(block_.data(), n);
             }
-            if (!writeFully(file.get(), block_.data(), n)) {
+            if (!writer.write({block_.data(), n})) {
                 return systemError(ErrorNumber::UnpackFailed, "write " + shown(entry.name));
             }
         }

@@ -1,7 +1,9 @@
 #include "Update.h"
 
 #include "Beneath.h"
-#include "Digest.h"
+#include "FileWriter.h"
+#include "Fingerprint.h"
+#include "Pieces.h"
 #include "Progress.h"
 #include "Unpack.h"
 
@@ -12,7 +14,6 @@ namespace vtek {
 
 namespace {
 
-constexpr std::size_t kBlockSize = 256 * 1024;
 constexpr std::uint64_t kSpareBytes = 1024 * 1024;  // for the database and folders
 
 }  // namespace
@@ -67,29 +68,25 @@ Result<UniqueFd> Update::createCopy(const std::string& destination) {
 Status Update::copyPayload(int copy) {
     const Payload& payload = checked_->payload;
     Progress progress("copy", payload.size);
-    Digest digest;
-    std::string block(kBlockSize, '\0');
-    std::uint64_t position = 0;
-    for (;;) {
-        const ssize_t n = readFullyAt(payload.file.get(), block.data(), block.size(), position);
-        if (n < 0) {
-            return systemError(ErrorNumber::CopyFailed, "read " + payload.name);
+    Fingerprint fingerprint;
+    FileWriter writer(copy);
+    Status written;
+    const auto copyPiece = [&](std::string_view piece) {
+        fingerprint.update(piece);
+        if (!writer.write(piece)) {
+            written = systemError(ErrorNumber::CopyFailed, "write the copy");
         }
-        if (n == 0) {
-            break;
-        }
-        const auto size = static_cast<std::size_t>(n);
-        position += size;
-        if (position > payload.size) {
-            break;
-        }
-        digest.update(block.data(), size);
-        if (!writeFully(copy, block.data(), size)) {
-            return systemError(ErrorNumber::CopyFailed, "write the copy");
-        }
-        progress.add(size);
+        progress.add(piece.size());
+        return static_cast<bool>(written);
+    };
+    // One byte more than there should be, to see whether there is one.
+    const std::int64_t copied = takePieces(payload.file.get(), payload.size + 1, copyPiece);
+    VTEK_TRY(written);
+    if (copied < 0) {
+        return systemError(ErrorNumber::CopyFailed, "read " + payload.name);
     }
-    if (position != payload.size || digest.hex() != checked_->signature.digest) {
+    if (static_cast<std::uint64_t>(copied) != payload.size ||
+        fingerprint.value() != checked_->signature.fingerprint) {
         return Error{ErrorNumber::PayloadChanged, payload.name + " is not what it was when it was checked"};
     }
     return {};

@@ -1,38 +1,52 @@
 #include "Lab.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <filesystem>
-#include <set>
+#include <functional>
+#include <map>
 #include <string>
 
 namespace {
 
-/** What was made durable, by inode: a file keeps its inode when it is moved. */
-std::set<ino_t>& syncedInodes() {
-    static std::set<ino_t> inodes;
-    return inodes;
+/** Called when this program has a file system made durable, with the device that it is on. */
+std::function<void(dev_t)>& whenSyncing() {
+    static std::function<void(dev_t)> action = [](dev_t) {};
+    return action;
 }
 
-ino_t inodeOf(const std::filesystem::path& path) {
+struct stat infoOf(const std::filesystem::path& path) {
     struct stat info {};
     EXPECT_EQ(lstat(path.c_str(), &info), 0) << path;
-    return info.st_ino;
+    return info;
+}
+
+/** Every file and folder: by its path, what shows that it was changed. */
+std::map<std::string, std::pair<ino_t, timespec>> treeOf(const std::filesystem::path& folder) {
+    std::map<std::string, std::pair<ino_t, timespec>> tree;
+    for (const auto& item : std::filesystem::recursive_directory_iterator(folder)) {
+        const struct stat info = infoOf(item.path());
+        tree[item.path().string()] = {info.st_ino, info.st_ctim};
+    }
+    return tree;
+}
+
+bool isSame(const timespec& one, const timespec& other) {
+    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
 }
 
 }  // namespace
 
-/** Takes the place of the C library's function in this program, and notes what it is called for. */
-extern "C" int fsync(int fd) {
+/** Takes the place of the C library's function in this program. */
+extern "C" int syncfs(int fd) noexcept {
     struct stat info {};
     if (fstat(fd, &info) == 0) {
-        syncedInodes().insert(info.st_ino);
+        whenSyncing()(info.st_dev);
     }
-    return static_cast<int>(syscall(SYS_fsync, fd));
+    return static_cast<int>(syscall(SYS_syncfs, fd));
 }
 
 namespace {
@@ -41,21 +55,26 @@ using test::Lab;
 
 TEST(Durability, EveryFileAndFolderOfAnUpdateIsDurableBeforeItIsInForce) {
     const Lab lab;
-    const auto outcome = lab.update([&](const std::string& step) {
-        if (step == "commit") {
-            syncedInodes().clear();
-        }
-    });
-    ASSERT_EQ(outcome, test::UpdateOutcome{"done"});
     const auto repository = lab.rootPath() / "repository";
-    std::size_t files = 0;
-    for (const auto& item : std::filesystem::recursive_directory_iterator(repository)) {
-        EXPECT_TRUE(syncedInodes().contains(inodeOf(item.path()))) << item.path();
-        ++files;
+    std::map<std::string, std::pair<ino_t, timespec>> durable;
+    std::string inForce;
+    whenSyncing() = [&](dev_t device) {
+        EXPECT_EQ(device, infoOf(repository).st_dev);
+        EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "staging"));
+        durable = treeOf(repository);
+        inForce = lab.version();
+    };
+    ASSERT_EQ(lab.update(), test::UpdateOutcome{"done"});
+    whenSyncing() = [](dev_t) {};
+
+    EXPECT_EQ(inForce, "1.00");
+    const auto installed = treeOf(repository);
+    EXPECT_GT(installed.size(), 3U);
+    EXPECT_EQ(durable.size(), installed.size());
+    for (const auto& [path, state] : installed) {
+        EXPECT_EQ(durable[path].first, state.first) << path;
+        EXPECT_TRUE(isSame(durable[path].second, state.second)) << path << " was changed later";
     }
-    EXPECT_GT(files, 3U);
-    EXPECT_TRUE(syncedInodes().contains(inodeOf(repository)));
-    EXPECT_TRUE(syncedInodes().contains(inodeOf(lab.rootPath() / "staging")));
 }
 
 }  // namespace

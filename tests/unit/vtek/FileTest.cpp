@@ -1,5 +1,7 @@
 #include "Digest.h"
 #include "File.h"
+#include "FileWriter.h"
+#include "Pieces.h"
 #include "TempDir.h"
 #include "Tree.h"
 
@@ -7,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <string>
@@ -56,6 +59,70 @@ TEST(File, ListsAFolderInOrder) {
     EXPECT_TRUE(vtek::listFolder(opened.get(), names));
     EXPECT_TRUE(vtek::listFolder(opened.get(), names));
     EXPECT_THAT(names, ElementsAre(".hidden", "a", "b", "c"));
+}
+
+TEST(FileWriter, WritesPiecesOfAnySizeOneBehindTheOther) {
+    const test::TempDir folder;
+    const auto file =
+        vtek::openAt(vtek::kWorkingFolder, (folder / "file").string(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    vtek::FileWriter writer(file.get());
+    std::string expected;
+    for (const std::size_t size : {0U, 1U, 32768U, 32769U, 2097152U, 5000000U, 7U}) {
+        const std::string data(size, static_cast<char>('a' + expected.size() % 26));
+        EXPECT_TRUE(writer.write(data));
+        expected += data;
+    }
+    EXPECT_EQ(test::readFile(folder / "file"), expected);
+}
+
+TEST(FileWriter, TellsThatItCannotWrite) {
+    const auto full = vtek::openAt(vtek::kWorkingFolder, "/dev/full", O_WRONLY);
+    vtek::FileWriter writer(full.get());
+    EXPECT_FALSE(writer.write("x"));
+    EXPECT_EQ(errno, ENOSPC);
+}
+
+/** What is read of a file, in order. */
+std::int64_t readInPieces(const std::string& path, std::uint64_t length, std::string& read) {
+    const auto file = vtek::openAt(vtek::kWorkingFolder, path, O_RDONLY);
+    return vtek::takePieces(file.get(), length, [&](std::string_view piece) {
+        read += piece;
+        return true;
+    });
+}
+
+TEST(Pieces, AreReadInOrderUpToTheLengthOrTheEnd) {
+    const test::TempDir folder;
+    std::string content(500000, 'x');
+    for (std::size_t at = 0; at < content.size(); at += 1000) {
+        content[at] = static_cast<char>('a' + at / 1000 % 26);
+    }
+    test::writeFile(folder / "file", content);
+    for (const std::size_t length : {0U, 1U, 262144U, 262145U, 499999U, 500000U, 500001U}) {
+        std::string read;
+        const std::size_t expected = std::min(length, content.size());
+        EXPECT_EQ(readInPieces((folder / "file").string(), length, read),
+                  static_cast<std::int64_t>(expected));
+        EXPECT_EQ(read, content.substr(0, expected));
+    }
+}
+
+TEST(Pieces, EndWhereOneIsRefused) {
+    const test::TempDir folder;
+    test::writeFile(folder / "file", std::string(1000000, 'x'));
+    const auto file = vtek::openAt(vtek::kWorkingFolder, (folder / "file").string(), O_RDONLY);
+    int pieces = 0;
+    const std::int64_t taken =
+        vtek::takePieces(file.get(), 1000000, [&](std::string_view) { return ++pieces < 3; });
+    EXPECT_EQ(pieces, 3);
+    EXPECT_LT(taken, 1000000);
+    EXPECT_GT(taken, 0);
+}
+
+TEST(Pieces, OfAFolderCannotBeRead) {
+    std::string read;
+    EXPECT_EQ(readInPieces("/", 1, read), -1);
+    EXPECT_EQ(errno, EISDIR);
 }
 
 TEST(Digest, IsSha256) {
