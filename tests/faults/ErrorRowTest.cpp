@@ -6,6 +6,7 @@
 #include "Lab.h"
 #include "Lock.h"
 #include "Process.h"
+#include "TempDir.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -89,6 +90,14 @@ Trigger withList(std::time_t from, std::time_t to, bool isSignerRevoked) {
 
 Trigger withSetting(const std::string& name, const std::string& value) {
     return prepared([=](Lab& lab) { lab.set(name, value); });
+}
+
+/** The stand-in alone, without the library that it loads for updates. */
+Trigger withoutUpdateLibrary() {
+    static const test::TempDir folder;
+    std::filesystem::copy_file(QRX_VTEK_LIBRARY, folder / "libvtek.so.0",
+                               std::filesystem::copy_options::overwrite_existing);
+    return {.environment = {{"LD_LIBRARY_PATH", folder.path().string()}}};
 }
 
 Trigger withEntries(const std::vector<Entry>& entries) {
@@ -219,6 +228,7 @@ std::map<int, Trigger> triggers() {
     all[801] = {.environment = {{"STEP_SKIP", "StartCopyFile"}}, .call = "AddFile"};
     all[802] = {.call = "set lock-wait never"};
     all[803] = {.call = "rollback"};
+    all[804] = withoutUpdateLibrary();
     all[899] = failingIn("AddFile", "memory");
     all[899].call = "AddFile";
     all[901] = withSetting("ipmi-transport", "/dev/ipmi255");

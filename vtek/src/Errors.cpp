@@ -102,6 +102,8 @@ const std::vector<ErrorInfo>& errorTable() {
          "report it: the program broke the order of the calls"},
         {ErrorNumber::InvalidArgument, "argument not valid", "see `vtekctl --help`"},
         {ErrorNumber::NothingToRollBack, "nothing to roll back", "only the last update can be undone, once"},
+        {ErrorNumber::UpdateUnavailable, "library of updates not usable",
+         "install the stand-in again: libvtek-update.so lies beside libvtek.so.0"},
         {ErrorNumber::Internal, "internal failure", "look for lack of memory; else report it with the log"},
         {ErrorNumber::IpmiFailed, "IPMI request failed",
          "check the device of `ipmi-transport` and the caller's rights"},

@@ -72,6 +72,7 @@ enum class ErrorNumber : int {
     OutOfOrder = 801,
     InvalidArgument = 802,
     NothingToRollBack = 803,
+    UpdateUnavailable = 804,
     Internal = 899,
 
     IpmiFailed = 901,

@@ -1,12 +1,14 @@
 #include "Inventory.h"
 #include "Library.h"
+#include "Settings.h"
 #include "Store.h"
-#include "Update.h"
+#include "UpdateLibrary.h"
 #include <vtek/vtek.h>
 
 #include <ctime>
 #include <exception>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -19,12 +21,12 @@ using vtek::Result;
 using vtek::Settings;
 using vtek::Status;
 using vtek::Store;
-using vtek::Update;
+using vtek::UpdateSteps;
 
 struct secureWynd::Impl {
     Library& library = Library::instance();
     std::optional<Store> store;  ///< open while the session is
-    std::optional<Update> update;
+    std::unique_ptr<UpdateSteps> update;
     std::string payloadPath;
     int lastError = 0;
 
@@ -85,7 +87,7 @@ struct secureWynd::Impl {
         if (failure) {
             return Error{ErrorNumber::PayloadUnreadable, "the working directory: " + failure.message()};
         }
-        update.emplace(*library.root(), vtek::kWorkingFolder, std::time(nullptr));
+        VTEK_ASSIGN(update, beginUpdate(*library.root(), vtek::kWorkingFolder, std::time(nullptr)));
         VTEK_ASSIGN(const std::string name, update->check());
         payloadPath = folder / name;
         return {};
@@ -101,7 +103,7 @@ struct secureWynd::Impl {
         return update->add(destination);
     }
 
-    Status step(Status (Update::*work)()) { return update ? ((*update).*work)() : noUpdate(); }
+    Status step(Status (UpdateSteps::*work)()) { return update ? ((*update).*work)() : noUpdate(); }
 
     static Status noUpdate() {
         return Error{ErrorNumber::OutOfOrder, "no payload has been checked in an open session"};
@@ -160,7 +162,7 @@ bool secureWynd::IsPayloadSigned(std::string& path) {
 }
 
 bool secureWynd::StartCopyFile() {
-    return m_pImpl->attempt("StartCopyFile", [&] { return m_pImpl->step(&Update::start); });
+    return m_pImpl->attempt("StartCopyFile", [&] { return m_pImpl->step(&UpdateSteps::start); });
 }
 
 // cppcheck-suppress passedByValue ; the platform's own signature
@@ -169,11 +171,11 @@ bool secureWynd::AddFile(std::string source, std::string destination, exmlMode m
 }
 
 bool secureWynd::CompleteSignedUnzip() {
-    return m_pImpl->attempt("CompleteSignedUnzip", [&] { return m_pImpl->step(&Update::unpack); });
+    return m_pImpl->attempt("CompleteSignedUnzip", [&] { return m_pImpl->step(&UpdateSteps::unpack); });
 }
 
 bool secureWynd::EndCopyFile() {
-    return m_pImpl->attempt("EndCopyFile", [&] { return m_pImpl->step(&Update::commit); });
+    return m_pImpl->attempt("EndCopyFile", [&] { return m_pImpl->step(&UpdateSteps::commit); });
 }
 
 int secureWynd::getVTEKError() {

@@ -2,6 +2,7 @@
 
 #include "PayloadCheck.h"
 #include "Repository.h"
+#include "UpdateSteps.h"
 
 #include <cstdint>
 #include <ctime>
@@ -14,33 +15,16 @@ namespace vtek {
  * of it. */
 std::uint64_t spaceToStart(std::uint64_t payloadSize);
 
-/**
- * One update of the controller's firmware, step by step; each step needs the one before it. Destroyed before
- * commit has succeeded, it leaves no trace.
- */
-class Update {
+/** One update, by this library's own means. */
+class Update final : public UpdateSteps {
 public:
-    /**
-     * @param folder  holds the payload and package.xml; both stay the caller's
-     * @param now     the moment at which certificates must be valid
-     */
     Update(const Root& root, int folder, std::time_t now) : root_(root), folder_(folder), now_(now) {}
 
-    /** Finds the payload and decides whether it may be installed. @return its name in the folder */
-    Result<std::string> check();
-
-    /** Takes the repository's lock and makes room for the copy. */
-    Status start();
-
-    /** Copies the payload to its place below the new generation; its bytes must be those that were checked.
-     */
-    Status add(const std::string& destination);
-
-    /** Unpacks the copy beside itself. */
-    Status unpack();
-
-    /** Makes everything durable and puts it in force. */
-    Status commit();
+    Result<std::string> check() override;
+    Status start() override;
+    Status add(const std::string& destination) override;
+    Status unpack() override;
+    Status commit() override;
 
 private:
     enum class Step { Nothing, Checked, Started, Added, Unpacked, Committed };
