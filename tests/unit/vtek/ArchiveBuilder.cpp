@@ -32,7 +32,6 @@ void setFormat(archive* writer, Format format) {
             break;
         case Format::Zip:
         case Format::ZipStored:
-        case Format::ZipBzip2:
             require(archive_write_set_format_zip(writer), writer);
             break;
         default:

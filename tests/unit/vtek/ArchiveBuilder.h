@@ -19,7 +19,7 @@ struct Entry {
     std::pair<std::string, std::string> attribute{};  ///< an extended one: name and value
 };
 
-enum class Format { Tar, TarPax, TarGz, Zip, ZipStored, ZipBzip2, Cpio, TarBzip2 };
+enum class Format { Tar, TarPax, TarGz, Zip, ZipStored, Cpio, TarBzip2 };
 
 /** The bytes of an archive with these entries, in this order. */
 std::string makeArchive(Format format, const std::vector<Entry>& entries);

@@ -21,6 +21,7 @@ protected:
         test::writeFile(folder_ / "outside", "outside");
         std::filesystem::create_directory_symlink("..", top_ / "up");
         std::filesystem::create_symlink("../outside", top_ / "link");
+        std::filesystem::create_directory_symlink("inner", top_ / "within");
     }
 
     test::TempDir folder_;
@@ -49,6 +50,12 @@ TEST_P(BothWays, RefusesWhatLeadsOutside) {
     }
     EXPECT_FALSE(beneath_.makeFolders("up/new"));
     EXPECT_FALSE(beneath_.openFolder("up"));
+}
+
+TEST_P(BothWays, FollowsNoLinkThatStaysInsideEither) {
+    EXPECT_FALSE(beneath_.createFile("within/new"));
+    EXPECT_FALSE(beneath_.openFolder("within"));
+    EXPECT_TRUE(std::filesystem::is_empty(top_ / "inner"));
 }
 
 TEST_P(BothWays, RefusesWhatIsThereAlready) {

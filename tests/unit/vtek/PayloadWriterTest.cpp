@@ -8,9 +8,11 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -82,11 +84,23 @@ TEST_F(PayloadWriter, EveryFormatHoldsTheManifestAndTheContent) {
     }
 }
 
+TEST_F(PayloadWriter, TheEntriesStandInTheOrderOfTheirNames) {
+    ASSERT_TRUE(write(ArchiveFormat::Tar, content()));
+    const std::string archive = readFile(made());
+    std::vector<std::size_t> places;
+    for (const char* name : {"manifest.xml", "main.bin", "sub/", "sub/empty/", "sub/readme.txt"}) {
+        places.push_back(archive.find(name + std::string(1, '\0')));
+    }
+    EXPECT_TRUE(std::is_sorted(places.begin(), places.end()));
+    EXPECT_LT(places.back(), archive.size());
+}
+
 TEST_F(PayloadWriter, TheFormatIsTheOneThatWasAskedFor) {
     ASSERT_TRUE(write(ArchiveFormat::Zip, content()));
     EXPECT_TRUE(readFile(made()).starts_with("PK\3\4"));
     ASSERT_TRUE(write(ArchiveFormat::TarGz, content()));
     EXPECT_TRUE(readFile(made()).starts_with("\x1F\x8B"));
+    EXPECT_EQ(readFile(made()).substr(4, 4), std::string(4, '\0')) << "the time of its making";
     ASSERT_TRUE(write(ArchiveFormat::Tar, content()));
     EXPECT_TRUE(readFile(made()).starts_with("manifest.xml"));
 }

@@ -338,6 +338,22 @@ TEST(Revocation, AListSignedBySomebodyElseDoesNotCount) {
 
 // How strong
 
+/** Whether a certificate's time is this very second. */
+bool isAt(const ASN1_TIME* time, std::time_t second) {
+    std::time_t before = second - 1;
+    return X509_cmp_time(time, &second) == -1 && X509_cmp_time(time, &before) == 1;
+}
+
+TEST(Certificates, AreValidFromAndToWhatWasAskedFor) {
+    Lab lab;
+    auto request = test::goodSigner();
+    request.validFrom = kNow;
+    request.validTo = kNow + kDay;
+    const auto signer = test::issue(request, &lab.authority());
+    EXPECT_TRUE(isAt(X509_get0_notBefore(signer.certificate.get()), kNow));
+    EXPECT_TRUE(isAt(X509_get0_notAfter(signer.certificate.get()), kNow + kDay));
+}
+
 TEST(Strength, WeakDigestsAreRefused) {
     Lab lab;
     expectSigner(lab, lab.signer(), ErrorNumber::SignerWeak, {.digest = EVP_sha1()});

@@ -1,0 +1,42 @@
+"""A zip's entries are stored or deflated: what is packed in any other way is refused.
+
+    methods_test.py QRXUPDATE VTEKCTL
+"""
+
+import shutil
+import zipfile
+
+from attack import AttackTest, main
+from memory_test import TRAILER, manifest, sign
+
+
+class Methods(AttackTest):
+    """The program takes less than the library that it reads archives with."""
+
+    def update_with(self, method):
+        """Installs a package whose payload is a zip of this method."""
+        package = self.folder / "zip"
+        shutil.rmtree(package, ignore_errors=True)
+        package.mkdir()
+        shutil.copy(self.chassis.package / "package.xml", package)
+        payload = package / "chassis.fwp"
+        with zipfile.ZipFile(payload, "w", compression=method) as archive:
+            archive.writestr("manifest.xml", manifest(package / "package.xml"), compress_type=zipfile.ZIP_STORED)
+            archive.writestr("main.bin", b"firmware" * 1000)
+        signature = sign(payload, self.folder / "keys")
+        with payload.open("ab") as file:
+            file.write(signature + len(signature).to_bytes(TRAILER, "big"))
+        return self.update(cwd=package)
+
+    def test_bzip2_and_lzma_are_refused(self):
+        for method in (zipfile.ZIP_BZIP2, zipfile.ZIP_LZMA):
+            self.assert_refused(self.update_with(method), "Complete Signed Unzip is failed",
+                                "error 601, archive not valid: archive: neither stored nor deflated: ")
+
+    def test_stored_and_deflated_are_taken(self):
+        for method in (zipfile.ZIP_STORED, zipfile.ZIP_DEFLATED):
+            self.assertEqual(self.update_with(method).returncode, 0)
+
+
+if __name__ == "__main__":
+    main()
