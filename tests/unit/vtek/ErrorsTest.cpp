@@ -59,4 +59,13 @@ TEST(Errors, ASystemErrorKeepsItsText) {
     EXPECT_EQ(error.message, "write: No space left on device");
 }
 
+TEST(Errors, AFullDiskOrQuotaIsNoSpaceAndEverythingElseIsNotWritable) {
+    for (const int full : {ENOSPC, EDQUOT}) {
+        errno = full;
+        EXPECT_EQ(vtek::repositoryError("write").number, vtek::ErrorNumber::NoSpace);
+    }
+    errno = EROFS;
+    EXPECT_EQ(vtek::repositoryError("write").number, vtek::ErrorNumber::RepositoryUnwritable);
+}
+
 }  // namespace

@@ -84,6 +84,17 @@ TEST_F(InventoryTest, RefusesTextsThatNoDocumentCanHold) {
     }
 }
 
+TEST_F(InventoryTest, TakesEveryCharacterThatADocumentCanHold) {
+    for (const std::string& text :
+         {std::string("\xED\x9F\xBF"), std::string("\xEE\x80\x80"), std::string("\xEF\xBF\xBD"),
+          std::string("\xF0\x90\x80\x80"), std::string("\xF4\x8F\xBF\xBF")}) {
+        EXPECT_TRUE(inventory_.add({text, "", {}}));
+    }
+    for (const std::string& text : {std::string("\xEF\xBF\xBE"), std::string("\xF4\x90\x80\x80")}) {
+        EXPECT_FALSE(inventory_.add({text, "", {}}));
+    }
+}
+
 TEST_F(InventoryTest, ImportReplacesEverything) {
     EXPECT_EQ(*import("<SVMInventory><Device componentID='1'/><Device componentID='2'/></SVMInventory>"), 2);
     EXPECT_FALSE(inventory_.version("25227")->has_value());

@@ -170,6 +170,17 @@ TEST_F(IpmiDeviceTest, AFailedSendOrReceiveFails) {
     EXPECT_EQ(device_.exchange(0xD0, {}).error().message, "receive");
 }
 
+TEST(OpenIpmi, TakesTheTransportOfTheSettings) {
+    auto settings = settingsOf(0xC1, 2, 1);
+    EXPECT_THAT(*(*vtek::openIpmi(settings))->exchange(0xD0, {}), ElementsAre(0xC1));
+    settings.ipmiTransport = "/dev/null";
+    const auto device = vtek::openIpmi(settings);
+    ASSERT_TRUE(device);
+    EXPECT_EQ((*device)->exchange(0xD0, {}).error().number, ErrorNumber::IpmiFailed);
+    settings.ipmiTransport = "/dev/ipmi255";
+    EXPECT_FALSE(vtek::openIpmi(settings));
+}
+
 TEST(KernelIpmiPort, WithoutADeviceThereIsNoPort) {
     EXPECT_EQ(vtek::KernelIpmiPort::open("/dev/ipmi255").error().number, ErrorNumber::IpmiFailed);
 }

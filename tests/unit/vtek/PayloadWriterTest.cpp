@@ -1,5 +1,6 @@
 #include "Beneath.h"
 #include "Lab.h"
+#include "PackageDescription.h"
 #include "Payload.h"
 #include "PayloadWriter.h"
 #include "Trust.h"
@@ -138,6 +139,32 @@ TEST_F(PayloadWriter, RefusesWhatCannotBeUnpacked) {
     writeFile(folder_ / "junk", "no archive");
     EXPECT_FALSE(write(ArchiveFormat::Tar, folder_ / "junk"));
     EXPECT_EQ(write(ArchiveFormat::Tar, folder_ / "missing").error().number, ErrorNumber::InvalidArgument);
+}
+
+TEST_F(PayloadWriter, TakesPlainFilesThatStayAsTheyAre) {
+    const vtek::UniqueFd file = vtek::openAt(vtek::kWorkingFolder, made().string(), O_RDWR | O_CREAT, 0600);
+    vtek::ArchiveWriter writer(file.get(), ArchiveFormat::Tar);
+    EXPECT_TRUE(writer.addFile("main.bin", content() / "main.bin"));
+    EXPECT_EQ(writer.addFile("sub", content() / "sub").error().message,
+              (content() / "sub").string() + " is no plain file");
+    // The kernel says of this one that it is empty.
+    EXPECT_EQ(writer.addFile("status", "/proc/self/status").error().message,
+              "/proc/self/status changed while it was read");
+}
+
+TEST_F(PayloadWriter, APackageThatNamesNoComponentIsNone) {
+    for (const std::string xml :
+         {"<SoftwareComponent/>",
+          "<SoftwareComponent><SupportedDevices><Device/></SupportedDevices></SoftwareComponent>",
+          "<!DOCTYPE x><SoftwareComponent><SupportedDevices><Device componentID='1'/></SupportedDevices>"
+          "</SoftwareComponent>",
+          "no XML"}) {
+        writeFile(folder_ / "package.xml", xml);
+        const auto description = vtek::readPackageDescription(
+            vtek::kWorkingFolder, (folder_ / "package.xml").string(), ErrorNumber::PackageUnreadable);
+        ASSERT_FALSE(description) << xml;
+        EXPECT_EQ(description.error().number, ErrorNumber::PackageUnreadable);
+    }
 }
 
 TEST_F(PayloadWriter, WhatItSignsIsAccepted) {

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -144,6 +145,21 @@ TEST(Signature, OneBadSignerAmongGoodOnesIsRefused) {
     const Identity stranger = test::issue(test::goodSigner(), nullptr);
     expectOutcome(lab, test::makeCms(lab.archive(), {&lab.signer(), &stranger}),
                   ErrorNumber::SignerUntrusted);
+}
+
+TEST(Signature, OfMoreThanEightSignersIsRefused) {
+    Lab lab;
+    std::vector<Identity> identities;
+    std::vector<const Identity*> signers;
+    for (int i = 0; i < 9; ++i) {
+        identities.push_back(test::issue(test::goodSigner(), &lab.authority()));
+    }
+    for (const Identity& identity : identities) {
+        signers.push_back(&identity);
+    }
+    expectOutcome(lab, test::makeCms(lab.archive(), signers), ErrorNumber::SignatureMalformed);
+    signers.pop_back();
+    expectOutcome(lab, test::makeCms(lab.archive(), signers), ErrorNumber::None);
 }
 
 // Who signed

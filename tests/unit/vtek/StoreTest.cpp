@@ -107,6 +107,23 @@ TEST(Store, WhatIsNotCommittedIsNotThere) {
     EXPECT_TRUE(store->settings()->empty());
 }
 
+TEST(Store, ThatCannotGrowHasNoSpace) {
+    const Lab lab;
+    const vtek::Root root = lab.root();
+    auto store = Store::open(root, Store::Mode::Write);
+    ASSERT_TRUE(store->database().execute("PRAGMA max_page_count = 1"));
+    EXPECT_EQ(store->setSetting("signer-names", std::string(100000, 'n')).error().number,
+              ErrorNumber::NoSpace);
+}
+
+TEST(Store, AnAnswerWithoutARowIsDamage) {
+    const Lab lab;
+    const vtek::Root root = lab.root();
+    auto store = Store::open(root, Store::Mode::Write);
+    ASSERT_TRUE(store->database().execute("DELETE FROM in_force"));
+    EXPECT_EQ(store->currentGeneration().error().number, ErrorNumber::StateCorrupt);
+}
+
 TEST(Store, ThatIsLockedForAMomentIsWaitedFor) {
     const Lab lab;
     sqlite3* raw = nullptr;

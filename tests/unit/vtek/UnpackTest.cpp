@@ -1,6 +1,7 @@
 #include "Beneath.h"
 #include "Lab.h"
 #include "Unpack.h"
+#include "ZipDirectory.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -287,6 +288,10 @@ TEST(Unpack, AZipThatDeclaresTooManyEntriesIsRefusedBeforeItIsRead) {
 class BothWaysToCreate : public testing::TestWithParam<vtek::Beneath::Method> {};
 INSTANTIATE_TEST_SUITE_P(Unpack, BothWaysToCreate,
                          testing::Values(vtek::Beneath::Method::Kernel, vtek::Beneath::Method::Steps));
+
+TEST(Unpack, AZipWhoseDirectoryCannotBeReadIsNoArchive) {
+    EXPECT_EQ(vtek::checkZipDirectory(-1, 100, 10).error().number, ErrorNumber::ArchiveInvalid);
+}
 
 TEST_P(BothWaysToCreate, GiveTheSameFiles) {
     const Lab lab;
