@@ -92,12 +92,14 @@ Trigger withSetting(const std::string& name, const std::string& value) {
     return prepared([=](Lab& lab) { lab.set(name, value); });
 }
 
-/** The stand-in alone, without the library that it loads for updates. */
+/** The stand-in without the library of updates beside it, and with one where only the loader looks. */
 Trigger withoutUpdateLibrary() {
     static const test::TempDir folder;
     std::filesystem::copy_file(QRX_VTEK_LIBRARY, folder / "libvtek.so.0",
                                std::filesystem::copy_options::overwrite_existing);
-    return {.environment = {{"LD_LIBRARY_PATH", folder.path().string()}}};
+    const std::string loadersPath =
+        folder.path().string() + ":" + std::filesystem::path(QRX_VTEK_LIBRARY).parent_path().string();
+    return {.environment = {{"LD_LIBRARY_PATH", loadersPath}}};
 }
 
 Trigger withEntries(const std::vector<Entry>& entries) {
