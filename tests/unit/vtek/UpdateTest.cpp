@@ -74,6 +74,7 @@ TEST(Update, InstallsTheFilesTheVersionAndTheHistoryAtOnce) {
     EXPECT_EQ(history[0].fromVersion, "1.00");
     EXPECT_EQ(history[0].toVersion, "2.00");
     EXPECT_EQ(history[0].signer, "CN=Test Signer");
+    EXPECT_EQ(history[0].payloadDigest, lab.snapshot()["repository/1/Chassis/fw.fwp"]);
     EXPECT_FALSE(history[0].override);
 }
 
