@@ -20,13 +20,14 @@ def package_xml():
 
 
 def inventory_xml(devices):
-    """An inventory of this many devices, as a chassis writes it; the component is the middle one."""
+    """The pieces of an inventory of this many devices, as a chassis writes it; the component is the middle one."""
     def device(number):
         identity = COMPONENT if number == devices // 2 else 100000 + number
         return (f'  <Device componentID="{identity}" display="Device {number}">\n    <Application componentType="FRMW" '
                 f'version="1.{number}.0" display="Device {number} firmware"/>\n  </Device>\n')
-    return ('<?xml version="1.0" encoding="UTF-8"?>\n<SVMInventory>\n' + "".join(map(device, range(devices))) +
-            "</SVMInventory>\n")
+    yield '<?xml version="1.0" encoding="UTF-8"?>\n<SVMInventory>\n'
+    yield from map(device, range(devices))
+    yield "</SVMInventory>\n"
 
 
 def blocks(size):
@@ -64,7 +65,8 @@ class Workshop:
     def inventory(self, devices):
         """An inventory document."""
         path = self.folder / f"inventory-{devices}.xml"
-        path.write_text(inventory_xml(devices), encoding="utf-8")
+        with path.open("w", encoding="utf-8") as file:
+            file.writelines(inventory_xml(devices))
         return path
 
     def package(self, name, size, files=1, deflated=False):
