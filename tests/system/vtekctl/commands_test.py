@@ -3,6 +3,7 @@
     commands_test.py VTEKCTL
 """
 
+import hashlib
 import os
 import re
 import stat
@@ -133,6 +134,8 @@ COMPONENT  VERSION   TYPE  DEVICE  APPLICATION
         lines = self.done("--root", "/nowhere", "set").splitlines()
         self.assertRegex(lines[0], "^SETTING +DEFAULT +TAKES +MEANING$")
         self.assertEqual([line.split()[0] for line in lines[1:]], list(self.answer("show")["settings"]))
+        (wait,) = (line for line in lines if line.startswith("lock-wait "))
+        self.assertRegex(wait, "^lock-wait +10 +0 to 3600 +seconds that an update waits")
 
     def test_settings_that_are_refused(self):
         before = snapshot(self.root)
@@ -174,6 +177,18 @@ class Inventory(VtekctlCase):
             self.done("inventory", "add", component, "1")
         self.assertEqual(self.done("inventory", "remove", COMPONENT), "")
         self.assertEqual([device["componentID"] for device in self.answer("show")["inventory"]], ["31002"])
+
+    def test_what_a_document_leaves_out_is_not_made_up(self):
+        document = self.folder / "inventory.xml"
+        document.write_text('<SVMInventory><Device componentID="9"/><Device componentID="10"><Application/></Device>'
+                            "</SVMInventory>")
+        self.done("inventory", "import", document)
+        nothing = {"componentType": None, "version": None, "display": None}
+        self.assertEqual(self.answer("show")["inventory"],
+                         [{"componentID": "9", "display": None, "applications": []},
+                          {"componentID": "10", "display": None, "applications": [nothing]}])
+        self.assertEqual([line.split() for line in self.done("show").splitlines()[-2:]],
+                         [["9", "-", "-", "-", "-"], ["10", "-", "-", "-", "-"]])
 
     def test_refusals_leave_the_inventory_as_it_is(self):
         self.done("inventory", "add", COMPONENT, INSTALLED)
@@ -297,6 +312,9 @@ class Firmware(VtekctlCase):
     def update(self):
         self.assertIn("Update is successful", self.done("run", "--", "./qrxupdate", "-u", cwd=self.package))
 
+    def payload_digest(self):
+        return hashlib.sha256((self.package / "firmware.fwp").read_bytes()).hexdigest()
+
     def test_history(self):
         self.assertEqual(self.done("history"),
                          "TIME  OUTCOME  GENERATION  COMPONENT  FROM  TO  OVERRIDE  USER  LOGIN  SIGNER\n")
@@ -305,11 +323,20 @@ class Firmware(VtekctlCase):
         (entry,) = self.answer("history")
         self.assertRegex(entry["time"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$")
         self.assertEqual({name: entry[name] for name in ("outcome", "generation", "componentID", "fromVersion",
-                                                         "toVersion", "signer", "override")},
+                                                         "toVersion", "signer", "override", "payloadDigest")},
                          {"outcome": "updated", "generation": 1, "componentID": COMPONENT, "fromVersion": INSTALLED,
-                          "toVersion": NEW, "signer": "CN=Lab Signer", "override": False})
+                          "toVersion": NEW, "signer": "CN=Lab Signer", "override": False,
+                          "payloadDigest": self.payload_digest()})
         self.assertRegex(self.done("history").splitlines()[1],
                          rf"^\S+ +updated +1 +{COMPONENT} +{INSTALLED} +{NEW} +no +.+ +CN=Lab Signer$")
+
+    def test_show_tells_the_firmware_that_is_in_force(self):
+        self.update()
+        self.assertEqual(self.answer("show")["firmware"],
+                         {"componentID": COMPONENT, "version": NEW, "replacedVersion": INSTALLED,
+                          "payloadDigest": self.payload_digest(), "signer": "CN=Lab Signer"})
+        self.assertIn(f"generation in force: 1, component {COMPONENT} version {NEW}, signed by CN=Lab Signer\n",
+                      self.done("show"))
 
     def test_verify(self):
         self.assertEqual(self.done("verify", self.package / "firmware.fwp"),
