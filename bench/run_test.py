@@ -30,7 +30,7 @@ class Run(unittest.TestCase):
         """Measures with these tools; returns the table and the raw figures."""
         output = self.folder / "results"
         done = subprocess.run([sys.executable, RUN, "--tiny", "--build", BUILD, "--output", output],
-                              env={**os.environ, "PATH": str(path)}, capture_output=True, text=True, check=False)
+                              env={**os.environ, "PATH": str(path), "HOME": str(self.folder)}, capture_output=True, text=True, check=False)
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertEqual(done.stdout.strip(), (output / "table.md").read_text().strip())
         return done.stdout, json.loads((output / "measurements.json").read_text())

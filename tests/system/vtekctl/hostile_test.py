@@ -14,7 +14,7 @@ from vtekctl_case import COMPONENT, DONE, OUTPUT_LOST, REFUSED, USAGE, VtekctlCa
 READERS = (["show"], ["show", "--json"], ["set"], ["inventory", "export"], ["trust", "list"],
            ["trust", "list", "--json"], ["history"], ["history", "--json"], ["--help"], ["sign", "--help"],
            ["--version"])
-NAMESPACE = ["unshare", "-m"] if os.geteuid() == 0 else ["unshare", "-Ur", "-m"]
+NAMESPACE = ["unshare", "-m"]
 READ_ONLY = 'mount --bind "$VTEK_ROOT" "$VTEK_ROOT" && mount -o remount,bind,ro "$VTEK_ROOT" && exec "$@"'
 
 
@@ -172,6 +172,9 @@ class Files(VtekctlCase):
         self.assertFalse([name for name in os.listdir(self.folder) if name.startswith((".", "x"))])
 
     def test_a_chassis_that_can_only_be_read(self):
+        if os.geteuid() != 0:
+            # In a namespace of a user the folders above a chassis belong to strangers.
+            self.skipTest("skipped: needs root")
         tried = subprocess.run([*NAMESPACE, "mount", "-t", "tmpfs", "tmpfs", "/mnt"], capture_output=True, check=False)
         if tried.returncode != 0:
             self.skipTest("skipped: no mount in a namespace of our own")
