@@ -10,7 +10,7 @@ import shutil
 import tarfile
 
 from attack import AttackTest, main
-from memory_test import BOUND_KIB, TRAILER, add_manifest, manifest, sign
+from memory_test import BOUND_KIB, add_manifest, append_signature, manifest, sign
 
 ENTRIES = 1_000_000
 NAME = slice(0, 100)
@@ -44,9 +44,7 @@ class Entries(AttackTest):
         shutil.copy(self.chassis.package / "package.xml", package)
         payload = package / "chassis.fwp"
         self.write_archive(payload, manifest(package / "package.xml"))
-        signature = sign(payload, self.folder / "keys")
-        with payload.open("ab") as file:
-            file.write(signature + len(signature).to_bytes(TRAILER, "big"))
+        append_signature(payload, sign(payload, self.folder / "keys"))
         update = self.start_update(cwd=package)
         with update.stdout, update.stderr:
             report = update.stdout.read()

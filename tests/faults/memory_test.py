@@ -63,6 +63,12 @@ def sign(archive, keys):
                           check=True, capture_output=True).stdout
 
 
+def append_signature(payload, signature):
+    """Makes a payload of an archive."""
+    with payload.open("ab") as file:
+        file.write(signature + len(signature).to_bytes(TRAILER, "big"))
+
+
 def make_package(chassis, folder, size):
     """Makes the folder of a package whose payload has this many bytes; returns it and the size of its one file."""
     package = folder / "large"
@@ -76,8 +82,7 @@ def make_package(chassis, folder, size):
         expected = len(signature) or 1024
         content = write_archive(payload, manifest(package / "package.xml"), size - TRAILER - expected)
         signature = sign(payload, folder / "keys")
-    with payload.open("ab") as file:
-        file.write(signature + len(signature).to_bytes(TRAILER, "big"))
+    append_signature(payload, signature)
     return package, content
 
 

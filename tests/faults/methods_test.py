@@ -7,7 +7,7 @@ import shutil
 import zipfile
 
 from attack import AttackTest, main
-from memory_test import TRAILER, manifest, sign
+from memory_test import append_signature, manifest, sign
 
 
 class Methods(AttackTest):
@@ -23,9 +23,7 @@ class Methods(AttackTest):
         with zipfile.ZipFile(payload, "w", compression=method) as archive:
             archive.writestr("manifest.xml", manifest(package / "package.xml"), compress_type=zipfile.ZIP_STORED)
             archive.writestr("main.bin", b"firmware" * 1000)
-        signature = sign(payload, self.folder / "keys")
-        with payload.open("ab") as file:
-            file.write(signature + len(signature).to_bytes(TRAILER, "big"))
+        append_signature(payload, sign(payload, self.folder / "keys"))
         return self.update(cwd=package)
 
     def test_bzip2_and_lzma_are_refused(self):
