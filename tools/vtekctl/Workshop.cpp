@@ -42,8 +42,10 @@ vtek::Status publish(const fs::path& made, const fs::path& target, Existing exis
     if (!vtek::syncTree(vtek::kWorkingFolder, made.string())) {
         return systemError(ErrorNumber::InvalidArgument, "sync " + target.string());
     }
-    const bool toEmptyFolder = fs::is_directory(made) && fs::is_directory(fs::symlink_status(target));
-    const unsigned int flags = existing == Existing::Replaced || toEmptyFolder ? 0 : RENAME_NOREPLACE;
+    const fs::file_status present = fs::symlink_status(target);
+    const bool toEmptyFolder = fs::is_directory(made) && fs::is_directory(present);
+    const bool toOldFile = existing == Existing::Replaced && fs::is_regular_file(present);
+    const unsigned int flags = toOldFile || toEmptyFolder ? 0 : RENAME_NOREPLACE;
     if (renameat2(AT_FDCWD, made.c_str(), AT_FDCWD, target.c_str(), flags) != 0) {
         return systemError(ErrorNumber::InvalidArgument, "make " + target.string());
     }

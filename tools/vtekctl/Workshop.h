@@ -28,8 +28,8 @@ private:
     std::filesystem::path path_;
 };
 
-/** Whether something that is there already may go. An empty folder always may, where a folder takes its
- * place. */
+/** Whether a plain file that is there already may go; a link or a device never may. An empty folder always
+ * may, where a folder takes its place. */
 enum class Existing { Kept, Replaced };
 
 /** Moves a finished file or folder to its place, at once and durably. */

@@ -164,6 +164,17 @@ class Files(VtekctlCase):
             with self.subTest(output):
                 self.assert_refused(802, "sign", *self.recipe(), *self.signer(), "-o", output, status=USAGE)
 
+    def test_what_is_no_plain_file_is_not_replaced(self):
+        os.mkfifo(self.folder / "pipe")
+        (self.folder / "link").symlink_to(self.description)
+        before = snapshot(self.folder)
+        for output in ("pipe", "link"):
+            with self.subTest(output):
+                self.assert_refused(802, "sign", *self.recipe(), *self.signer(), "-o", output, status=USAGE,
+                                    saying="File exists")
+                self.assertEqual(snapshot(self.folder), before)
+        self.assertTrue((self.folder / "link").is_symlink())
+
     def test_a_disk_that_takes_no_more(self):
         def no_large_files():
             resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096))
