@@ -134,6 +134,25 @@ TEST(Digest, IsSha256) {
     EXPECT_EQ(abc.hex(), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
 }
 
+TEST(Digest, OfAFileIsThatOfAllThatItHolds) {
+    const test::TempDir folder;
+    for (const std::size_t size : {0U, 65535U, 65536U, 65537U, 200000U}) {
+        const std::string content(size, 'x');
+        test::writeFile(folder / "file", content);
+        const auto file = vtek::openAt(vtek::kWorkingFolder, (folder / "file").string(), O_RDONLY);
+        vtek::Digest expected;
+        expected.update(content.data(), size);
+        EXPECT_EQ(*digestOfFile(file.get(), vtek::ErrorNumber::PackageUnreadable), expected.hex()) << size;
+    }
+}
+
+TEST(Digest, OfAFolderIsRefusedByTheNumberThatWasAskedFor) {
+    const auto folder = vtek::openAt(vtek::kWorkingFolder, "/", O_RDONLY);
+    const auto digest = digestOfFile(folder.get(), vtek::ErrorNumber::PackageUnreadable);
+    ASSERT_FALSE(digest);
+    EXPECT_EQ(digest.error().number, vtek::ErrorNumber::PackageUnreadable);
+}
+
 TEST(Tree, RemovesEverythingButWhatLinksLeadTo) {
     const test::TempDir folder;
     std::filesystem::create_directories(folder / "tree/a/b");

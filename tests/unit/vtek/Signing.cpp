@@ -57,6 +57,7 @@ std::string makeCms(const std::string& content, const std::vector<const vtek::Id
         CMS_BINARY | CMS_PARTIAL | form.flags | (form.attached ? 0U : unsigned{CMS_DETACHED});
     const vtek::BioPtr data(BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
     const vtek::CmsPtr cms(CMS_sign(nullptr, nullptr, nullptr, nullptr, flags));
+    CMS_set1_eContentType(cms.get(), OBJ_nid2obj(form.contentType));
     for (const auto* signer : signers) {
         const bool isFirst = signer == signers.front();
         const EVP_MD* digest = isFirst || form.otherDigest == nullptr ? form.digest : form.otherDigest;

@@ -34,6 +34,7 @@ struct CmsForm {
     const EVP_MD* otherDigest = nullptr;  ///< of all signers but the first, when it is another one
     unsigned int flags = 0;               ///< besides CMS_BINARY; CMS_DETACHED is set unless attached
     bool attached = false;
+    int contentType = NID_pkcs7_data;  ///< what is signed
     std::vector<X509*> helpers{};
 };
 
