@@ -294,6 +294,8 @@ lab.pem certificate TIME CN=Lab Authority
         self.done("keygen", "keys", "--authority", "A", "--signer", "S", "--days", "1")
         self.done("trust", "add", "keys/authority.pem")
         self.assertEqual(self.answer("trust", "list")[0]["name"], "CN=A")
+        self.assertEqual(self.openssl("x509", "-noout", "-subject", "-nameopt", "RFC2253", "-in", "keys/signer.pem"),
+                         "subject=CN=S\n")
         for days in ("0", "3651", "1.5", "x"):
             self.assertEqual(self.run_vtekctl("keygen", "other", "--days", days).returncode, USAGE)
         self.assert_refused(802, "keygen", "none/keys", status=USAGE)
@@ -350,6 +352,14 @@ class Firmware(VtekctlCase):
         self.assert_refused(203, "verify", self.package / "none.fwp")
         self.assert_refused(203, "verify", self.package)
         self.assert_refused(802, "verify", self.folder / "none" / "x.fwp", status=USAGE)
+
+    def test_verify_tells_a_version_that_is_allowed_once(self):
+        self.assertIs(self.answer("verify", self.package / "firmware.fwp")["override"], False)
+        self.done("set", "minimum-version", "2.0")
+        self.done("set", "allow-version", NEW)
+        self.assertTrue(self.done("verify", self.package / "firmware.fwp")
+                        .endswith(", signed by CN=Lab Signer, below the version floor but allowed once\n"))
+        self.assertIs(self.answer("verify", self.package / "firmware.fwp")["override"], True)
 
     def test_rollback_goes_back_once(self):
         self.assert_refused(803, "rollback")

@@ -15,7 +15,7 @@ READERS = (["show"], ["show", "--json"], ["set"], ["inventory", "export"], ["tru
            ["trust", "list", "--json"], ["history"], ["history", "--json"], ["--help"], ["sign", "--help"],
            ["--version"])
 NAMESPACE = ["unshare", "-m"]
-READ_ONLY = 'mount --bind "$VTEK_ROOT" "$VTEK_ROOT" && mount -o remount,bind,ro "$VTEK_ROOT" && exec "$@"'
+READ_ONLY = 'mount --bind "$VTEK_ROOT" "$VTEK_ROOT" && mount -o remount,bind,ro "$VTEK_ROOT"'
 
 
 class CommandLine(VtekctlCase):
@@ -159,6 +159,15 @@ class Files(VtekctlCase):
                 ended = self.run_vtekctl(*command, timeout=20)
                 self.assertIn(ended.returncode, (REFUSED, USAGE), ended.stderr)
 
+    def test_what_comes_through_a_pipe_is_not_taken(self):
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        with open(os.open(pipe, os.O_RDONLY | os.O_NONBLOCK), "rb"):  # keeps in it what is written
+            pipe.write_bytes((self.keys / "authority.pem").read_bytes())
+            self.assert_refused(802, "trust", "add", pipe, "--name", "new.pem", status=USAGE,
+                                saying="is no plain file")
+        self.assertEqual(os.listdir(self.root / "trust"), ["authority.pem"])
+
     def test_outputs_that_cannot_be_made(self):
         for output in ("none/x.fwp", self.content, self.description / "x", "/proc/x.fwp"):
             with self.subTest(output):
@@ -182,19 +191,30 @@ class Files(VtekctlCase):
                             preexec_fn=no_large_files, restore_signals=False, saying="File too large")
         self.assertFalse([name for name in os.listdir(self.folder) if name.startswith((".", "x"))])
 
-    def test_a_chassis_that_can_only_be_read(self):
+    def run_mounted(self, mount, *command):
+        """Runs vtekctl where a shell has mounted something."""
         if os.geteuid() != 0:
             # In a namespace of a user the folders above a chassis belong to strangers.
             self.skipTest("skipped: needs root")
         tried = subprocess.run([*NAMESPACE, "mount", "-t", "tmpfs", "tmpfs", "/mnt"], capture_output=True, check=False)
         if tried.returncode != 0:
             self.skipTest("skipped: no mount in a namespace of our own")
+        return subprocess.run([*NAMESPACE, "sh", "-c", mount + ' && exec "$@"', "sh", self.program, *map(str, command)],
+                              capture_output=True, text=True, check=False,
+                              env={**os.environ, "VTEK_ROOT": str(self.root)})
+
+    def test_a_plan_on_a_chassis_without_space(self):
+        self.pack(self.folder / "package")
+        planned = self.run_mounted('mount -t tmpfs -o size=64k,mode=700 tmpfs "$VTEK_ROOT/staging"',
+                                   "verify", "--plan", self.folder / "package")
+        self.assertEqual(planned.returncode, REFUSED)
+        self.assertRegex(planned.stdout, r"(?m)^space +failed +65536 bytes are free, \d+ are needed$")
+
+    def test_a_chassis_that_can_only_be_read(self):
         before = snapshot(self.root)
 
         def run(*command):
-            return subprocess.run([*NAMESPACE, "sh", "-c", READ_ONLY, "sh", self.program, *map(str, command)],
-                                  capture_output=True, text=True, check=False,
-                                  env={**os.environ, "VTEK_ROOT": str(self.root)})
+            return self.run_mounted(READ_ONLY, *command)
         for reader in READERS:
             self.assertEqual(run(*reader).returncode, DONE, reader)
         for writer in (["set", "lock-wait", "1"], ["inventory", "add", "1", "1"], ["inventory", "remove", COMPONENT],

@@ -84,10 +84,15 @@ class Pack(VtekctlCase):
         self.pack("two")
         self.assertNotEqual((self.folder / "one.tar.gz").read_bytes(), (self.folder / "two.tar.gz").read_bytes())
 
-    def test_the_source_date_is_the_time_of_every_entry(self):
+    def test_the_source_date_is_the_time_of_every_entry_and_of_the_signature(self):
         self.pack(self.package, environment={"SOURCE_DATE_EPOCH": "1700000000"})
         with tarfile.open(self.archive) as archive:
             self.assertEqual({member.mtime for member in archive}, {1700000000})
+        self.assertIn("UTCTIME:Nov 14 22:13:20 2023 GMT", self.printed_signature(self.package / "firmware.fwp"))
+
+    def test_the_working_directory_need_not_be_writable(self):
+        self.pack(self.package, cwd="/proc")
+        self.assertEqual(sorted(os.listdir(self.package)), FILES)
 
     def test_a_signature_from_elsewhere(self):
         unsigned = self.folder / "firmware.tar"
@@ -118,9 +123,10 @@ class Pack(VtekctlCase):
         self.assertEqual(self.archive.read_text(), "mine")
 
     def test_names_that_are_no_new_folder(self):
-        for name in (".", "..", "/", "./", ""):
+        self.assertEqual(self.run_vtekctl("pack", *self.recipe(), *self.signer(), "-o", "").returncode, USAGE)
+        for name in (".", "..", "/", "./", "firmware/.."):
             with self.subTest(name):
-                self.assertEqual(self.run_vtekctl("pack", *self.recipe(), *self.signer(), "-o", name).returncode, USAGE)
+                self.refused(*self.recipe(), *self.signer(), "-o", name, saying="is no name for a new folder")
         for name in ("nowhere/package", "package.xml/package"):
             with self.subTest(name):
                 self.refused(*self.recipe(), *self.signer(), "-o", name)

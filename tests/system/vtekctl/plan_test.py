@@ -6,6 +6,7 @@
 import json
 import os
 import shutil
+import tarfile
 
 from vtekctl_case import COMPONENT, DESCRIPTION, INSTALLED, NEW, REFUSED, VtekctlCase, main, snapshot
 
@@ -160,6 +161,15 @@ the update would succeed
         self.done("keygen", "others")
         self.done("trust", "add", "others/authority.pem")
         self.assert_fails("signature", 231, "", ["policy", "unpack"])
+
+    def test_an_archive_without_a_manifest(self):
+        archive = self.folder / "plain.tar"
+        with tarfile.open(archive, "w") as plain:
+            plain.add(self.content / "release.txt", "release.txt")
+        signature = self.elsewhere_signed(archive).read_bytes()
+        (self.package / "firmware.fwp").write_bytes(archive.read_bytes() + signature
+                                                    + len(signature).to_bytes(8, "big"))
+        self.assert_fails("policy", 301, "", ["unpack"])
 
     def test_another_chassis(self):
         self.done("set", "chassis-type", "ANOTHER")

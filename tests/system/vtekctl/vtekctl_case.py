@@ -100,6 +100,13 @@ class VtekctlCase(unittest.TestCase):
         return subprocess.run(["openssl", *map(str, arguments)], cwd=self.folder, check=True, capture_output=True,
                               text=True).stdout
 
+    def printed_signature(self, payload):
+        """What OpenSSL's own command tells of a payload's signature."""
+        data = payload.read_bytes()
+        signature = self.folder / "signature"
+        signature.write_bytes(data[-8 - int.from_bytes(data[-8:], "big"):-8])
+        return self.openssl("cms", "-cmsout", "-print", "-inform", "DER", "-in", signature)
+
     def elsewhere_signed(self, archive, *options):
         """A signature over an archive, made by OpenSSL's own command."""
         signature = self.folder / "firmware.cms"
