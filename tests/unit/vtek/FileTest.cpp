@@ -49,6 +49,12 @@ TEST(File, ReadWholeStopsAtItsBound) {
     EXPECT_EQ(errno, EFBIG);
 }
 
+TEST(File, TellsWhatCannotBeMadeDurable) {
+    const auto device = vtek::openAt(vtek::kWorkingFolder, "/dev/null", O_WRONLY);
+    EXPECT_FALSE(vtek::syncFd(device.get()));
+    EXPECT_EQ(errno, EINVAL);
+}
+
 TEST(File, ListsAFolderInOrder) {
     const test::TempDir folder;
     for (const char* name : {"b", "a", ".hidden", "c"}) {

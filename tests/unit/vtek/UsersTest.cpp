@@ -19,6 +19,16 @@ TEST(Users, TheRealUserHasANameAndANumber) {
     EXPECT_EQ(vtek::realUser(), described(getuid()));
 }
 
+TEST(Users, ARealUserWithoutANameIsANumber) {
+    constexpr uid_t kStranger = 12345;
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "skipped: needs root, who alone can become a user that nobody knows";
+    }
+    ASSERT_EQ(getpwuid(kStranger), nullptr);
+    EXPECT_EXIT(_exit(setuid(kStranger) == 0 && vtek::realUser() == "12345" ? 0 : 1),
+                testing::ExitedWithCode(0), "");
+}
+
 TEST(Users, ALoginThatTheKernelDoesNotKnowIsUnknown) {
     const std::string text = test::readFile("/proc/self/loginuid");
     EXPECT_EQ(vtek::loginUser(),
