@@ -45,6 +45,10 @@ const std::vector<Lookup> kLookups = {
      R"(<SVMInventory><!-- c --><Group/><Device componentID="25227"> <Display>x</Display><Application version="1"/>)"
      R"(</Device></SVMInventory>)",
      0, "1"},
+    {"OtherChildrenAreSteppedOverWithTheirVersion",
+     R"(<SVMInventory><Device componentID="25227"><Display version="0"/><Application version="1"/></Device>)"
+     R"(</SVMInventory>)",
+     0, "1"},
     {"ProcessingInstructionsAreSteppedOver",
      R"(<SVMInventory><?Device componentID="25227"?><Device componentID="25227"><?Application version="0"?>)"
      R"(<Application version="1"/></Device></SVMInventory>)",
@@ -52,6 +56,9 @@ const std::vector<Lookup> kLookups = {
     {"NoApplicationLeavesTheVersion", R"(<SVMInventory><Device componentID="25227"/></SVMInventory>)", 0},
     {"ApplicationWithoutAVersionLeavesTheVersion",
      R"(<SVMInventory><Device componentID="25227"><Application/></Device></SVMInventory>)", 0},
+    {"FirstApplicationCountsAlsoWithoutAVersion",
+     R"(<SVMInventory><Device componentID="25227"><Application/><Application version="2"/></Device></SVMInventory>)",
+     0},
     {"EmptyVersionIsTaken",
      R"(<SVMInventory><Device componentID="25227"><Application version=""/></Device></SVMInventory>)", 0, ""},
     {"VersionIsUnescaped",
