@@ -98,6 +98,7 @@ const std::vector<Case> kCases = {
 
     // Repeats.
     {"InventoryTwice", {"-i", "-i"}, 1, false, "i"},
+    {"UpdateTwice", {"-u", "-u"}, 1, false, "u"},
     {"UpdateThreeTimes", {"-u", "-u", "-u"}, 1, false, "u"},
     {"ForceTwice", {"-f", "-f"}, 1, false, "f"},
     {"VerifyTwice", {"-v", "-v"}, 1, false, "v"},
@@ -146,6 +147,10 @@ const std::vector<Case> kCases = {
     {"UpperCaseDebug", {"-D"}, 0, true, ""},
     {"TwoDashes", {"--i"}, 0, true, ""},
     {"OptionWithATail", {"-i1"}, 0, true, ""},
+    {"UpdateWithATail", {"-u1"}, 0, true, ""},
+    {"ForceWithATail", {"-f1"}, 0, true, ""},
+    {"VerifyWithATail", {"-v1"}, 0, true, ""},
+    {"HelpWithATail", {"-h1"}, 0, true, ""},
     {"OptionWithABlankAfter", {"-i "}, 0, true, ""},
     {"OptionWithABlankBefore", {" -i"}, 0, true, ""},
     {"OptionsInOneArgument", {"-iu"}, 0, true, ""},
