@@ -45,10 +45,10 @@ def payload(workshop, plan):
     return series("payload, MiB", sizes, plan.growth_rounds)
 
 
-def processor_time(programs, benchmark):
+def processor_time(programs, plan, benchmark):
     """Processor time of one iteration, in seconds, in a process of its own: none meets the heap that another left."""
     done = subprocess.run([programs.package_reader_bench, f"--benchmark_filter=^{benchmark}$",
-                           "--benchmark_min_time=0.05", "--benchmark_format=json"],
+                           f"--benchmark_min_time={plan.query_seconds}", "--benchmark_format=json"],
                           check=True, capture_output=True, text=True)
     [measured] = [run for run in json.loads(done.stdout)["benchmarks"] if run["run_type"] == "iteration"]
     return measured["cpu_time"] / 1e9
@@ -62,7 +62,7 @@ def package_readers(programs, plan):
     for _ in range(plan.repetitions):
         for size in plan.elements:
             for name in names:
-                times[name][size].append(processor_time(programs, f"{name}/{size}"))
+                times[name][size].append(processor_time(programs, plan, f"{name}/{size}"))
     return times
 
 

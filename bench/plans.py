@@ -16,16 +16,17 @@ class Plan:
     payload_mebibytes: tuple
     elements: tuple  # of a package description
     repetitions: int
+    query_seconds: float  # at least, for each repetition of a query
 
 
 PLANS = {
     "full": Plan(start_rounds=41, inventories=((100, 41), (10_000, 11), (100_000, 5)),
                  updates=((16, 11), (256, 5), (1024, 3)), growth_rounds=3, devices=(1_000, 10_000, 100_000),
                  files=(100, 1_000, 10_000), payload_mebibytes=(10.24, 102.4, 1024.0), elements=(100, 1_000, 10_000),
-                 repetitions=9),
+                 repetitions=9, query_seconds=0.5),
     "quick": Plan(start_rounds=21, inventories=((100, 21), (10_000, 5)), updates=((16, 5), (256, 3)),
                   growth_rounds=3, devices=(1_000, 10_000), files=(100, 1_000), payload_mebibytes=(10.24, 102.4),
-                  elements=(100, 1_000, 10_000), repetitions=5),
+                  elements=(100, 1_000, 10_000), repetitions=5, query_seconds=0.1),
     "tiny": Plan(start_rounds=1, inventories=((10, 1),), updates=((0.01, 1),), growth_rounds=1, devices=(1, 10),
-                 files=(1, 10), payload_mebibytes=(0.01, 0.1), elements=(100,), repetitions=1),
+                 files=(1, 10), payload_mebibytes=(0.01, 0.1), elements=(100,), repetitions=1, query_seconds=0.01),
 }
