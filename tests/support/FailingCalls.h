@@ -7,8 +7,9 @@
 
 namespace test {
 
-/** Whose functions fail: those of the C library that look at files and change them, or those of a library. */
-enum class Calls { Files, Database, Crypto, Archive, Xml };
+/** Whose functions fail: those of the C library that look at files and change them, the one that starts
+ * threads, or those of a library. */
+enum class Calls { Files, Threads, Database, Crypto, Archive, Xml };
 void PrintTo(Calls calls, std::ostream* out);
 
 /**

@@ -1,9 +1,10 @@
 // The functions of the C library that look at files and change them: those of the code under test, and those
-// of its database.
+// of its database. And the one that starts threads.
 #include "FailingCalls.h"
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <pwd.h>
 #include <stdlib.h>
 #include <sys/file.h>
@@ -140,6 +141,12 @@ int getpwuid_r(uid_t user, passwd* record, char* buffer, size_t size, passwd** f
     *found = nullptr;
     return passed<decltype(getpwuid_r)>(__builtin_return_address(0), Calls::Files, "getpwuid_r", EIO, user,
                                         record, buffer, size, found);
+}
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
+                   void* argument) noexcept {
+    return passed<decltype(pthread_create)>(__builtin_return_address(0), Calls::Threads, "pthread_create",
+                                            EAGAIN, thread, attributes, start, argument);
 }
 
 // What is made durable is lost with the test all the same, and disks are slow.

@@ -28,12 +28,20 @@ void supportTar(archive* reader) {
 
 }  // namespace
 
+std::string shownName(std::string_view name) {
+    std::string text(name.substr(0, 80));
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return "'" + text + "'";
+}
+
 /** Where libarchive reads from, and its buffer. */
 struct ArchiveReader::Source {
     int fd;
     std::uint64_t length;
+    bool isZip;
     std::uint64_t position = 0;
-    std::uint64_t consumed = 0;
+    std::uint64_t takenIn = 0;
     std::array<char, 64 * 1024> buffer{};
 
     static la_ssize_t read(archive* reader, void* data, const void** buffer) {
@@ -46,7 +54,7 @@ struct ArchiveReader::Source {
             return -1;
         }
         source.position += static_cast<std::uint64_t>(n);
-        source.consumed += static_cast<std::uint64_t>(n);
+        source.takenIn += static_cast<std::uint64_t>(n);
         *buffer = source.buffer.data();
         return n;
     }
@@ -81,9 +89,10 @@ Result<ArchiveReader> ArchiveReader::open(int fd, std::uint64_t length, std::uin
     if (readFullyAt(fd, start, sizeof start, 0) < 0) {
         return systemError(ErrorNumber::ArchiveInvalid, "read the archive");
     }
-    auto source = std::make_unique<Source>(Source{.fd = fd, .length = length});
+    const bool isZip = beginsZip({start, sizeof start});
+    auto source = std::make_unique<Source>(Source{.fd = fd, .length = length, .isZip = isZip});
     ReaderPtr reader = makeReader();
-    if (beginsZip({start, sizeof start})) {
+    if (isZip) {
         VTEK_TRY(checkZipDirectory(fd, length, entryBound));
         archive_read_support_format_zip_seekable(reader.get());
     } else {
@@ -164,12 +173,17 @@ Result<std::size_t> ArchiveReader::read(char* buffer, std::size_t size) {
     return static_cast<std::size_t>(n);
 }
 
-std::uint64_t ArchiveReader::consumed() const {
-    return source_->consumed;
+bool ArchiveReader::skipsContent() const {
+    return source_->isZip;
+}
+
+std::uint64_t ArchiveReader::takenIn() {
+    return std::exchange(source_->takenIn, 0);
 }
 
 std::uint64_t ArchiveReader::expanded() const {
-    return static_cast<std::uint64_t>(std::max<la_int64_t>(archive_filter_bytes(reader_.get(), 0), 0));
+    const la_int64_t bytes = source_->isZip ? 0 : archive_filter_bytes(reader_.get(), 0);
+    return static_cast<std::uint64_t>(std::max<la_int64_t>(bytes, 0));
 }
 
 Error ArchiveReader::invalid() const {

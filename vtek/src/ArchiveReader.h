@@ -21,6 +21,9 @@ struct ArchiveEntry {
     std::optional<std::uint64_t> size;  ///< as declared; absent when the archive declares none
 };
 
+/** An entry's name as a log can show it. */
+std::string shownName(std::string_view name);
+
 /**
  * Reads the entries of an archive: zip with stored or deflated entries, tar, or tar.gz. Its first bytes tell
  * which; every other format, and every filter that would start a program, is off.
@@ -47,10 +50,13 @@ public:
     /** The next bytes of the current entry. @return how many; 0 at its end */
     Result<std::size_t> read(char* buffer, std::size_t size);
 
-    /** Bytes of the archive that were taken in so far. */
-    std::uint64_t consumed() const;
+    /** Whether next() passes over the content of an entry without reading it, as it does in a zip. */
+    bool skipsContent() const;
 
-    /** Bytes that decompression has made of them so far. */
+    /** Bytes of the archive that were taken in since the last call. */
+    std::uint64_t takenIn();
+
+    /** Bytes that decompression has made of the archive as a whole so far; 0 for a zip, which is none. */
     std::uint64_t expanded() const;
 
 private:

@@ -1,10 +1,11 @@
 #include "Unpack.h"
 
 #include "Beneath.h"
-#include "FileWriter.h"
+#include "EntryWriter.h"
+#include "UnpackAssistant.h"
+#include "UnpackBudget.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <map>
 #include <string_view>
@@ -16,20 +17,11 @@ namespace {
 
 constexpr std::size_t kNameBound = 255;
 constexpr std::size_t kPathBound = 1024;
-constexpr std::uint64_t kFreeBytes = 1024 * 1024;  // a small archive may well be very compressible
-constexpr std::size_t kBlockSize = 64 * 1024;
+constexpr std::uint64_t kLargeEntry = 1024 * 1024;  // worth another thread
 
 bool isPlainName(std::string_view name) {
     return !name.empty() && name.size() <= kNameBound && name != "." && name != ".." &&
            std::all_of(name.begin(), name.end(), [](char c) { return c >= ' ' && c <= '~' && c != '\\'; });
-}
-
-/** A name as a log can show it. */
-std::string shown(std::string_view name) {
-    std::string text(name.substr(0, 80));
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return "'" + text + "'";
 }
 
 std::string lowered(std::string text) {
@@ -41,59 +33,61 @@ std::string lowered(std::string text) {
 /** One run over an archive. */
 class Unpacking {
 public:
-    Unpacking(ArchiveReader reader, UnpackTarget& target, std::string prefix, const UnpackLimits& limits,
-              const ByteCounter& counter)
-        : reader_(std::move(reader)),
+    Unpacking(ArchiveReader reader, UnpackAssistant::OpenArchive openAgain, UnpackTarget& target,
+              std::string prefix, const UnpackLimits& limits, const ByteCounter& counter)
+        : budget_(limits, counter),
+          skipsContent_(reader.skipsContent()),
+          writer_(std::move(reader), budget_),
+          assistant_(std::move(openAgain), budget_),
           target_(target),
           prefix_(std::move(prefix)),
-          limits_(limits),
-          counter_(counter) {}
+          limits_(limits) {}
 
     Result<UnpackedContent> run() {
-        std::string manifest;
-        for (std::uint64_t count = 0;; ++count) {
-            VTEK_ASSIGN(auto entry, reader_.next());
-            if (!entry) {
-                break;
-            }
-            if (count == limits_.entries) {
-                return tooLarge("more entries than allowed");
-            }
-            VTEK_TRY(checkEntry(*entry, count == 0));
-            if (entry->kind == ArchiveEntry::Kind::Folder) {
-                VTEK_TRY(makeFolder(entry->name));
-            } else {
-                VTEK_TRY(writeFile(*entry, count == 0 ? &manifest : nullptr));
-            }
-        }
-        VTEK_ASSIGN(content_.manifest, parseManifest(manifest));
+        const Status unpacked = unpackEntries();
+        VTEK_TRY(assistant_.finish());  // its entries come before the one that ended ours
+        VTEK_TRY(unpacked);
+        VTEK_ASSIGN(content_.manifest, parseManifest(manifest_));
+        content_.bytes = budget_.content();
         return content_;
     }
 
 private:
-    static Error tooLarge(const std::string& reason) {
-        return {ErrorNumber::ArchiveTooLarge, "archive: " + reason};
+    Status unpackEntries() {
+        for (;;) {
+            VTEK_ASSIGN(auto entry, writer_.next());
+            if (!entry) {
+                return {};
+            }
+            if (writer_.count() > limits_.entries) {
+                return archiveTooLarge("more entries than allowed");
+            }
+            VTEK_TRY(checkEntry(*entry));
+            VTEK_TRY(entry->kind == ArchiveEntry::Kind::Folder ? makeFolder(entry->name) : writeFile(*entry));
+        }
     }
 
+    bool isFirst() const { return writer_.count() == 1; }
+
     /** Judges an entry before anything of it is created, and takes a folder's closing "/" away. */
-    Status checkEntry(ArchiveEntry& entry, bool first) {
+    Status checkEntry(ArchiveEntry& entry) {
         if (entry.kind == ArchiveEntry::Kind::Other) {
             return Error{ErrorNumber::EntryKind,
-                         "archive: " + shown(entry.name) + " is no plain file and no folder"};
+                         "archive: " + shownName(entry.name) + " is no plain file and no folder"};
         }
         if (entry.kind == ArchiveEntry::Kind::Folder && entry.name.ends_with('/')) {
             entry.name.pop_back();
         }
         if (!isPlainPath(entry.name)) {
             return Error{ErrorNumber::EntryName,
-                         "archive: the name " + shown(entry.name) + " is not allowed"};
+                         "archive: the name " + shownName(entry.name) + " is not allowed"};
         }
-        if (first && (entry.name != kManifestName || entry.kind != ArchiveEntry::Kind::File)) {
+        if (isFirst() && (entry.name != kManifestName || entry.kind != ArchiveEntry::Kind::File)) {
             return Error{ErrorNumber::ManifestInvalid, "archive: the first entry is not manifest.xml"};
         }
         const auto depth = std::count(entry.name.begin(), entry.name.end(), '/');
         if (static_cast<std::uint64_t>(depth) > limits_.depth) {
-            return tooLarge("folders too deep");
+            return archiveTooLarge("folders too deep");
         }
         return claim(entry);
     }
@@ -113,7 +107,7 @@ private:
     }
 
     static Error repeated(const std::string& name) {
-        return {ErrorNumber::EntryRepeated, "archive: the name " + shown(name) + " is taken already"};
+        return {ErrorNumber::EntryRepeated, "archive: the name " + shownName(name) + " is taken already"};
     }
 
     std::string placed(const std::string& name) const {
@@ -122,66 +116,44 @@ private:
 
     Status makeFolder(const std::string& name) {
         if (!target_.makeFolders(placed(name))) {
-            return systemError(ErrorNumber::UnpackFailed, "make the folder " + shown(name));
+            return systemError(ErrorNumber::UnpackFailed, "make the folder " + shownName(name));
         }
         return {};
     }
 
-    Status writeFile(const ArchiveEntry& entry, std::string* manifest) {
+    Status writeFile(const ArchiveEntry& entry) {
         VTEK_TRY(makeFolder(std::string(parentOf(entry.name))));
-        const UniqueFd file = target_.createFile(placed(entry.name));
+        UniqueFd file = target_.createFile(placed(entry.name));
         if (!file && errno == EEXIST) {
             return repeated(entry.name);
         }
         if (!file) {
-            return systemError(ErrorNumber::UnpackFailed, "make the file " + shown(entry.name));
-        }
-        FileWriter writer(file.get());
-        std::uint64_t written = 0;
-        for (;;) {
-            VTEK_ASSIGN(const std::size_t n, reader_.read(block_.data(), block_.size()));
-            if (n == 0) {
-                break;
-            }
-            written += n;
-            VTEK_TRY(account(n));
-            if (manifest != nullptr && manifest->size() <= kManifestBound) {
-                manifest->append(block_.data(), n);
-            }
-            if (!writer.write({block_.data(), n})) {
-                return systemError(ErrorNumber::UnpackFailed, "write " + shown(entry.name));
-            }
-        }
-        if (entry.size && *entry.size != written) {
-            return Error{ErrorNumber::ArchiveInvalid,
-                         "archive: " + shown(entry.name) + " is not as long as declared"};
+            return systemError(ErrorNumber::UnpackFailed, "make the file " + shownName(entry.name));
         }
         ++content_.files;
-        return {};
+        if (isFirst()) {
+            return writer_.write(entry, file.get(), &manifest_);
+        }
+        if (isWorthAnotherThread(entry) && assistant_.begin(writer_.count(), entry, file)) {
+            return {};
+        }
+        return writer_.write(entry, file.get(), nullptr);
     }
 
-    Status account(std::uint64_t bytes) {
-        content_.bytes += bytes;
-        counter_(reader_.consumed() - std::exchange(reported_, reader_.consumed()));
-        const std::uint64_t made = std::max(content_.bytes, reader_.expanded());
-        if (made > limits_.totalBytes) {
-            return tooLarge("unpacks to more bytes than allowed");
-        }
-        if (made > kFreeBytes && made - kFreeBytes > reader_.consumed() * limits_.ratio) {
-            return tooLarge("compressed more than allowed");
-        }
-        return {};
+    bool isWorthAnotherThread(const ArchiveEntry& entry) const {
+        return skipsContent_ && entry.size.value_or(0) >= kLargeEntry;
     }
 
-    ArchiveReader reader_;
+    UnpackBudget budget_;
+    bool skipsContent_;
+    EntryWriter writer_;
+    UnpackAssistant assistant_;
     UnpackTarget& target_;
     std::string prefix_;
     const UnpackLimits& limits_;
-    const ByteCounter& counter_;
     UnpackedContent content_;
+    std::string manifest_;
     std::map<std::string, std::string> taken_;  // lower case to the spelling that came first
-    std::uint64_t reported_ = 0;
-    std::array<char, kBlockSize> block_;
 };
 
 }  // namespace
@@ -224,8 +196,9 @@ Result<Manifest> readManifest(std::string_view start) {
 Result<UnpackedContent> unpackArchive(int fd, std::uint64_t archiveLength, UnpackTarget& target,
                                       const std::string& prefix, const UnpackLimits& limits,
                                       const ByteCounter& counter) {
-    VTEK_ASSIGN(ArchiveReader reader, ArchiveReader::open(fd, archiveLength, limits.entries));
-    return Unpacking(std::move(reader), target, prefix, limits, counter).run();
+    const auto open = [&] { return ArchiveReader::open(fd, archiveLength, limits.entries); };
+    VTEK_ASSIGN(ArchiveReader reader, open());
+    return Unpacking(std::move(reader), open, target, prefix, limits, counter).run();
 }
 
 }  // namespace vtek
