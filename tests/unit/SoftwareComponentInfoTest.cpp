@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <type_traits>
 
 namespace test {
@@ -342,6 +343,32 @@ TEST_F(SoftwareComponentInfo, EveryQueryGoesBackToTheFile) {
     EXPECT_EQ(reader.GetComponentType(), "B");
     EXPECT_EQ(reader.GetComponentVersion(), "2");
     EXPECT_FALSE(reader.getPresenceOfRollbackInfo());
+}
+
+/** How many documents of libxml2 there are, and have been at most. */
+struct Documents {
+    int now = 0;
+    int most = 0;
+};
+
+TEST_F(SoftwareComponentInfo, NoQueryKeepsTheFormerDocumentWhileItReadsTheNext) {
+    static Documents documents;
+    package_.setPackage(kPackageXml);
+    xmlRegisterNodeDefault([](xmlNode* node) {
+        documents.now += node->type == XML_DOCUMENT_NODE ? 1 : 0;
+        documents.most = std::max(documents.most, documents.now);
+    });
+    xmlDeregisterNodeDefault([](xmlNode* node) { documents.now -= node->type == XML_DOCUMENT_NODE ? 1 : 0; });
+    {
+        CSoftwareComponentInfo reader;
+        EXPECT_EQ(reader.GetComponentID(), "25227");
+        reader.GetComponentVersion();
+        EXPECT_EQ(documents.now, 1);
+    }
+    xmlRegisterNodeDefault(nullptr);
+    xmlDeregisterNodeDefault(nullptr);
+    EXPECT_EQ(documents.now, 0);
+    EXPECT_EQ(documents.most, 1);
 }
 
 TEST_F(SoftwareComponentInfo, LaterParseRecoversFromAnEarlierFailure) {
