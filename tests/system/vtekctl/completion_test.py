@@ -96,25 +96,25 @@ class Completion(unittest.TestCase):
     def test_the_tab_key(self):
         script = self.folder / "completion"
         script.write_text(script_of("vtekctl"))
-        typed = f". '{script}'\nvtekctl inv\tim\tpack\t\n"
-        self.assertIn("vtekctl inventory import package.xml ", self.screen_after(typed))
+        self.type_and_see((f". '{script}'\n", "$ "), ("vtekctl inv\t", "vtekctl inventory "), ("im\t", "import "),
+                          ("pack\t", "package.xml "))
 
-    def screen_after(self, typed):
-        """What an interactive bash shows when this is typed."""
+    def type_and_see(self, *keys):
+        """Types each of the texts into an interactive bash, once it shows what was expected after the one before."""
         child, terminal = pty.fork()
         if child == 0:
             os.chdir(self.folder)
             os.execvpe("bash", ["bash", "--norc", "--noprofile", "-i"], {**os.environ, "PS1": "$ ", "TERM": "dumb"})
-        shown, end = "", time.monotonic() + 30
-        for key in ["", *typed]:
-            os.write(terminal, key.encode())
-            if key in "\t\n":
-                time.sleep(0.2)
-            while select.select([terminal], [], [], 0.1 if key in "\t\n" else 0)[0] and time.monotonic() < end:
+        end = time.monotonic() + 60
+        for typed, expected in [("", "$ "), *keys]:
+            os.write(terminal, typed.encode())
+            shown = ""
+            while expected not in shown.replace("\a", ""):
+                self.assertTrue(select.select([terminal], [], [], max(0, end - time.monotonic()))[0],
+                                f"{expected!r}: {shown!r}")
                 shown += os.read(terminal, 4096).decode(errors="replace")
         os.close(terminal)
         os.waitpid(child, 0)
-        return shown.replace("\a", "")
 
 
 unittest.main(argv=["completion"], verbosity=2)

@@ -181,6 +181,16 @@ TEST(LargeEntries, OfAZipAreWrittenWhileOthersAre) {
     EXPECT_TRUE(target.slowContent() == letters(1));
 }
 
+TEST(LargeEntries, ThatArePassedOverAreNotWhatTheArchiveHasMade) {
+    Archive archive(Format::ZipStored, {{"slow", letters(1, 3'000'000)}, {"last", "x"}});
+    SlowTarget target;
+    vtek::UnpackLimits limits = kLimits;
+    limits.ratio = 1;
+    const auto unpacked = archive.unpackTo(target, limits);
+    EXPECT_TRUE(unpacked) << unpacked.error().message;
+    EXPECT_TRUE(target.slowContent() == letters(1, 3'000'000));
+}
+
 TEST(LargeEntries, ThatAreDamagedAreRefused) {
     const std::string stored =
         Lab().archiveOf(Format::ZipStored, {{"one", letters(1)}, {"two", letters(2)}, {"three", letters(3)}});
@@ -220,7 +230,11 @@ private:
 
 TEST_F(Assistant, WritesTheEntryWithTheNumber) {
     const Archive archive(Format::Zip, {{"two", "second"}, {"three", "third"}, {"four", "fourth"}});
-    auto assistant = over([&] { return archive.open(); });
+    int opened = 0;
+    auto assistant = over([&] {
+        ++opened;
+        return archive.open();
+    });
     for (const auto& [number, content] : {std::pair(2U, "second"), std::pair(4U, "fourth")}) {
         vtek::UniqueFd given = file();
         ASSERT_TRUE(assistant.begin(number, entry_, given));
@@ -228,6 +242,7 @@ TEST_F(Assistant, WritesTheEntryWithTheNumber) {
         EXPECT_TRUE(assistant.finish());
         EXPECT_EQ(written(), content);
     }
+    EXPECT_EQ(opened, 1);
 }
 
 TEST_F(Assistant, BeginsNothingMoreAfterAFailure) {

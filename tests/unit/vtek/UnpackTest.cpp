@@ -155,6 +155,15 @@ TEST(Unpack, ADecompressionBombIsRefused) {
     expectRefused(lab, lab.archiveOf(Format::Zip, {{"zeros", zeros}}), ErrorNumber::ArchiveTooLarge);
 }
 
+TEST(Unpack, AnArchiveOfUpToAMebibyteMayBeAsCompressibleAsItIs) {
+    const Lab lab;
+    lab.set("unpack-ratio", "1");
+    lab.sign(lab.archiveOf(Format::Zip, {{"zeros", std::string(1'000'000, '\0')}}));
+    EXPECT_EQ(lab.update(), kDone);
+    expectRefused(lab, lab.archiveOf(Format::Zip, {{"zeros", std::string(1'100'000, '\0')}}),
+                  ErrorNumber::ArchiveTooLarge);
+}
+
 TEST(Unpack, AnArchiveThatIsCompressedTwiceIsRefused) {
     const Lab lab;
     const std::string once = lab.archive(Format::TarGz);
