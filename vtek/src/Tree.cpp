@@ -11,6 +11,21 @@
 
 namespace vtek {
 
+bool syncTree(int folder, const std::string& name) {
+    const UniqueFd opened = openAt(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    if (!opened) {
+        return false;
+    }
+    std::vector<std::string> names;
+    const bool isFolder = listFolder(opened.get(), names);
+    if (!isFolder && errno != ENOTDIR) {
+        return false;
+    }
+    return std::all_of(names.begin(), names.end(),
+                       [&](const auto& inner) { return syncTree(opened.get(), inner); }) &&
+           syncFd(opened.get());
+}
+
 bool removeTree(int folder, const std::string& name) {
     if (unlinkat(folder, name.c_str(), 0) == 0 || errno == ENOENT) {
         return true;

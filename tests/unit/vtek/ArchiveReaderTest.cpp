@@ -14,6 +14,7 @@
 
 namespace {
 
+using test::Entry;
 using test::Format;
 using test::Lab;
 using test::UpdateOutcome;
