@@ -1,6 +1,6 @@
 """Bash completion of the tools, in a real bash.
 
-    completion_test.py VTEKCTL QRXINSPECT QRXUPDATE_COMPLETION
+    completion_test.py VTEKCTL QRXINSPECT [CASE...]
 """
 
 import os
@@ -13,14 +13,14 @@ import tempfile
 import time
 import unittest
 
-TOOLS = {name: pathlib.Path(path).resolve()
-         for name, path in zip(("vtekctl", "qrxinspect", "qrxupdate"), sys.argv[1:])}
+TOOLS = {name: pathlib.Path(path).resolve() for name, path in zip(("vtekctl", "qrxinspect"), sys.argv[1:3])}
+PROGRAMS_OWN = pathlib.Path(__file__).resolve().parents[3] / "package/qrxupdate.bash"
 
 
 def script_of(name):
-    """The completion that the tool makes of its command table, or that stands in a file."""
-    if TOOLS[name].suffix == ".bash":
-        return TOOLS[name].read_text()
+    """The completion that the tool makes of its command table; the program's stands in a file."""
+    if name not in TOOLS:
+        return PROGRAMS_OWN.read_text()
     return subprocess.run([TOOLS[name], "--describe", "bash"], check=True, capture_output=True, text=True).stdout
 
 
@@ -61,6 +61,9 @@ class Completion(unittest.TestCase):
         self.assertEqual(offers("vtekctl --root show tr"), ["trust"])
         self.assertEqual(offers("vtekctl --root /x inventory a"), ["add"])
 
+    def test_a_flag_takes_no_value(self):
+        self.assertEqual(offers("qrxinspect package --check ", self.folder), ["firm ware"])
+
     def test_file_names(self):
         self.assertEqual(offers("vtekctl inventory import p", self.folder), ["package.xml"])
         self.assertEqual(offers("vtekctl sign --package ", self.folder), ["firm ware", "package.xml"])
@@ -87,7 +90,7 @@ class Completion(unittest.TestCase):
         self.assertEqual(offers("qrxupdate -o ", self.folder), ["firm ware", "package.xml"])
 
     def test_scripts_are_clean(self):
-        for name in TOOLS:
+        for name in (*TOOLS, "qrxupdate"):
             with self.subTest(name):
                 checked = subprocess.run(["shellcheck", "--shell=bash", "-"], input=script_of(name), text=True,
                                          capture_output=True, check=False)
@@ -98,6 +101,12 @@ class Completion(unittest.TestCase):
         script.write_text(script_of("vtekctl"))
         self.type_and_see((f". '{script}'\n", "$ "), ("vtekctl inv\t", "vtekctl inventory "), ("im\t", "import "),
                           ("pack\t", "package.xml "))
+
+    def test_the_tab_key_in_a_name_with_a_blank(self):
+        script = self.folder / "completion"
+        script.write_text(script_of("vtekctl"))
+        for before in ("vtekctl --root", "vtekctl inventory import"):
+            self.type_and_see((f". '{script}'\n", "$ "), (f"{before} fi\t", f"{before} firm\\ ware/"))
 
     def type_and_see(self, *keys):
         """Types each of the texts into an interactive bash, once it shows what was expected after the one before."""
@@ -117,4 +126,4 @@ class Completion(unittest.TestCase):
         os.waitpid(child, 0)
 
 
-unittest.main(argv=["completion"], verbosity=2)
+unittest.main(argv=["completion", *sys.argv[3:]], verbosity=2)

@@ -58,5 +58,11 @@ TEST(Json, IsPrintedInAsciiWhateverItHolds) {
     EXPECT_EQ(read["euro"], "€");
 }
 
+TEST(Json, IsPrintedInLinesThatPeopleCanRead) {
+    std::ostringstream out;
+    printJson(out, {{"counts", {1, 2}}});
+    EXPECT_EQ(out.str(), "{\n  \"counts\": [\n    1,\n    2\n  ]\n}\n");
+}
+
 }  // namespace
 }  // namespace tools
