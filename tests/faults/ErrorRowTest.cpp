@@ -92,14 +92,19 @@ Trigger withSetting(const std::string& name, const std::string& value) {
     return prepared([=](Lab& lab) { lab.set(name, value); });
 }
 
-/** The stand-in without the library of updates beside it, and with one where only the loader looks. */
-Trigger withoutUpdateLibrary() {
-    static const test::TempDir folder;
+/** The stand-in with nothing but what this folder holds beside it, and with its library of updates where only
+ * the loader looks. */
+Trigger withLibraryIn(const std::filesystem::path& folder) {
     std::filesystem::copy_file(QRX_VTEK_LIBRARY, folder / "libvtek.so.0",
                                std::filesystem::copy_options::overwrite_existing);
     const std::string loadersPath =
-        folder.path().string() + ":" + std::filesystem::path(QRX_VTEK_LIBRARY).parent_path().string();
+        folder.string() + ":" + std::filesystem::path(QRX_VTEK_LIBRARY).parent_path().string();
     return {.environment = {{"LD_LIBRARY_PATH", loadersPath}}};
+}
+
+Trigger withoutUpdateLibrary() {
+    static const test::TempDir folder;
+    return withLibraryIn(folder.path());
 }
 
 Trigger withEntries(const std::vector<Entry>& entries) {
@@ -375,6 +380,20 @@ TEST_P(WithoutATrigger, NothingFails) {
     EXPECT_THAT(run("-u").output, HasSubstr("Update is successful"));
     EXPECT_EQ(program_.record(), "");
     EXPECT_EQ(lab_.version(), "2.00");
+}
+
+TEST(UpdateLibrary, ThatIsMissingOrAnotherIsToldAsWhatItIs) {
+    const Lab lab(std::time(nullptr));
+    const test::TempDir folder;
+    const auto environment = withLibraryIn(folder.path()).environment;
+    const auto logged = [&] {
+        const auto outcome = test::HookedProgram(lab).run("-u", environment);
+        EXPECT_EQ(outcome.signal, 0);
+        return test::readFile(lab.rootPath() / "log/vtek.log");
+    };
+    EXPECT_THAT(logged(), HasSubstr("libvtek-update.so: cannot open shared object file"));
+    std::filesystem::copy_file(QRX_LOADABLE_LIBRARY, folder / "libvtek-update.so");
+    EXPECT_THAT(logged(), HasSubstr("undefined symbol: vtek_begin_update"));
 }
 
 TEST(ErrorRows, EveryTriggerHasARow) {

@@ -52,6 +52,16 @@ int EVP_DigestFinal_ex(EVP_MD_CTX* context, unsigned char* digest, unsigned int*
                                                 "EVP_DigestFinal_ex", 0, context, digest, size);
 }
 
+int EVP_MAC_update(EVP_MAC_CTX* context, const unsigned char* data, size_t size) {
+    return passed<decltype(EVP_MAC_update)>(__builtin_return_address(0), Calls::Crypto, "EVP_MAC_update", 0,
+                                            context, data, size);
+}
+
+int EVP_MAC_final(EVP_MAC_CTX* context, unsigned char* code, size_t* size, size_t room) {
+    return passed<decltype(EVP_MAC_final)>(__builtin_return_address(0), Calls::Crypto, "EVP_MAC_final", 0,
+                                           context, code, size, room);
+}
+
 /** A P-256 key, whatever is asked for: it takes no time to find, as an RSA key does. */
 EVP_PKEY* EVP_PKEY_Q_keygen(OSSL_LIB_CTX* context, const char* properties, const char*, ...) {
     return passed<decltype(EVP_PKEY_Q_keygen)>(__builtin_return_address(0), Calls::Crypto,

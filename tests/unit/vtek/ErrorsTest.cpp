@@ -52,6 +52,12 @@ TEST(Errors, NumbersRiseAndAreNeverGivenTwice) {
               table.end());
 }
 
+TEST(Errors, ANumberLeadsToItsRow) {
+    for (const auto& info : vtek::errorTable()) {
+        EXPECT_EQ(&vtek::errorInfo(info.number), &info) << info.cause;
+    }
+}
+
 TEST(Errors, ASystemErrorKeepsItsText) {
     errno = ENOSPC;
     const auto error = vtek::systemError(vtek::ErrorNumber::CopyFailed, "write");

@@ -202,9 +202,10 @@ TEST(FaceWithoutARoot, OffersNothingAndSaysWhy) {
     EXPECT_EQ(wynd.getVTEKError(), 101);
     EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 12), 0xFF);
     logWyndMsg("a", 1, "dropped");
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                HasSubstr("libvtek (simulation): constructor: error 101, no root: /nowhere: No such file or "
-                          "directory; to do: "));
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(said, HasSubstr("libvtek (simulation): constructor: error 101, no root: /nowhere: No such "
+                                "file or directory; to do: "));
+    EXPECT_EQ(said.find("constructor"), said.rfind("constructor")) << "a root is looked for once";
 }
 
 }  // namespace

@@ -7,16 +7,37 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
 using testing::ElementsAre;
+using Range = std::pair<off64_t, off64_t>;
+
+/** Called when this program has a part of a file written out, with where it begins and how long it is. */
+std::function<void(off64_t, off64_t)>& whenWritingOut() {
+    static std::function<void(off64_t, off64_t)> action = [](off64_t, off64_t) {};
+    return action;
+}
+
+}  // namespace
+
+/** Takes the place of the C library's function in this program. */
+extern "C" int sync_file_range(int fd, off64_t from, off64_t size, unsigned int flags) {
+    whenWritingOut()(from, size);
+    return static_cast<int>(syscall(SYS_sync_file_range, fd, from, size, flags));
+}
+
+namespace {
 
 TEST(File, DescriptorsStayAboveTheStandardOnes) {
     for (const int standard : {0, 1, 2}) {
@@ -79,6 +100,22 @@ TEST(FileWriter, WritesPiecesOfAnySizeOneBehindTheOther) {
         expected += data;
     }
     EXPECT_EQ(test::readFile(folder / "file"), expected);
+}
+
+TEST(FileWriter, HasEveryTwoMebibytesWrittenOut) {
+    const test::TempDir folder;
+    const auto file =
+        vtek::openAt(vtek::kWorkingFolder, (folder / "file").string(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    vtek::FileWriter writer(file.get());
+    std::vector<Range> writtenOut;
+    whenWritingOut() = [&](off64_t from, off64_t size) { writtenOut.emplace_back(from, size); };
+    constexpr off64_t kMebibyte = 1024 * 1024;
+    const std::string data(kMebibyte, 'x');
+    EXPECT_TRUE(writer.write(data));
+    EXPECT_THAT(writtenOut, ElementsAre());
+    EXPECT_TRUE(writer.write(data + data + data + data));
+    EXPECT_THAT(writtenOut, ElementsAre(Range(0, 2 * kMebibyte), Range(2 * kMebibyte, 2 * kMebibyte)));
+    whenWritingOut() = [](off64_t, off64_t) {};
 }
 
 TEST(FileWriter, TellsThatItCannotWrite) {

@@ -35,6 +35,10 @@ TEST(Fingerprint, DiffersWithEveryBitAndWithTheLength) {
     EXPECT_NE(fingerprintOf(""), fingerprintOf(std::string(16, '\0')));
 }
 
+TEST(Fingerprint, IsTheWholeCode) {
+    EXPECT_EQ(fingerprintOf("bytes").size(), 16U) << "a shorter one would be equal by chance too often";
+}
+
 TEST(FingerprintDeathTest, IsAnotherOneInEveryProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");  // the child starts anew, and makes a key of its own
     constexpr const char* kOfParent = "FINGERPRINT_OF_PARENT";

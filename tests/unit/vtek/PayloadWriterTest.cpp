@@ -147,6 +147,8 @@ TEST_F(PayloadWriter, TakesPlainFilesThatStayAsTheyAre) {
     EXPECT_TRUE(writer.addFile("main.bin", content() / "main.bin"));
     EXPECT_EQ(writer.addFile("sub", content() / "sub").error().message,
               (content() / "sub").string() + " is no plain file");
+    fs::create_symlink("main.bin", content() / "link");
+    EXPECT_EQ(writer.addFile("link", content() / "link").error().number, ErrorNumber::InvalidArgument);
     // The kernel says of this one that it is empty.
     EXPECT_EQ(writer.addFile("status", "/proc/self/status").error().message,
               "/proc/self/status changed while it was read");
@@ -165,6 +167,18 @@ TEST_F(PayloadWriter, APackageThatNamesNoComponentIsNone) {
         ASSERT_FALSE(description) << xml;
         EXPECT_EQ(description.error().number, ErrorNumber::PackageUnreadable);
     }
+}
+
+TEST_F(PayloadWriter, APackageIsForItsFirstDeviceAndOfItsLastVersion) {
+    writeFile(folder_ / "package.xml",
+              "<Packages><SoftwareComponent vendorVersion='1'><SupportedDevices><Device componentID='25227'/>"
+              "<Device componentID='31002'/></SupportedDevices></SoftwareComponent>"
+              "<SoftwareComponent vendorVersion='2'/></Packages>");
+    const auto description = vtek::readPackageDescription(
+        vtek::kWorkingFolder, (folder_ / "package.xml").string(), ErrorNumber::PackageUnreadable);
+    ASSERT_TRUE(description);
+    EXPECT_EQ(description->componentId, "25227");
+    EXPECT_EQ(description->version, "2");
 }
 
 TEST_F(PayloadWriter, WhatItSignsIsAccepted) {
