@@ -120,6 +120,17 @@ TEST(InspectBadInput, AMarkerFileThatIsAFifoDoesNotHoldTheToolUp) {
     }
 }
 
+TEST(InspectBadInput, WhereNoFileIsLeftForALogInMemoryNothingIsRead) {
+    const TempDir folder;
+    writeFile(folder / "package.xml", "<SoftwareComponent/>");
+    // The one descriptor that is left is enough for the loader, and for the package.
+    const std::string narrow = "exec 3>&-; ulimit -n 4; exec \"$0\" package";
+    const Outcome outcome =
+        run({.arguments = {"/bin/sh", "-c", narrow, inspectProgram()}, .workingDirectory = folder.path()});
+    EXPECT_EQ(outcome.exitStatus, 2);
+    EXPECT_EQ(outcome.error, "qrxinspect: cannot keep the debug log quiet: /proc is not there\n");
+}
+
 TEST(InspectBadInput, AWrongCommandLine) {
     EXPECT_EQ(inspect("/", {}).exitStatus, 64);
     EXPECT_EQ(inspect("/", {"unknown"}).exitStatus, 64);
