@@ -39,11 +39,6 @@ Option& Option::showsDefault() {
     return *this;
 }
 
-Option& Option::takesTheRest() {
-    option_->expected(-1);
-    return *this;
-}
-
 bool Option::isGiven() const {
     return !option_->empty();
 }

@@ -25,8 +25,6 @@ public:
     Option& excludes(const Option& other);
     /** Help shows the value that holds without the option. */
     Option& showsDefault();
-    /** Takes whatever follows. */
-    Option& takesTheRest();
 
     /** Whether the command line has it; after parsing. */
     bool isGiven() const;

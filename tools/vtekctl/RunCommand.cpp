@@ -17,7 +17,6 @@ public:
     void define(Options& options) override {
         options.values("command", words_, "the program and its arguments, after --")
             .required()
-            .takesTheRest()
             .takes("COMMAND");
         options.footer("Ends as the program does.");
     }
