@@ -49,6 +49,10 @@ class CommandLine(VtekctlCase):
         self.assertEqual(self.done("-h"), top)
         self.assertEqual(self.done("sign", "-h"), self.done("sign", "--help"))
 
+    def test_help_of_a_command_shows_defaults_and_what_there_is_to_know(self):
+        self.assertIn("=Lab Signer ", self.done("keygen", "--help"))
+        self.assertTrue(self.done("run", "--help").endswith("\nEnds as the program does.\n"))
+
     def test_the_version_is_the_one_of_the_project(self):
         self.assertRegex(self.done("--version"), r"^vtekctl \d+\.\d+\.\d+\n$")
 

@@ -6,7 +6,9 @@
 import gzip
 import hashlib
 import os
+import re
 import resource
+import shutil
 import subprocess
 import tarfile
 
@@ -140,6 +142,16 @@ class Pack(VtekctlCase):
         self.pack(self.package, "--template", template)
         self.assertEqual((self.package / "qrxupdate").read_text(), "#!/bin/sh\n")
         self.assertEqual((self.package / "qrxupdate").stat().st_mode & 0o777, 0o755)
+
+    def test_a_tool_without_its_program_says_where_it_looked(self):
+        (self.folder / "bin").mkdir()
+        self.program = shutil.copy(self.program, self.folder / "bin")
+        ended = self.refused(*self.recipe(), *self.signer(), "-o", self.package, saying="no qrxupdate in ")
+        place = re.search(r"no qrxupdate in (\S+) ", ended.stderr)[1]
+        self.assertEqual(place, os.path.normpath(place))
+        self.assertEqual(os.path.commonpath([place, self.folder.resolve()]), str(self.folder.resolve()))
+        os.makedirs(place)
+        self.refused(*self.recipe(), *self.signer(), "-o", self.package, saying=f"no qrxupdate in {place} ")
 
     def test_a_version_that_would_lead_elsewhere_stays_a_name(self):
         self.description.write_text(DESCRIPTION.replace(NEW, "../../x"))

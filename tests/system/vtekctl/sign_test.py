@@ -139,7 +139,15 @@ class Sign(VtekctlCase):
         for wrong in ((*self.signer(), "--signature", "x"), (*self.signer(), "--unsigned"), self.signer()[:2],
                       self.signer()[2:], ("--unsigned", "--signature", "x")):
             with self.subTest(wrong):
-                self.assertEqual(self.sign(*wrong).returncode, USAGE)
+                ended = self.sign(*wrong)
+                self.assertEqual(ended.returncode, USAGE)
+                self.assertTrue(ended.stderr.endswith(" (see vtekctl --help)\n"), ended.stderr)
+        self.assert_nothing_made()
+
+    def test_a_format_that_is_none_is_refused(self):
+        ended = self.sign(*self.signer(), "--format", "rar")
+        self.assertEqual(ended.returncode, USAGE)
+        self.assertIn("--format: rar not in {tar,tar.gz,zip}", ended.stderr)
         self.assert_nothing_made()
 
     def test_an_existing_payload_stays_when_the_new_one_is_refused(self):
