@@ -39,9 +39,6 @@ public:
     /** Makes the private folder in which the next generation is put together. @return the open folder */
     Result<UniqueFd> stage();
 
-    /** The number of the generation that is put together. */
-    std::int64_t stagedNumber() const { return number_; }
-
     /** Makes the staged files durable in their final place, which nothing names yet. */
     Status publish();
 

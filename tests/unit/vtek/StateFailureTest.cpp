@@ -8,6 +8,7 @@
 #include "Log.h"
 #include "Repository.h"
 #include "Store.h"
+#include "Tree.h"
 #include "Users.h"
 
 #include <fcntl.h>
@@ -345,6 +346,23 @@ TEST(FileFailure, AFolderThatCannotBeReadToItsEndIsNotListed) {
         SCOPED_TRACE(failing.name());
         EXPECT_EQ(listed, !failing.happened());
     } while (failing.happened());
+}
+
+TEST(TreeFailure, EveryFileAndFolderOfATreeIsMadeDurableOrItIsTold) {
+    const test::TempDir folder;
+    std::filesystem::create_directories(folder / "tree/inner");
+    test::writeFile(folder / "tree/file", "");
+    test::writeFile(folder / "tree/inner/file", "");
+    const auto opened = vtek::openAt(vtek::kWorkingFolder, folder.path().string(), O_RDONLY | O_DIRECTORY);
+    FailingCalls failing(Calls::Files);
+    int synced = 0;
+    do {
+        const bool durable = failing.in([&] { return vtek::syncTree(opened.get(), "tree"); });
+        SCOPED_TRACE(failing.name());
+        EXPECT_EQ(durable, !failing.happened());
+        synced += failing.name() == std::string("fsync") ? 1 : 0;
+    } while (failing.happened());
+    EXPECT_EQ(synced, 4);
 }
 
 }  // namespace
