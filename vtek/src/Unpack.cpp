@@ -2,7 +2,7 @@
 
 #include "Beneath.h"
 #include "EntryWriter.h"
-#include "UnpackAssistant.h"
+#include "LargeEntries.h"
 #include "UnpackBudget.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kNameBound = 255;
 constexpr std::size_t kPathBound = 1024;
-constexpr std::uint64_t kLargeEntry = 1024 * 1024;  // worth another thread
+constexpr std::uint64_t kLargeEntry = 1024 * 1024;  // worth a thread
 
 bool isPlainName(std::string_view name) {
     return !name.empty() && name.size() <= kNameBound && name != "." && name != ".." &&
@@ -33,20 +33,20 @@ std::string lowered(std::string text) {
 /** One run over an archive. */
 class Unpacking {
 public:
-    Unpacking(ArchiveReader reader, UnpackAssistant::OpenArchive openAgain, UnpackTarget& target,
-              std::string prefix, const UnpackLimits& limits, const ByteCounter& counter)
-        : budget_(limits, counter),
+    Unpacking(ArchiveReader reader, std::uint64_t archiveLength, LargeEntries::OpenArchive openAgain,
+              UnpackTarget& target, std::string prefix, const UnpackLimits& limits,
+              const ByteCounter& counter)
+        : budget_(limits, archiveLength, counter),
           skipsContent_(reader.skipsContent()),
           writer_(std::move(reader), budget_),
-          assistant_(std::move(openAgain), budget_),
+          largeEntries_(std::move(openAgain), budget_),
           target_(target),
           prefix_(std::move(prefix)),
           limits_(limits) {}
 
     Result<UnpackedContent> run() {
-        const Status unpacked = unpackEntries();
-        VTEK_TRY(assistant_.finish());  // its entries come before the one that ended ours
-        VTEK_TRY(unpacked);
+        VTEK_TRY(unpackEntries());
+        VTEK_TRY(largeEntries_.write());
         VTEK_ASSIGN(content_.manifest, parseManifest(manifest_));
         content_.bytes = budget_.content();
         return content_;
@@ -134,20 +134,16 @@ private:
         if (isFirst()) {
             return writer_.write(entry, file.get(), &manifest_);
         }
-        if (isWorthAnotherThread(entry) && assistant_.begin(writer_.count(), entry, file)) {
-            return {};
+        if (skipsContent_ && entry.size.value_or(0) >= kLargeEntry) {
+            return largeEntries_.add(writer_.count(), entry, std::move(file));
         }
         return writer_.write(entry, file.get(), nullptr);
-    }
-
-    bool isWorthAnotherThread(const ArchiveEntry& entry) const {
-        return skipsContent_ && entry.size.value_or(0) >= kLargeEntry;
     }
 
     UnpackBudget budget_;
     bool skipsContent_;
     EntryWriter writer_;
-    UnpackAssistant assistant_;
+    LargeEntries largeEntries_;
     UnpackTarget& target_;
     std::string prefix_;
     const UnpackLimits& limits_;
@@ -198,7 +194,7 @@ Result<UnpackedContent> unpackArchive(int fd, std::uint64_t archiveLength, Unpac
                                       const ByteCounter& counter) {
     const auto open = [&] { return ArchiveReader::open(fd, archiveLength, limits.entries); };
     VTEK_ASSIGN(ArchiveReader reader, open());
-    return Unpacking(std::move(reader), open, target, prefix, limits, counter).run();
+    return Unpacking(std::move(reader), archiveLength, open, target, prefix, limits, counter).run();
 }
 
 }  // namespace vtek

@@ -14,7 +14,7 @@ Status UnpackBudget::spend(std::uint64_t content, std::uint64_t archive, std::ui
     const std::lock_guard lock(mutex_);
     counter_(archive);
     content_ += content;
-    archive_ += archive;
+    archive_ = std::min(archive_ + archive, archiveLength_);
     const std::uint64_t made = std::max(content_, expanded);
     if (made > limits_.totalBytes) {
         return archiveTooLarge("unpacks to more bytes than allowed");

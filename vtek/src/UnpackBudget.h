@@ -12,10 +12,11 @@ namespace vtek {
 /** What an archive may unpack to in all, and what it has come to. Several threads may draw on it. */
 class UnpackBudget {
 public:
-    /** @param limits   stay the caller's, as the counter does
-     *  @param counter  told the archive's bytes as they are taken in, by one thread at a time */
-    UnpackBudget(const UnpackLimits& limits, const ByteCounter& counter)
-        : limits_(limits), counter_(counter) {}
+    /** @param limits         stay the caller's, as the counter does
+     *  @param archiveLength  in bytes; those that are taken in again, by another reader, do not count
+     *  @param counter        told the archive's bytes as they are taken in, by one thread at a time */
+    UnpackBudget(const UnpackLimits& limits, std::uint64_t archiveLength, const ByteCounter& counter)
+        : limits_(limits), archiveLength_(archiveLength), counter_(counter) {}
 
     /**
      * Accounts for a piece of content.
@@ -31,6 +32,7 @@ public:
 
 private:
     const UnpackLimits& limits_;
+    std::uint64_t archiveLength_;
     const ByteCounter& counter_;
     std::mutex mutex_;
     std::uint64_t content_ = 0;

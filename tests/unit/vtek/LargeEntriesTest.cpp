@@ -1,16 +1,17 @@
-// Large entries of a zip, which two threads unpack.
+// Large entries of a zip, which two threads write.
 #include "Beneath.h"
 #include "Lab.h"
+#include "LargeEntries.h"
 #include "Unpack.h"
-#include "UnpackAssistant.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <chrono>
+#include <atomic>
 #include <future>
 #include <random>
 #include <string>
@@ -126,69 +127,89 @@ TEST(LargeEntries, TogetherMayBeAsCompressibleAsTheLimitAndNoMore) {
     EXPECT_TRUE(again.unpack(limits));
 }
 
-/** Gives out, for the file "slow", a pipe that nobody reads before the file "last" is made. */
-class SlowTarget : public vtek::UnpackTarget {
+/** Gives out, for the files "one" and "two", pipes that nobody reads before both are being written. */
+class Pipes : public vtek::UnpackTarget {
 public:
-    SlowTarget() {
-        std::array<int, 2> ends{};
-        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-            throw std::runtime_error("no pipe");
-        }
-        readEnd_ = vtek::UniqueFd(ends[0]);
-        writeEnd_ = vtek::UniqueFd(ends[1]);
-        reader_ = std::async(std::launch::async, [this] { return readOnceTheLastIsMade(); });
-    }
+    Pipes() : reader_(std::async(std::launch::async, [this] { return readOnceBothAreWritten(); })) {}
 
     bool makeFolders(const std::string&) override { return true; }
 
     vtek::UniqueFd createFile(const std::string& path) override {
-        if (path == "slow") {
-            return std::move(writeEnd_);
-        }
-        if (path == "last") {
-            lastIsMade_.set_value();
-        }
-        return vtek::openAt(vtek::kWorkingFolder, "/dev/null", O_WRONLY);
+        return path == "one"   ? std::move(one_.writeEnd)
+               : path == "two" ? std::move(two_.writeEnd)
+                               : vtek::openAt(vtek::kWorkingFolder, "/dev/null", O_WRONLY);
     }
 
-    /** What "slow" was written, once it is closed; nothing if "last" was not made meanwhile. */
-    std::string slowContent() { return reader_.get(); }
+    /** Whether both were written at once. */
+    bool wereWrittenAtOnce() { return reader_.get(); }
 
 private:
-    std::string readOnceTheLastIsMade() {
-        const bool inTime =
-            lastIsMade_.get_future().wait_for(std::chrono::seconds(20)) == std::future_status::ready;
-        std::string content;
-        std::array<char, 65536> block{};
-        for (ssize_t n = 0; (n = read(readEnd_.get(), block.data(), block.size())) > 0;) {
-            content.append(block.data(), static_cast<std::size_t>(n));
+    struct Pipe {
+        Pipe() {
+            std::array<int, 2> ends{};
+            if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+                throw std::runtime_error("no pipe");
+            }
+            readEnd = vtek::UniqueFd(ends[0]);
+            writeEnd = vtek::UniqueFd(ends[1]);
         }
-        return inTime ? content : "";
+        vtek::UniqueFd readEnd;
+        vtek::UniqueFd writeEnd;
+    };
+
+    static bool hasBytes(const Pipe& pipe) {
+        pollfd waiting{pipe.readEnd.get(), POLLIN, 0};
+        return poll(&waiting, 1, 20'000) == 1;
     }
 
-    vtek::UniqueFd readEnd_;
-    vtek::UniqueFd writeEnd_;
-    std::promise<void> lastIsMade_;
-    std::future<std::string> reader_;
+    static void readToTheEnd(const Pipe& pipe) {
+        std::array<char, 65536> block{};
+        while (read(pipe.readEnd.get(), block.data(), block.size()) > 0) {
+        }
+    }
+
+    bool readOnceBothAreWritten() const {
+        const bool both = hasBytes(one_) && hasBytes(two_);
+        const auto other = std::async(std::launch::async, [this] { readToTheEnd(two_); });
+        readToTheEnd(one_);
+        return both;
+    }
+
+    Pipe one_;
+    Pipe two_;
+    std::future<bool> reader_;
 };
 
-TEST(LargeEntries, OfAZipAreWrittenWhileOthersAre) {
-    Archive archive(Format::Zip,
-                    {{"slow", letters(1)}, {"other", letters(2)}, {"small", "x"}, {"last", letters(3)}});
-    SlowTarget target;
+TEST(LargeEntries, AreWrittenTwoAtATime) {
+    Archive archive(Format::Zip, {{"one", letters(1)}, {"two", letters(2)}, {"three", letters(3)}});
+    Pipes target;
     const auto unpacked = archive.unpackTo(target);
     EXPECT_TRUE(unpacked) << unpacked.error().message;
-    EXPECT_TRUE(target.slowContent() == letters(1));
+    EXPECT_TRUE(target.wereWrittenAtOnce());
 }
 
 TEST(LargeEntries, ThatArePassedOverAreNotWhatTheArchiveHasMade) {
-    Archive archive(Format::ZipStored, {{"slow", letters(1, 3'000'000)}, {"last", "x"}});
-    SlowTarget target;
     vtek::UnpackLimits limits = kLimits;
     limits.ratio = 1;
-    const auto unpacked = archive.unpackTo(target, limits);
+    const auto unpacked =
+        Archive(Format::ZipStored, {{"large", letters(1, 3'000'000)}, {"last", "x"}}).unpack(limits);
     EXPECT_TRUE(unpacked) << unpacked.error().message;
-    EXPECT_TRUE(target.slowContent() == letters(1, 3'000'000));
+}
+
+TEST(LargeEntries, MayBeMoreThanAreHeldOpen) {
+    std::vector<Entry> entries;
+    for (unsigned int i = 0; i < 70; ++i) {
+        entries.push_back(
+            {"large" + std::to_string(i), std::string(1'048'576, static_cast<char>('a' + i % 26))});
+    }
+    vtek::UnpackLimits limits = kLimits;
+    limits.ratio = 10'000;
+    Archive archive(Format::Zip, entries);
+    const auto unpacked = archive.unpack(limits);
+    ASSERT_TRUE(unpacked) << unpacked.error().message;
+    for (const Entry& entry : entries) {
+        EXPECT_TRUE(archive.content(entry.name) == entry.content) << entry.name;
+    }
 }
 
 TEST(LargeEntries, ThatAreDamagedAreRefused) {
@@ -201,69 +222,67 @@ TEST(LargeEntries, ThatAreDamagedAreRefused) {
     }
 }
 
-TEST(LargeEntries, ThatFailCountBeforeWhatFollowsThem) {
-    const std::string stored = Lab().archiveOf(Format::ZipStored, {{"one", letters(1)}, {"../two", "x"}});
-    EXPECT_EQ(Archive(stored).unpack().error().number, ErrorNumber::EntryName);
-    EXPECT_EQ(Archive(damaged(stored, letters(1))).unpack().error().number, ErrorNumber::ArchiveInvalid);
-}
-
-/** An assistant, and what it needs. */
-class Assistant : public testing::Test {
+/** The entries alone, and what they need. */
+class LargeEntriesAlone : public testing::Test {
 protected:
-    vtek::UnpackAssistant over(vtek::UnpackAssistant::OpenArchive open) {
-        return vtek::UnpackAssistant(std::move(open), budget_);
+    vtek::LargeEntries of(const Archive& archive) {
+        return vtek::LargeEntries(
+            [&] {
+                ++opened_;
+                return archive.open();
+            },
+            budget_);
     }
 
-    vtek::UniqueFd file() const {
-        return vtek::openAt(vtek::kWorkingFolder, (folder_ / "file").string(), O_WRONLY | O_CREAT | O_TRUNC);
+    vtek::Status add(vtek::LargeEntries& entries, std::uint64_t number) const {
+        const auto name = (folder_ / std::to_string(number)).string();
+        return entries.add(number, {name, vtek::ArchiveEntry::Kind::File, std::nullopt},
+                           vtek::openAt(vtek::kWorkingFolder, name, O_WRONLY | O_CREAT | O_TRUNC, 0600));
     }
 
-    std::string written() const { return test::readFile(folder_ / "file"); }
+    std::string written(std::uint64_t number) const {
+        return test::readFile(folder_ / std::to_string(number));
+    }
 
-    const vtek::ArchiveEntry entry_{"entry", vtek::ArchiveEntry::Kind::File, std::nullopt};
+    std::atomic<int> opened_ = 0;
 
 private:
     test::TempDir folder_;
     vtek::ByteCounter counter_ = [](std::uint64_t) {};
-    vtek::UnpackBudget budget_{kLimits, counter_};
+    vtek::UnpackBudget budget_{kLimits, kLarge, counter_};
 };
 
-TEST_F(Assistant, WritesTheEntryWithTheNumber) {
+TEST_F(LargeEntriesAlone, AreThoseWithTheNumbers) {
     const Archive archive(Format::Zip, {{"two", "second"}, {"three", "third"}, {"four", "fourth"}});
-    int opened = 0;
-    auto assistant = over([&] {
-        ++opened;
-        return archive.open();
-    });
-    for (const auto& [number, content] : {std::pair(2U, "second"), std::pair(4U, "fourth")}) {
-        vtek::UniqueFd given = file();
-        ASSERT_TRUE(assistant.begin(number, entry_, given));
-        EXPECT_FALSE(given);
-        EXPECT_TRUE(assistant.finish());
-        EXPECT_EQ(written(), content);
-    }
-    EXPECT_EQ(opened, 1);
+    auto entries = of(archive);
+    ASSERT_TRUE(add(entries, 2));
+    ASSERT_TRUE(entries.write());
+    ASSERT_TRUE(add(entries, 4));
+    EXPECT_EQ(written(4), "");
+    ASSERT_TRUE(entries.write());
+    EXPECT_EQ(written(2), "second");
+    EXPECT_EQ(written(4), "fourth");
+    EXPECT_EQ(opened_, 1);
 }
 
-TEST_F(Assistant, BeginsNothingMoreAfterAFailure) {
+TEST_F(LargeEntriesAlone, ThatAreNotThereFailAndTheRestIsLeft) {
     const Archive archive(Format::Zip, {{"two", "second"}});
-    auto assistant = over([&] { return archive.open(); });
-    vtek::UniqueFd given = file();
-    ASSERT_TRUE(assistant.begin(9, entry_, given));
-    const vtek::Status outcome = assistant.finish();
+    auto entries = of(archive);
+    for (const std::uint64_t number : {8, 9, 10}) {
+        ASSERT_TRUE(add(entries, number));
+    }
+    const vtek::Status outcome = entries.write();
     ASSERT_FALSE(outcome);
     EXPECT_EQ(outcome.error().number, ErrorNumber::ArchiveInvalid);
-    given = file();
-    EXPECT_FALSE(assistant.begin(10, entry_, given));
-    EXPECT_TRUE(given);
-    EXPECT_EQ(assistant.finish().error().number, ErrorNumber::ArchiveInvalid);
+    EXPECT_LE(opened_, 2);
 }
 
-TEST_F(Assistant, FailsAsTheArchiveDoesThatItOpens) {
-    auto assistant = over([] { return vtek::Error{ErrorNumber::ArchiveTooLarge, "beyond"}; });
-    vtek::UniqueFd given = file();
-    ASSERT_TRUE(assistant.begin(2, entry_, given));
-    EXPECT_EQ(assistant.finish().error().number, ErrorNumber::ArchiveTooLarge);
+TEST_F(LargeEntriesAlone, FailAsTheArchiveDoesThatIsOpened) {
+    vtek::ByteCounter counter = [](std::uint64_t) {};
+    vtek::UnpackBudget budget(kLimits, kLarge, counter);
+    vtek::LargeEntries entries([] { return vtek::Error{ErrorNumber::ArchiveTooLarge, "beyond"}; }, budget);
+    ASSERT_TRUE(add(entries, 2));
+    EXPECT_EQ(entries.write().error().number, ErrorNumber::ArchiveTooLarge);
 }
 
 }  // namespace
