@@ -7,7 +7,7 @@ import unittest
 
 from chassis import update_report
 from guest import skip
-from lab import digest
+from lab import SMALL, digest
 from local_chassis import NEW, NOT_UPDATED, LocalChassis, Programs, versions_of
 
 
@@ -15,11 +15,12 @@ class AttackTest(unittest.TestCase):
     """Each test gets a chassis of its own, with one update to do."""
 
     programs = None
+    firmware = SMALL
 
     @classmethod
     def setUpClass(cls):
         cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
-        cls.origin = LocalChassis.make(cls.programs, cls.folder)
+        cls.origin = LocalChassis.make(cls.programs, cls.folder, cls.firmware)
 
     def setUp(self):
         self.chassis = self.origin.copy(self.folder / "attacked")

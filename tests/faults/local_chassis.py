@@ -9,7 +9,7 @@ from dataclasses import dataclass
 
 from chassis import FIRST_VERSION, State, update_report
 from guest import differences
-from lab import COMPONENT, Lab, digest
+from lab import COMPONENT, SMALL, Lab, digest
 
 EARLIER, OLD, NEW = "1.10.0", "1.20.0", "1.40.200"
 NOT_UPDATED = [EARLIER, OLD]
@@ -40,9 +40,9 @@ class LocalChassis:
         self.digests = digests
 
     @classmethod
-    def make(cls, programs, folder):
+    def make(cls, programs, folder, firmware=SMALL):
         """Makes a chassis with two updates behind it, and the package of a third."""
-        lab = Lab(programs.vtekctl, folder)
+        lab = Lab(programs.vtekctl, folder, firmware)
         packages = pathlib.Path(folder) / "disk"
         digests = {version: lab.make_package(version) for version in UPDATED}
         chassis = cls(programs, pathlib.Path(folder) / "root", packages, digests)

@@ -6,6 +6,8 @@ import pathlib
 import random
 import subprocess
 import tarfile
+import zipfile
+from dataclasses import dataclass
 
 COMPONENT = "25227"
 DISK_SIZE = "64M"
@@ -16,11 +18,23 @@ def digest(data):
     return hashlib.sha256(data).hexdigest()
 
 
-def firmware(version):
-    """The files of one version: path and bytes; equal for equal versions."""
-    chance = random.Random(version)
-    return {"controller.bin": chance.randbytes(400_000), "boot/loader.bin": chance.randbytes(60_000),
-            "release.txt": f"firmware {version}\n".encode()}
+@dataclass(frozen=True)
+class Firmware:
+    """How large firmware is, and the format that it is packed in."""
+
+    sizes: dict  # in bytes, by path
+    archive: str  # as vtekctl names it
+
+    def files(self, version):
+        """The files of one version: path and bytes; equal for equal versions."""
+        chance = random.Random(version)
+        return {**{path: chance.randbytes(size) for path, size in self.sizes.items()},
+                "release.txt": f"firmware {version}\n".encode()}
+
+
+SMALL = Firmware({"controller.bin": 400_000, "boot/loader.bin": 60_000}, "tar")
+# Large enough for an update to unpack the two in threads of their own.
+LARGE = Firmware({"controller.bin": 2_500_000, "boot/loader.bin": 2_000_000}, "zip")
 
 
 def description(version):
@@ -37,10 +51,12 @@ def description(version):
 """
 
 
-def manifest(payload):
-    """The manifest in a payload: a tar archive, its signature, and the signature's length in 8 bytes."""
+def manifest(payload, archive_format):
+    """The manifest in a payload: an archive, its signature, and the signature's length in 8 bytes."""
     signature_length = int.from_bytes(payload[-8:], "big")
     archive = io.BytesIO(payload[:-8 - signature_length])
+    if archive_format == "zip":
+        return zipfile.ZipFile(archive).read("manifest.xml")
     with tarfile.open(fileobj=archive) as entries:
         return entries.extractfile("manifest.xml").read()
 
@@ -48,8 +64,9 @@ def manifest(payload):
 class Lab:
     """Makes everything that an update needs, in a folder of this machine."""
 
-    def __init__(self, vtekctl, folder):
+    def __init__(self, vtekctl, folder, firmware=SMALL):
         """Makes a signer with this vtekctl."""
+        self._firmware = firmware
         self._vtekctl = str(pathlib.Path(vtekctl).resolve())
         self._keys = pathlib.Path(folder) / "keys"
         self._folder = pathlib.Path(folder) / "disk"
@@ -59,7 +76,7 @@ class Lab:
 
     def make_package(self, version):
         """Makes the folder of one package; returns the digests of the files that it must leave in the repository."""
-        files = firmware(version)
+        files = self._firmware.files(version)
         content = self._keys.parent / "content" / version
         for path, data in files.items():
             (content / path).parent.mkdir(parents=True, exist_ok=True)
@@ -69,9 +86,10 @@ class Lab:
         (package / "package.xml").write_text(description(version))
         self._run(self._vtekctl, "sign", content, "-o", package / "chassis.fwp", "--package", package / "package.xml",
                   "--component", COMPONENT, "--package-version", version, "--chassis", "LAB-CHASSIS",
+                  "--format", self._firmware.archive,
                   "--certificate", self._keys / "signer.pem", "--key", self._keys / "signer.key")
         files["chassis.fwp"] = (package / "chassis.fwp").read_bytes()
-        files["manifest.xml"] = manifest(files["chassis.fwp"])
+        files["manifest.xml"] = manifest(files["chassis.fwp"], self._firmware.archive)
         return {path: digest(data) for path, data in files.items()}
 
     def make_disk(self):

@@ -1,10 +1,10 @@
 """Power cuts during an update: what is left is the old firmware or the new one, never something between.
 
-    powercut_test.py [--points N | --without-sync all|files] KERNEL INITRAMFS VTEKCTL
+    powercut_test.py [--large] [--points N | --without-sync all|files] KERNEL INITRAMFS VTEKCTL
 
 The power fails at N disk writes spread over an update, and once right after the program has reported success. With
 --without-sync the program's syncs do nothing, all of them or those of its files, and the test passes when that is
-noticed.
+noticed. With --large the firmware is unpacked by two threads.
 """
 
 import argparse
@@ -16,7 +16,7 @@ from dataclasses import dataclass
 from chassis import Chassis
 from disk import Disk
 from guest import Guest, GuestEnded, Image, skip_unless_possible
-from lab import Lab
+from lab import LARGE, SMALL, Lab
 
 # By what --without-sync takes away: the libraries to preload.
 WITHOUT_SYNC = {"all": "libno_file_sync.so:libno_database_sync.so", "files": "libno_file_sync.so"}
@@ -48,11 +48,11 @@ class Verdict:
 class Bench:
     """Boots guests from one disk and takes their power away."""
 
-    def __init__(self, image, vtekctl, folder):
+    def __init__(self, image, vtekctl, folder, firmware):
         """Makes a disk with two updates behind it and packages for a third."""
         self._image = image
         self._folder = folder
-        lab = Lab(vtekctl, folder)
+        lab = Lab(vtekctl, folder, firmware)
         self._packages = {version: lab.make_package(version) for version in UPDATED}
         with Disk(folder, lab.make_disk()) as disk:
             with self._boot(disk) as guest:
@@ -146,6 +146,7 @@ def check_without_sync(bench, taken_away):
 def main():
     parser = argparse.ArgumentParser(description="Power cuts during an update.")
     parser.add_argument("--points", type=int, default=3, help="power cuts during the update")
+    parser.add_argument("--large", action="store_true", help="firmware that two threads unpack")
     parser.add_argument("--without-sync", choices=WITHOUT_SYNC, help="expect that a program without syncs is caught")
     parser.add_argument("kernel", type=pathlib.Path)
     parser.add_argument("initramfs", type=pathlib.Path)
@@ -154,7 +155,7 @@ def main():
     image = Image(arguments.kernel, arguments.initramfs)
     skip_unless_possible(image)
     with tempfile.TemporaryDirectory() as folder:
-        bench = Bench(image, arguments.vtekctl, folder)
+        bench = Bench(image, arguments.vtekctl, folder, LARGE if arguments.large else SMALL)
         if arguments.without_sync:
             passed = check_without_sync(bench, arguments.without_sync)
         else:
