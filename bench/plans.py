@@ -21,7 +21,7 @@ class Plan:
 
 PLANS = {
     "full": Plan(start_rounds=41, inventories=((100, 41), (10_000, 11), (100_000, 5)),
-                 updates=((16, 11), (256, 5), (1024, 3)), growth_rounds=3, devices=(1_000, 10_000, 100_000),
+                 updates=((16, 11), (256, 5), (1024, 3)), growth_rounds=7, devices=(1_000, 10_000, 100_000),
                  files=(100, 1_000, 10_000), payload_mebibytes=(10.24, 102.4, 1024.0), elements=(100, 1_000, 10_000),
                  repetitions=9, query_seconds=0.5),
     "quick": Plan(start_rounds=21, inventories=((100, 21), (10_000, 5)), updates=((16, 5), (256, 3)),

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <memory_resource>
 #include <new>
 #include <unordered_set>
 #include <utility>
@@ -76,7 +77,8 @@ private:
     };
 
     std::vector<CDeviceInfo*> m_vecDevices;
-    std::unordered_set<const CDeviceInfo*, Hash, Equal> m_index;
+    std::pmr::monotonic_buffer_resource m_indexMemory;  // apart from the records: dense, so quick to search
+    std::pmr::unordered_set<const CDeviceInfo*, Hash, Equal> m_index{&m_indexMemory};
 };
 
 DeviceInfoPtr makeRecord() {
