@@ -6,6 +6,7 @@
 #include <libxml/xmlreader.h>
 #include <libxml/xpath.h>
 #include <openssl/cms.h>
+#include <openssl/pem.h>
 #include <openssl/rand.h>
 #include <openssl/x509v3.h>
 #include <sqlite3.h>
@@ -82,6 +83,78 @@ int ASN1_STRING_set(ASN1_STRING* text, const void* data, int size) {
 int ASN1_STRING_to_UTF8(unsigned char** out, const ASN1_STRING* text) {
     return passed<decltype(ASN1_STRING_to_UTF8)>(__builtin_return_address(0), Calls::Crypto,
                                                  "ASN1_STRING_to_UTF8", -1, out, text);
+}
+
+ASN1_TIME* ASN1_TIME_set(ASN1_TIME* time, time_t seconds) {
+    return passed<decltype(ASN1_TIME_set)>(__builtin_return_address(0), Calls::Crypto, "ASN1_TIME_set",
+                                           nullptr, time, seconds);
+}
+
+int X509_set_version(X509* certificate, long version) {
+    return passed<decltype(X509_set_version)>(__builtin_return_address(0), Calls::Crypto, "X509_set_version",
+                                              0, certificate, version);
+}
+
+int X509_set_pubkey(X509* certificate, EVP_PKEY* key) {
+    return passed<decltype(X509_set_pubkey)>(__builtin_return_address(0), Calls::Crypto, "X509_set_pubkey", 0,
+                                             certificate, key);
+}
+
+int X509_set_issuer_name(X509* certificate, const X509_NAME* name) {
+    return passed<decltype(X509_set_issuer_name)>(__builtin_return_address(0), Calls::Crypto,
+                                                  "X509_set_issuer_name", 0, certificate, name);
+}
+
+int X509_CRL_set_version(X509_CRL* list, long version) {
+    return passed<decltype(X509_CRL_set_version)>(__builtin_return_address(0), Calls::Crypto,
+                                                  "X509_CRL_set_version", 0, list, version);
+}
+
+int X509_CRL_set_issuer_name(X509_CRL* list, const X509_NAME* name) {
+    return passed<decltype(X509_CRL_set_issuer_name)>(__builtin_return_address(0), Calls::Crypto,
+                                                      "X509_CRL_set_issuer_name", 0, list, name);
+}
+
+int X509_CRL_set1_lastUpdate(X509_CRL* list, const ASN1_TIME* time) {
+    return passed<decltype(X509_CRL_set1_lastUpdate)>(__builtin_return_address(0), Calls::Crypto,
+                                                      "X509_CRL_set1_lastUpdate", 0, list, time);
+}
+
+int X509_CRL_set1_nextUpdate(X509_CRL* list, const ASN1_TIME* time) {
+    return passed<decltype(X509_CRL_set1_nextUpdate)>(__builtin_return_address(0), Calls::Crypto,
+                                                      "X509_CRL_set1_nextUpdate", 0, list, time);
+}
+
+int X509_CRL_add0_revoked(X509_CRL* list, X509_REVOKED* entry) {
+    return passed<decltype(X509_CRL_add0_revoked)>(__builtin_return_address(0), Calls::Crypto,
+                                                   "X509_CRL_add0_revoked", 0, list, entry);
+}
+
+int X509_REVOKED_set_serialNumber(X509_REVOKED* entry, ASN1_INTEGER* number) {
+    return passed<decltype(X509_REVOKED_set_serialNumber)>(__builtin_return_address(0), Calls::Crypto,
+                                                           "X509_REVOKED_set_serialNumber", 0, entry, number);
+}
+
+int X509_REVOKED_set_revocationDate(X509_REVOKED* entry, ASN1_TIME* time) {
+    return passed<decltype(X509_REVOKED_set_revocationDate)>(
+        __builtin_return_address(0), Calls::Crypto, "X509_REVOKED_set_revocationDate", 0, entry, time);
+}
+
+int PEM_write_bio_X509(BIO* out, const X509* certificate) {
+    return passed<decltype(PEM_write_bio_X509)>(__builtin_return_address(0), Calls::Crypto,
+                                                "PEM_write_bio_X509", 0, out, certificate);
+}
+
+int PEM_write_bio_X509_CRL(BIO* out, const X509_CRL* list) {
+    return passed<decltype(PEM_write_bio_X509_CRL)>(__builtin_return_address(0), Calls::Crypto,
+                                                    "PEM_write_bio_X509_CRL", 0, out, list);
+}
+
+int PEM_write_bio_PKCS8PrivateKey(BIO* out, const EVP_PKEY* key, const EVP_CIPHER* cipher, const char* phrase,
+                                  int size, pem_password_cb* ask, void* context) {
+    return passed<decltype(PEM_write_bio_PKCS8PrivateKey)>(__builtin_return_address(0), Calls::Crypto,
+                                                           "PEM_write_bio_PKCS8PrivateKey", 0, out, key,
+                                                           cipher, phrase, size, ask, context);
 }
 
 X509_EXTENSION* X509V3_EXT_conf_nid(lhash_st_CONF_VALUE* configuration, X509V3_CTX* context, int nid,

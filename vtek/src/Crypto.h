@@ -41,13 +41,13 @@ using StorePtr = std::unique_ptr<X509_STORE, FreeCrypto>;
 using StoreContextPtr = std::unique_ptr<X509_STORE_CTX, FreeCrypto>;
 using CertificatesPtr = std::unique_ptr<STACK_OF(X509), FreeCrypto>;
 
-/** What OpenSSL was asked to make; it makes nothing only where memory is short. */
-template <class Handle>
-Handle required(Handle handle) {
-    if (!handle) {
+/** What OpenSSL was asked to make, or whether it did as asked; it refuses only where memory is short. */
+template <class Outcome>
+Outcome required(Outcome outcome) {
+    if (!outcome) {
         throw std::bad_alloc();
     }
-    return handle;
+    return outcome;
 }
 
 /** Starts OpenSSL without any configuration file, so that OPENSSL_CONF changes nothing. Harmless when

@@ -299,6 +299,12 @@ lab.pem certificate TIME CN=Lab Authority
         for days in ("0", "3651", "1.5", "x"):
             self.assertEqual(self.run_vtekctl("keygen", "other", "--days", days).returncode, USAGE)
         self.assert_refused(802, "keygen", "none/keys", status=USAGE)
+        for name, cause in (("x" * 65, "string too long"), ("", "string too short"), ("\udcff", "invalid utf8string")):
+            for option in ("--authority", "--signer"):
+                self.assert_refused(802, "keygen", "other", option, name, status=USAGE, saying=cause)
+        self.assertEqual(os.listdir(self.folder / "other"), [])
+        self.done("keygen", "other", "--signer", "x" * 64)
+        self.assertIn("x" * 64, self.openssl("x509", "-noout", "-subject", "-in", "other/signer.pem"))
         self.assert_refused(802, "keygen", self.description, status=USAGE)
 
 

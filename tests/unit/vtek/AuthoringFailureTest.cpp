@@ -104,7 +104,8 @@ TEST(AuthoringFailures, OfCertificatesAreReported) {
             VTEK_ASSIGN(auto key, vtek::makeEcKey());
             VTEK_ASSIGN(const auto signer, issueCertificate(test::goodSigner(), std::move(key), &authority));
             EXPECT_EQ(X509_verify(signer.certificate.get(), authority.key.get()), 1);
-            VTEK_ASSIGN(const auto list, makeRevocationList(authority, kNow - kDay, kNow + kDay, {}));
+            VTEK_ASSIGN(const auto list,
+                        makeRevocationList(authority, kNow - kDay, kNow + kDay, {signer.certificate.get()}));
             EXPECT_EQ(X509_CRL_verify(list.get(), authority.key.get()), 1);
             return {};
         });

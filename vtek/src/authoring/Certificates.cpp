@@ -40,6 +40,24 @@ Status setSerial(X509* certificate) {
     return {};
 }
 
+/** OpenSSL takes no name that is empty, longer than 64 characters, or not in UTF-8. */
+Status setCommonName(X509* certificate, const std::string& name) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(name.data());
+    if (X509_NAME_add_entry_by_NID(X509_get_subject_name(certificate), NID_commonName, MBSTRING_UTF8, bytes,
+                                   static_cast<int>(name.size()), -1, 0) != 1) {
+        return Error{ErrorNumber::InvalidArgument, "common name \"" + name + "\": " + cryptoError()};
+    }
+    return {};
+}
+
+Status setLifetime(X509* certificate, std::time_t from, std::time_t to) {
+    if (ASN1_TIME_set(X509_getm_notBefore(certificate), from) == nullptr ||
+        ASN1_TIME_set(X509_getm_notAfter(certificate), to) == nullptr) {
+        return failed("lifetime of a certificate");
+    }
+    return {};
+}
+
 Status addExtension(X509* certificate, X509* issuer, int nid, const std::string& value) {
     if (value.empty()) {
         return {};
@@ -50,6 +68,18 @@ Status addExtension(X509* certificate, X509* issuer, int nid, const std::string&
     if (!extension || X509_add_ext(certificate, extension.get(), -1) != 1) {
         return failed("certificate extension");
     }
+    return {};
+}
+
+Status revoke(X509_CRL* list, const X509* certificate, ASN1_TIME* since) {
+    RevokedPtr entry = required(RevokedPtr(X509_REVOKED_new()));
+    auto* serialNumber = const_cast<ASN1_INTEGER*>(X509_get0_serialNumber(certificate));
+    if (X509_REVOKED_set_serialNumber(entry.get(), serialNumber) != 1 ||
+        X509_REVOKED_set_revocationDate(entry.get(), since) != 1 ||
+        X509_CRL_add0_revoked(list, entry.get()) != 1) {
+        return failed("revoke a certificate");
+    }
+    static_cast<void>(entry.release());  // the list has it now
     return {};
 }
 
@@ -80,20 +110,18 @@ Result<KeyPtr> makeRsaKey() {
 }
 
 Result<Identity> issueCertificate(const CertificateRequest& request, KeyPtr key, const Identity* issuer) {
-    CertificatePtr certificate(X509_new());
+    CertificatePtr certificate = required(CertificatePtr(X509_new()));
     X509* raw = certificate.get();
     X509* parent = issuer == nullptr ? raw : issuer->certificate.get();
     EVP_PKEY* signingKey = issuer == nullptr ? key.get() : issuer->key.get();
 
-    X509_set_version(raw, X509_VERSION_3);
     VTEK_TRY(setSerial(raw));
-    ASN1_TIME_set(X509_getm_notBefore(raw), request.validFrom);
-    ASN1_TIME_set(X509_getm_notAfter(raw), request.validTo);
-    X509_set_pubkey(raw, key.get());
-    X509_NAME_add_entry_by_NID(X509_get_subject_name(raw), NID_commonName, MBSTRING_UTF8,
-                               reinterpret_cast<const unsigned char*>(request.commonName.data()),
-                               static_cast<int>(request.commonName.size()), -1, 0);
-    X509_set_issuer_name(raw, X509_get_subject_name(parent));
+    VTEK_TRY(setCommonName(raw, request.commonName));
+    VTEK_TRY(setLifetime(raw, request.validFrom, request.validTo));
+    if (X509_set_version(raw, X509_VERSION_3) != 1 || X509_set_pubkey(raw, key.get()) != 1 ||
+        X509_set_issuer_name(raw, X509_get_subject_name(parent)) != 1) {
+        return failed("make a certificate");
+    }
     VTEK_TRY(addExtension(raw, parent, NID_basic_constraints,
                           request.authority ? "critical,CA:TRUE" : "critical,CA:FALSE"));
     VTEK_TRY(addExtension(raw, parent, NID_key_usage, request.keyUsage));
@@ -124,19 +152,17 @@ CertificateRequest signerRequest(const std::string& commonName, std::time_t now,
 
 Result<RevocationListPtr> makeRevocationList(const Identity& authority, std::time_t from, std::time_t to,
                                              const std::vector<const X509*>& revoked) {
-    RevocationListPtr list(X509_CRL_new());
+    RevocationListPtr list = required(RevocationListPtr(X509_CRL_new()));
     const TimePtr start(ASN1_TIME_set(nullptr, from));
     const TimePtr end(ASN1_TIME_set(nullptr, to));
-    X509_CRL_set_version(list.get(), X509_CRL_VERSION_2);
-    X509_CRL_set_issuer_name(list.get(), X509_get_subject_name(authority.certificate.get()));
-    X509_CRL_set1_lastUpdate(list.get(), start.get());
-    X509_CRL_set1_nextUpdate(list.get(), end.get());
+    if (!start || !end || X509_CRL_set_version(list.get(), X509_CRL_VERSION_2) != 1 ||
+        X509_CRL_set_issuer_name(list.get(), X509_get_subject_name(authority.certificate.get())) != 1 ||
+        X509_CRL_set1_lastUpdate(list.get(), start.get()) != 1 ||
+        X509_CRL_set1_nextUpdate(list.get(), end.get()) != 1) {
+        return failed("make a revocation list");
+    }
     for (const X509* certificate : revoked) {
-        RevokedPtr entry(X509_REVOKED_new());
-        X509_REVOKED_set_serialNumber(entry.get(),
-                                      const_cast<ASN1_INTEGER*>(X509_get0_serialNumber(certificate)));
-        X509_REVOKED_set_revocationDate(entry.get(), start.get());
-        X509_CRL_add0_revoked(list.get(), entry.release());
+        VTEK_TRY(revoke(list.get(), certificate, start.get()));
     }
     X509_CRL_sort(list.get());
     if (X509_CRL_sign(list.get(), authority.key.get(), EVP_sha256()) <= 0) {
@@ -147,19 +173,19 @@ Result<RevocationListPtr> makeRevocationList(const Identity& authority, std::tim
 
 std::string toPem(X509* certificate) {
     const auto bio = required(BioPtr(BIO_new(BIO_s_mem())));
-    PEM_write_bio_X509(bio.get(), certificate);
+    required(PEM_write_bio_X509(bio.get(), certificate));
     return textOf(bio.get());
 }
 
 std::string toPem(X509_CRL* list) {
     const auto bio = required(BioPtr(BIO_new(BIO_s_mem())));
-    PEM_write_bio_X509_CRL(bio.get(), list);
+    required(PEM_write_bio_X509_CRL(bio.get(), list));
     return textOf(bio.get());
 }
 
 std::string toPem(EVP_PKEY* key) {
     const auto bio = required(BioPtr(BIO_new(BIO_s_mem())));
-    PEM_write_bio_PKCS8PrivateKey(bio.get(), key, nullptr, nullptr, 0, nullptr, nullptr);
+    required(PEM_write_bio_PKCS8PrivateKey(bio.get(), key, nullptr, nullptr, 0, nullptr, nullptr));
     return textOf(bio.get());
 }
 

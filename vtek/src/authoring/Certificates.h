@@ -32,7 +32,8 @@ Result<KeyPtr> makeEcKey();
 /** An RSA key of 3072 bits, whose signatures over equal bytes are equal. */
 Result<KeyPtr> makeRsaKey();
 
-/** Makes a certificate for a key. @param issuer  null for one that is signed by itself */
+/** Makes a certificate for a key. The common name has 1 to 64 characters of UTF-8; another one is an invalid
+ * argument. @param issuer  null for one that is signed by itself */
 Result<Identity> issueCertificate(const CertificateRequest& request, KeyPtr key, const Identity* issuer);
 
 /** A request for an authority, and for a signer that this system accepts. */
