@@ -25,6 +25,18 @@ int sqlite3_prepare_v2(sqlite3* connection, const char* sql, int size, sqlite3_s
                                                 statement, tail);
 }
 
+int sqlite3_bind_text64(sqlite3_stmt* statement, int position, const char* text, sqlite3_uint64 size,
+                        void (*release)(void*), unsigned char encoding) {
+    return passed<decltype(sqlite3_bind_text64)>(__builtin_return_address(0), Calls::Database,
+                                                 "sqlite3_bind_text64", SQLITE_NOMEM, statement, position,
+                                                 text, size, release, encoding);
+}
+
+const unsigned char* sqlite3_column_text(sqlite3_stmt* statement, int column) {
+    return passed<decltype(sqlite3_column_text)>(__builtin_return_address(0), Calls::Database,
+                                                 "sqlite3_column_text", nullptr, statement, column);
+}
+
 int sqlite3_step(sqlite3_stmt* statement) {
     return passed<decltype(sqlite3_step)>(__builtin_return_address(0), Calls::Database, "sqlite3_step",
                                           SQLITE_NOMEM, statement);

@@ -28,8 +28,9 @@ public:
         options.value("folder", folder_, "where the files go; made when it is not there")
             .required()
             .takes("FOLDER");
-        options.value("--authority", authority_, "common name of the authority").showsDefault();
-        options.value("--signer", signer_, "common name of the signer").showsDefault();
+        options.value("--authority", authority_, "common name of the authority, of 1 to 64 characters")
+            .showsDefault();
+        options.value("--signer", signer_, "common name of the signer, of 1 to 64 characters").showsDefault();
         options.value("--days", days_, "how long they are valid").within(1, kDays).showsDefault();
         options.footer(
             "Writes authority.pem, authority.key, authority.crl (nothing revoked), signer.pem and "

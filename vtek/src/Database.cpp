@@ -1,5 +1,6 @@
 #include "Database.h"
 
+#include <new>
 #include <utility>
 
 namespace vtek {
@@ -46,25 +47,30 @@ int flagsOf(Database::Access access) {
 }  // namespace
 
 Statement& Statement::bind(int position, std::string_view text) {
-    sqlite3_bind_text(statement_.get(), position, text.data(), static_cast<int>(text.size()),
-                      SQLITE_TRANSIENT);
-    return *this;
+    return bound(sqlite3_bind_text64(statement_.get(), position, text.data(), text.size(), SQLITE_TRANSIENT,
+                                     SQLITE_UTF8));
 }
 
 Statement& Statement::bind(int position, std::int64_t value) {
-    sqlite3_bind_int64(statement_.get(), position, value);
-    return *this;
+    return bound(sqlite3_bind_int64(statement_.get(), position, value));
 }
 
 Statement& Statement::bindOptional(int position, const std::optional<std::string>& text) {
-    if (text) {
-        return bind(position, std::string_view(*text));
+    return text ? bind(position, std::string_view(*text))
+                : bound(sqlite3_bind_null(statement_.get(), position));
+}
+
+Statement& Statement::bound(int code) {
+    if (code != SQLITE_OK) {
+        refused_ = failure(sqlite3_db_handle(statement_.get()));
     }
-    sqlite3_bind_null(statement_.get(), position);
     return *this;
 }
 
 Result<bool> Statement::step() {
+    if (refused_) {
+        return *refused_;
+    }
     const int code = sqlite3_step(statement_.get());
     if (code == SQLITE_ROW) {
         return true;
@@ -90,6 +96,9 @@ std::string Statement::text(int column) const {
 
 std::string_view Statement::textView(int column) const {
     const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
+    if (bytes == nullptr && !isNull(column)) {
+        throw std::bad_alloc();
+    }
     const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column));
     return bytes == nullptr ? std::string_view() : std::string_view(bytes, size);
 }

@@ -14,7 +14,8 @@ namespace vtek {
 
 class Database;
 
-/** One prepared statement: bind by position from 1, step through rows, read columns from 0. */
+/** One prepared statement: bind by position from 1, step through rows, read columns from 0. A value that
+ * could not be bound fails the next step. */
 class Statement {
 public:
     Statement& bind(int position, std::string_view text);
@@ -38,8 +39,10 @@ private:
         void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
     };
     explicit Statement(sqlite3_stmt* statement) : statement_(statement) {}
+    Statement& bound(int code);
 
     std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+    std::optional<Error> refused_;  ///< why a value could not be bound
 };
 
 /** One connection to a SQLite database. */

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,17 @@ void PrintTo(const UpdateOutcome& outcome, std::ostream* out);
 
 /** What must not change when an update is refused: the digest of every file but the lock and the log. */
 using Snapshot = std::map<std::string, std::string>;
+
+/** Does work of the library, which throws where memory is short, and gives that back as the failure that the
+ * library's callers make of it. */
+template <class Work>
+auto caught(Work work) -> decltype(work()) {
+    try {
+        return work();
+    } catch (const std::bad_alloc& failure) {
+        return vtek::Error{vtek::ErrorNumber::Internal, failure.what()};
+    }
+}
 
 /**
  * A simulated chassis in a temporary folder, with component 25227 at version 1.00, one trusted authority, a

@@ -79,8 +79,11 @@ bool isDocumentedFor(const UpdateOutcome& outcome) {
 }
 
 bool rollBack(const vtek::Root& root) {
-    auto repository = vtek::Repository::open(root);
-    return repository && repository->rollBack();
+    const auto undone = test::caught([&]() -> vtek::Result<vtek::Generation> {
+        VTEK_ASSIGN(auto repository, vtek::Repository::open(root));
+        return repository.rollBack();
+    });
+    return static_cast<bool>(undone);
 }
 
 /** A chassis with a small package, since there are many runs. */
