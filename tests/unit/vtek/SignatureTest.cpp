@@ -282,7 +282,7 @@ TEST(Signer, WithTwoCommonNamesIsRefused) {
 TEST(Signer, WithoutACommonNameIsRefused) {
     Lab lab;
     vtek::Identity signer = test::issue(test::goodSigner(), &lab.authority());
-    X509_NAME_delete_entry(X509_get_subject_name(signer.certificate.get()), 0);
+    X509_NAME_ENTRY_free(X509_NAME_delete_entry(X509_get_subject_name(signer.certificate.get()), 0));
     X509_sign(signer.certificate.get(), lab.authority().key.get(), EVP_sha256());
     expectSigner(lab, std::move(signer), ErrorNumber::SignerName);
 }
