@@ -1,6 +1,8 @@
 """Whole programs beside what a user would take instead."""
 
+import pathlib
 import shutil
+import tempfile
 from dataclasses import dataclass
 
 from paired import Command, measure, shell, tell
@@ -61,10 +63,21 @@ def inventories(workshop, plan):
         yield Comparison(f"`-i`, {devices:,} devices", commands, goals, rounds)
 
 
-def update(programs, root, fresh, package):
-    """An update of a chassis that is made anew, out of `fresh`, before each run."""
+def remove(folder):
+    """Removes a folder, if it is there."""
+    shutil.rmtree(folder, ignore_errors=True)
+
+
+def set_aside(folder):
+    """Keeps a folder, if it is there, elsewhere."""
+    if folder.exists():
+        folder.rename(pathlib.Path(tempfile.mkdtemp(dir=folder.parent)) / folder.name)
+
+
+def update(programs, root, fresh, package, dispose=remove):
+    """An update of a chassis that is made anew, out of `fresh`, before each run; `dispose` is for the one before."""
     def make_anew():
-        shutil.rmtree(root, ignore_errors=True)
+        dispose(root)
         shutil.copytree(fresh, root)
         settle(root)
 
@@ -83,7 +96,7 @@ def settle(folder):
 def by_hand(folder, needs, script):
     """The same job with stock tools, in a folder that is made anew before each run."""
     def make_anew():
-        shutil.rmtree(folder, ignore_errors=True)
+        remove(folder)
         folder.mkdir()
         settle(folder)
     return shell(script, needs=needs, prepare=make_anew)

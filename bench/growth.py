@@ -3,7 +3,7 @@
 import json
 import subprocess
 
-from comparisons import inventory, update
+from comparisons import inventory, set_aside, update
 from paired import measure, tell
 from workshop import MEBIBYTE
 
@@ -29,10 +29,15 @@ def devices(workshop, plan):
 
 
 def files(workshop, plan):
-    """Updates of many files of 1 KiB."""
+    """Updates of many files of 1 KiB.
+
+    None is removed meanwhile: to make a new file, ext4 looks at every inode that was freed in the last minutes, one by
+    one, and passes over it.
+    """
     def run(number):
         package = workshop.package(f"growth-{number}-files", 1024 * max(number, 1), files=max(number, 1))
-        return update(workshop.programs, workshop.folder / "grown", workshop.folder / "fresh", package)
+        return update(workshop.programs, workshop.folder / "grown-by-files", workshop.folder / "fresh", package,
+                      dispose=set_aside)
     return series("files in a payload", {number: run(number) for number in (0, *plan.files)}, plan.growth_rounds)
 
 
