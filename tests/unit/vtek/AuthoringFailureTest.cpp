@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <new>
 #include <string>
 
 /** Read by LeakSanitizer, where it is on: libarchive loses the buffer of an archive that it could not write.
@@ -47,13 +46,10 @@ protected:
     bool make(const std::string& content) const {
         const auto file =
             vtek::openAt(vtek::kWorkingFolder, made().string(), O_RDWR | O_CREAT | O_TRUNC, 0600);
-        try {
-            return static_cast<bool>(writeArchive(file.get(), vtek::ArchiveFormat::Tar,
-                                                  {"25227", "2.00", {"LAB-CHASSIS"}, std::string(64, 'a')},
-                                                  folder_ / content));
-        } catch (const std::bad_alloc&) {
-            return false;
-        }
+        return static_cast<bool>(test::caught([&] {
+            return writeArchive(file.get(), vtek::ArchiveFormat::Tar,
+                                {"25227", "2.00", {"LAB-CHASSIS"}, std::string(64, 'a')}, folder_ / content);
+        }));
     }
 
     test::TempDir folder_;

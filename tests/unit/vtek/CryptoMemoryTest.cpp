@@ -38,13 +38,12 @@ void release(void* block, const char*, int) {
 const int kInstalled = CRYPTO_set_mem_functions(allocate, resize, release);
 
 bool isAccepted(const vtek::Root& root, const vtek::Payload& payload) {
-    try {
-        const auto trust = loadTrustStore(root);
-        return trust &&
-               verifySignature(payload, *trust, {kNow, vtek::Revocation::IfPresent, {}}, [](auto) {});
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    const auto accepted = test::caught([&]() -> vtek::Status {
+        VTEK_ASSIGN(const auto trust, loadTrustStore(root));
+        VTEK_TRY(verifySignature(payload, trust, {kNow, vtek::Revocation::IfPresent, {}}, [](auto) {}));
+        return {};
+    });
+    return static_cast<bool>(accepted);
 }
 
 /** In a process of its own: OpenSSL itself may crash where it gets no memory. */

@@ -15,6 +15,7 @@
 #include <ctime>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,7 +26,10 @@ namespace fs = std::filesystem;
 using test::Calls;
 using test::FailingCalls;
 using test::Lab;
+using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 using Words = std::vector<std::string>;
 
 /** How a run of vtekctl ended. */
@@ -175,6 +179,19 @@ INSTANTIATE_TEST_SUITE_P(Of, CommandFailure,
                          testing::Values(Calls::Files, Calls::Database, Calls::Crypto, Calls::Archive,
                                          Calls::Xml));
 
+/** Each file of a folder is; what could not be taken away is a folder of its own. */
+void expectWholePem(const std::string& folder) {
+    for (const auto& item : fs::directory_iterator(folder)) {
+        const std::string name = item.path().filename();
+        if (name.starts_with(".vtekctl-")) {
+            EXPECT_TRUE(item.is_directory());
+        } else {
+            EXPECT_THAT(test::readFile(item.path()), AllOf(StartsWith("-----BEGIN "), EndsWith("-----\n")))
+                << name;
+        }
+    }
+}
+
 void expectPayload(const std::string& path) {
     const auto payload = vtek::openPayload(vtek::kWorkingFolder, path);
     ASSERT_TRUE(payload);
@@ -255,7 +272,10 @@ TEST_P(CommandFailure, OfInit) {
 }
 
 TEST_P(CommandFailure, OfKeygen) {
-    expectMadeOrFailed({"keygen", file("out/keys")}, file("out/keys"), [](const std::string&) {});
+    const auto keys = file("out/keys");
+    expectMadeOrFailed({"keygen", keys}, keys, expectWholePem);
+    const fs::directory_iterator made(keys);
+    EXPECT_EQ(std::distance(begin(made), end(made)), 5);
 }
 
 TEST_P(CommandFailure, OfSign) {
