@@ -5,6 +5,8 @@
 
 import json
 import os
+import random
+import re
 import shutil
 import tarfile
 
@@ -194,6 +196,16 @@ the update would succeed
     def test_an_archive_that_does_not_unpack(self):
         self.done("set", "unpack-entries", "3")
         self.assert_fails("unpack", 605, "archive: more entries than allowed")
+
+    def test_an_archive_that_unpacks_to_much_more_than_its_size(self):
+        (self.content / "firmware.bin").write_bytes(bytes(4194304) + random.Random(1).randbytes(131072))
+        payload = self.package / "firmware.fwp"
+        self.done("sign", *self.recipe(), *self.signer(), "--format", "tar.gz", "-o", payload)
+        ended = self.plan()
+        [unpacked] = re.findall(r"(?m)^unpack +passed +\d+ files, (\d+) bytes$", ended.stdout)
+        self.assertGreater(int(unpacked), 4194304 + 131072)
+        self.assertIn(f"space       passed   {payload.stat().st_size + int(unpacked)} bytes are needed, and free\n",
+                      ended.stdout)
 
     def test_names_that_differ_in_case_only(self):
         (self.content / "RELEASE.TXT").write_text("")
