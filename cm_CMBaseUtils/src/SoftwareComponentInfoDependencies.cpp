@@ -5,11 +5,9 @@
 #include "XmlText.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <memory>
 #include <memory_resource>
 #include <new>
-#include <span>
 #include <unordered_set>
 #include <utility>
 
@@ -177,21 +175,6 @@ bool addDependency(const xmlNode* dependency, SPCIInfo& current, CDependencyList
     }
     list.add(std::move(record));
     return true;
-}
-
-/** Asks the processor for what the next element holds: the parser has put it between that element and the one
- *  after it. A tree of thousands of elements is larger than the caches; to read it is to wait for memory. */
-void fetchNext(std::span<xmlNode* const> elements) {
-    constexpr std::uintptr_t kMost = 4096;
-    constexpr std::uintptr_t kCacheLine = 64;
-    if (elements.size() < 3) {
-        return;
-    }
-    const auto begin = reinterpret_cast<std::uintptr_t>(elements[1]);
-    const auto size = std::min(reinterpret_cast<std::uintptr_t>(elements[2]) - begin, kMost);
-    for (std::uintptr_t offset = 0; offset < size; offset += kCacheLine) {
-        __builtin_prefetch(reinterpret_cast<const void*>(begin + offset));
-    }
 }
 
 }  // namespace

@@ -42,6 +42,19 @@ void readMarketingName(const xmlNode* pciInfo, SPCIInfo& device) {
     }
 }
 
+/** Adds each PCI identity of the device. current is the one before, which fills what the next one lacks. */
+void addIdentities(const xmlNode* device, SPCIInfo& current, std::vector<SPCIInfo>& supported) {
+    debugLog("CSoftwareComponentInfo::GetSupportedDevices() Finding the Component ID and PCI Info");
+    current.componentID = textOrEmpty(attributeText(device, "componentID"));
+    for (const xmlNode* pciInfo = findElement(device->children, "PCIInfo"); pciInfo != nullptr;
+         pciInfo = findElement(pciInfo->next, "PCIInfo")) {
+        debugLog("CSoftwareComponentInfo::GetSupportedDevices() Found a PCI Device");
+        readPaddedIds(pciInfo, current);
+        readMarketingName(pciInfo, current);
+        supported.push_back(current);
+    }
+}
+
 bool sameIds(const SPCIInfo& one, const SPCIInfo& other) {
     return equalsIgnoringCase(one.deviceID, other.deviceID) &&
            equalsIgnoringCase(one.subDeviceID, other.subDeviceID) &&
@@ -61,17 +74,11 @@ std::vector<SPCIInfo> CSoftwareComponentInfo::GetSupportedDevices() {
         return supported;
     }
     debugLog("CSoftwareComponentInfo::GetSupportedDevices() Found Some Device Nodes");
+    supported.reserve(nodesOf(devices).size());
     SPCIInfo current;  // one for all devices: what an element lacks carries over
-    for (const xmlNode* device : nodesOf(devices)) {
-        debugLog("CSoftwareComponentInfo::GetSupportedDevices() Finding the Component ID and PCI Info");
-        current.componentID = textOrEmpty(attributeText(device, "componentID"));
-        for (const xmlNode* pciInfo = findElement(device->children, "PCIInfo"); pciInfo != nullptr;
-             pciInfo = findElement(pciInfo->next, "PCIInfo")) {
-            debugLog("CSoftwareComponentInfo::GetSupportedDevices() Found a PCI Device");
-            readPaddedIds(pciInfo, current);
-            readMarketingName(pciInfo, current);
-            supported.push_back(current);
-        }
+    for (auto elements = nodesOf(devices); !elements.empty(); elements = elements.subspan(1)) {
+        fetchNext(elements);
+        addIdentities(elements.front(), current, supported);
     }
     debugLog("CSoftwareComponentInfo::GetSupportedDevices() Exiting");
     return supported;
