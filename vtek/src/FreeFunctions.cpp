@@ -7,7 +7,6 @@
 #include <memory>
 
 using vtek::Bytes;
-using vtek::Error;
 using vtek::ErrorNumber;
 using vtek::Library;
 using vtek::Result;
