@@ -39,9 +39,6 @@ public:
     }
 
     Status run(const Context&) override {
-        if (mkdir(folder_.c_str(), kPrivate) != 0 && errno != EEXIST) {
-            return vtek::systemError(vtek::ErrorNumber::InvalidArgument, "make " + folder_);
-        }
         const std::time_t now = std::time(nullptr);
         VTEK_ASSIGN(auto authorityKey, vtek::makeEcKey());
         VTEK_ASSIGN(const vtek::Identity authority,
@@ -69,6 +66,9 @@ private:
     };
 
     Status writeAll(const std::vector<File>& files) const {
+        if (mkdir(folder_.c_str(), kPrivate) != 0 && errno != EEXIST) {
+            return vtek::systemError(vtek::ErrorNumber::InvalidArgument, "make " + folder_);
+        }
         for (const auto& file : files) {
             if (std::filesystem::exists(std::filesystem::symlink_status(pathOf(file)))) {
                 return vtek::Error{vtek::ErrorNumber::InvalidArgument, pathOf(file) + " is there already"};
