@@ -12,7 +12,7 @@ namespace test {
 using Cells = std::map<std::string, std::string>;
 
 /**
- * A table of decisions, as tests/proof/inventory.table explains itself: values, and rows that say what
+ * A table of decisions, as tests/analysis/inventory.table explains itself: values, and rows that say what
  * follows from each combination of them.
  */
 class Table {
