@@ -28,7 +28,7 @@ class Outcome:
 
 @dataclass(frozen=True)
 class Image:
-    """What a guest boots: a kernel, and the file system that make-guest made for it."""
+    """What a guest boots: a kernel, and the file system that make-initramfs made for it."""
 
     kernel: pathlib.Path
     initramfs: pathlib.Path
@@ -40,7 +40,7 @@ def skip_unless_possible(image):
         skip("qemu-system-x86_64 is not installed")
     for part in (image.kernel, image.initramfs):
         if not part.exists():
-            skip(f"{part} is missing; the test guest.image says why")
+            skip(f"{part} is missing; the test vm.image says why")
 
 
 def skip(reason):
