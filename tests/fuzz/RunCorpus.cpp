@@ -1,20 +1,12 @@
-// Runs a harness over stored inputs, twice in one process; then, with SECONDS, over random changes of them
-// for so long: RunCorpus FOLDER [SECONDS]
+// Runs a harness over the stored inputs of a folder, twice in one process: RunCorpus FOLDER
 
-#include "RandomChanges.h"
 #include "TempDir.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
-#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -31,61 +23,27 @@ std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder) 
     return files;
 }
 
-void examine(const std::string& input) {
+void examine(const std::filesystem::path& file) {
+    const std::string input = test::readFile(file);
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
-}
-
-/** The input that is looked at, and the file that keeps it when the process breaks on it. */
-std::string current;
-std::string findingFile;
-
-extern "C" void keepCurrent(int signal) {
-    const int file = open(findingFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    [[maybe_unused]] const ssize_t written = write(file, current.data(), current.size());
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
-}
-
-void examineChanges(std::vector<std::string> inputs, std::chrono::seconds duration) {
-    const unsigned int seed = std::random_device()();
-    std::cerr << "random changes with the seed " << seed << "; a finding is kept in " << findingFile
-              << std::endl;
-    for (const int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) {
-        std::signal(signal, keepCurrent);
-    }
-    test::RandomChanges changes(std::move(inputs), seed);
-    const auto end = std::chrono::steady_clock::now() + duration;
-    std::size_t count = 0;
-    for (; std::chrono::steady_clock::now() < end; ++count) {
-        current = changes.next();
-        examine(current);
-    }
-    std::cout << count << " random changes" << std::endl;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2 && argc != 3) {
-        std::cerr << "usage: " << argv[0] << " FOLDER [SECONDS]" << std::endl;
+    if (argc != 2) {
+        std::cerr << "usage: " << argv[0] << " FOLDER" << std::endl;
         return 2;
     }
     const std::vector<std::filesystem::path> files = filesIn(argv[1]);
-    findingFile = std::filesystem::absolute("finding-" + std::filesystem::path(argv[1]).filename().string());
-    std::vector<std::string> inputs;
+    // Twice, so that state which one input leaves behind meets every other.
     for (int round = 0; round < 2; ++round) {
         for (const std::filesystem::path& file : files) {
-            inputs.push_back(test::readFile(file));
-            std::cerr << file.filename().string() << std::endl;  // the last one named is the one that failed
-            examine(inputs.back());
+            // Harnesses abort, so the last name printed is the input that failed.
+            std::cerr << file.filename().string() << std::endl;
+            examine(file);
         }
     }
     std::cout << files.size() << " inputs, twice" << std::endl;
-    if (files.empty()) {
-        return 1;
-    }
-    if (argc == 3) {
-        examineChanges(std::move(inputs), std::chrono::seconds(std::stoi(argv[2])));
-    }
-    return 0;
+    return files.empty() ? 1 : 0;
 }
