@@ -104,7 +104,7 @@ class Documents(unittest.TestCase):
     """Each table of commands has each command and option of the help, and no other."""
 
     def test_stand_in(self):
-        documented = options_by_command(rows("docs/stand-in.md", "`run` ends as its command does."), "vtekctl")
+        documented = options_by_command(rows("docs/stand-in.md", "`run` exits as its command does."), "vtekctl")
         signer = set(OPTION.findall(re.search(r"^SIGNER is (.*)$", (SOURCE / "docs/stand-in.md").read_text(
             encoding="utf-8"), re.MULTILINE)[1]))
         for command in ("sign", "pack"):
@@ -115,7 +115,7 @@ class Documents(unittest.TestCase):
         self.assertEqual(documented, helped)
 
     def test_qrxinspect(self):
-        documented = options_by_command(rows("docs/qrxinspect.md", "Looks into update packages"), "qrxinspect")
+        documented = options_by_command(rows("docs/qrxinspect.md", "`qrxinspect` inspects update packages"), "qrxinspect")
         for options in documented.values():
             options.add("--json")
         self.assertEqual(documented, {command: options_in_help("qrxinspect", command)
