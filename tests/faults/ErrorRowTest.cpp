@@ -1,12 +1,12 @@
 // Every row of the table of errors in docs/stand-in.md, made to happen to the whole program: the call that
 // fails and its number, the report's text, and the log's one line with what to do.
 #include "DocumentedErrors.h"
-#include "Errors.h"
 #include "HookedProgram.h"
 #include "Lab.h"
-#include "Lock.h"
 #include "Process.h"
 #include "TempDir.h"
+#include "base/Errors.h"
+#include "chassis/Lock.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -380,20 +380,6 @@ TEST_P(WithoutATrigger, NothingFails) {
     EXPECT_THAT(run("-u").output, HasSubstr("Update is successful"));
     EXPECT_EQ(program_.record(), "");
     EXPECT_EQ(lab_.version(), "2.00");
-}
-
-TEST(UpdateLibrary, ThatIsMissingOrAnotherIsToldAsWhatItIs) {
-    const Lab lab(std::time(nullptr));
-    const test::TempDir folder;
-    const auto environment = withLibraryIn(folder.path()).environment;
-    const auto logged = [&] {
-        const auto outcome = test::HookedProgram(lab).run("-u", environment);
-        EXPECT_EQ(outcome.signal, 0);
-        return test::readFile(lab.rootPath() / "log/vtek.log");
-    };
-    EXPECT_THAT(logged(), HasSubstr("libvtek-update.so: cannot open shared object file"));
-    std::filesystem::copy_file(QRX_LOADABLE_LIBRARY, folder / "libvtek-update.so");
-    EXPECT_THAT(logged(), HasSubstr("undefined symbol: vtek_begin_update"));
 }
 
 TEST(ErrorRows, EveryTriggerHasARow) {

@@ -2,8 +2,8 @@
 // The first byte is how many bytes are asked for; then each message is a kind, a length and its data.
 
 #include "Harness.h"
-#include "Ipmi.h"
-#include "IpmiDevice.h"
+#include "ipmi/Ipmi.h"
+#include "ipmi/IpmiDevice.h"
 
 #include <algorithm>
 

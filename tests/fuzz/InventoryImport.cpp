@@ -1,10 +1,10 @@
 // An inventory document as vtekctl imports it.
 
-#include "File.h"
 #include "Harness.h"
-#include "Inventory.h"
-#include "InventoryReader.h"
 #include "TempDir.h"
+#include "base/File.h"
+#include "chassis/Inventory.h"
+#include "chassis/InventoryReader.h"
 
 #include <fcntl.h>
 

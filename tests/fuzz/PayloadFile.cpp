@@ -2,13 +2,13 @@
 // one archive that was ever signed for it, were made by payload/make-payload.
 
 #include "CmsVerdict.h"
-#include "Digest.h"
-#include "File.h"
 #include "Harness.h"
-#include "Payload.h"
-#include "Signature.h"
 #include "TempDir.h"
-#include "Trust.h"
+#include "base/File.h"
+#include "payload/Payload.h"
+#include "trust/Digest.h"
+#include "trust/Signature.h"
+#include "trust/TrustStore.h"
 
 #include <cstdint>
 #include <ctime>
@@ -46,7 +46,7 @@ std::string digestOf(std::string_view text) {
 
 /** Trusts the one authority whose certificate and empty revocation list the folder holds. */
 vtek::TrustStore loadTrust(const std::filesystem::path& folder) {
-    vtek::TrustStore trust{vtek::StorePtr(X509_STORE_new())};
+    vtek::TrustStore trust{vtek::X509StorePtr(X509_STORE_new())};
     const auto authority = vtek::parseTrustFile("authority.pem", readFile(folder / "authority.pem"));
     const auto list = vtek::parseTrustFile("authority.crl", readFile(folder / "authority.crl"));
     require(authority && list, "the authority of the stored payloads");
@@ -58,7 +58,7 @@ vtek::TrustStore loadTrust(const std::filesystem::path& folder) {
 }
 
 /** The signature fits when OpenSSL says so; other refusals come before that question. */
-void compareWithCms(const vtek::Payload& payload, std::string_view archive, std::string_view signature) {
+void compareWithCms(const vtek::SignedFile& payload, std::string_view archive, std::string_view signature) {
     const auto fits = vtek::checkSignatureFits(payload);
     if (fits || fits.error().number == vtek::ErrorNumber::SignatureMismatch) {
         require(static_cast<bool>(fits) == cmsVerifies(signature, archive), "the verdict of CMS_verify");
@@ -83,7 +83,7 @@ void examine(std::string_view input) {
         return;
     }
     const std::string_view archive = input.substr(0, parts->first);
-    require(payload->size == input.size() && payload->archiveLength == archive.size(), "the lengths");
+    require(payload->size == input.size() && payload->signedLength == archive.size(), "the lengths");
     const std::string_view signature = input.substr(parts->first, parts->second);
     require(std::string_view(reinterpret_cast<const char*>(payload->signature.data()),
                              payload->signature.size()) == signature,

@@ -8,7 +8,6 @@ from debian import DEB, SOURCE, UNPACKED, field, files, output_of
 
 PRIVATE = f"usr/lib/{output_of('gcc', '-print-multiarch').strip()}/qrxupdate"
 LIBRARY = f"{PRIVATE}/libvtek.so.0"
-UPDATE_LIBRARY = f"{PRIVATE}/libvtek-update.so"
 DOCUMENTS = "usr/share/doc/qrxupdate"
 PAGES = {"man1/qrxinspect.1", "man5/package.xml.5", "man5/vtek-payload.5", "man8/qrxupdate.8", "man8/vtekctl.8"}
 
@@ -24,7 +23,7 @@ def documents_of_the_source():
 
 class Content(unittest.TestCase):
     def test_every_file_is_one_that_we_know(self):
-        expected = {"usr/bin/qrxinspect", "usr/bin/vtekctl", LIBRARY, f"{LIBRARY}.1.0", UPDATE_LIBRARY,
+        expected = {"usr/bin/qrxinspect", "usr/bin/vtekctl", LIBRARY, f"{LIBRARY}.1.0",
                     "usr/libexec/qrxupdate/package/package.xml", "usr/libexec/qrxupdate/package/qrxupdate",
                     f"{DOCUMENTS}/changelog.gz", f"{DOCUMENTS}/copyright"}
         expected |= {f"usr/share/man/{page}.gz" for page in PAGES}

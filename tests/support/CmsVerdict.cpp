@@ -1,6 +1,6 @@
 #include "CmsVerdict.h"
 
-#include "Crypto.h"
+#include "trust/Crypto.h"
 
 namespace test {
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Options.h"
-#include "Result.h"
-#include "Root.h"
-#include "Store.h"
+#include "base/Result.h"
+#include "base/Root.h"
+#include "chassis/Store.h"
 
 #include <memory>
 #include <string>

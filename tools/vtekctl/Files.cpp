@@ -1,7 +1,7 @@
 #include "Files.h"
 
-#include "File.h"
-#include "Trust.h"
+#include "base/File.h"
+#include "trust/TrustStore.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Certificates.h"
-#include "File.h"
-#include "Result.h"
+#include "authoring/Certificates.h"
+#include "base/File.h"
+#include "base/Result.h"
 
 #include <sys/types.h>
 

@@ -1,6 +1,6 @@
 #include "Command.h"
 #include "Files.h"
-#include "Inventory.h"
+#include "chassis/Inventory.h"
 
 #include <iostream>
 

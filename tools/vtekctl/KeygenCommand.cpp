@@ -1,7 +1,7 @@
-#include "Certificates.h"
 #include "Command.h"
 #include "Files.h"
 #include "Workshop.h"
+#include "authoring/Certificates.h"
 
 #include <sys/stat.h>
 

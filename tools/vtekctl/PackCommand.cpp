@@ -1,9 +1,9 @@
-#include "ArchiveWriter.h"
 #include "Command.h"
-#include "File.h"
 #include "OwnFolder.h"
 #include "PayloadRecipe.h"
 #include "Workshop.h"
+#include "authoring/ArchiveWriter.h"
+#include "base/File.h"
 
 #include <fcntl.h>
 

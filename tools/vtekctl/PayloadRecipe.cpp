@@ -1,11 +1,12 @@
 #include "PayloadRecipe.h"
 
-#include "File.h"
 #include "Files.h"
-#include "PackageDescription.h"
-#include "Payload.h"
-#include "Settings.h"
-#include "Signature.h"
+#include "authoring/PackageDescription.h"
+#include "base/File.h"
+#include "base/Text.h"
+#include "chassis/Settings.h"
+#include "payload/Payload.h"
+#include "trust/Signature.h"
 
 #include <fcntl.h>
 
@@ -33,7 +34,7 @@ const std::map<std::string, vtek::ArchiveFormat> kFormats{{"tar", vtek::ArchiveF
 /** Reads the finished payload back: a signature from elsewhere may be that of another archive. */
 Status checkOutsideSignature(const fs::path& folder, const std::string& name) {
     const vtek::UniqueFd opened = vtek::openAt(vtek::kWorkingFolder, folder.string(), O_RDONLY | O_DIRECTORY);
-    VTEK_ASSIGN(const vtek::Payload payload, vtek::openPayload(opened.get(), name));
+    VTEK_ASSIGN(const vtek::SignedFile payload, vtek::openPayload(opened.get(), name));
     return checkSignatureFits(payload);
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Options.h"
-#include "PayloadWriter.h"
+#include "authoring/PayloadWriter.h"
 
 #include <filesystem>
 #include <optional>

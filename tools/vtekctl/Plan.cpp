@@ -1,12 +1,13 @@
 #include "Plan.h"
 
-#include "Inventory.h"
-#include "Ipmi.h"
-#include "PackageDescription.h"
-#include "PayloadCheck.h"
-#include "Repository.h"
-#include "Unpack.h"
-#include "Update.h"
+#include "authoring/PackageDescription.h"
+#include "chassis/Inventory.h"
+#include "install/PayloadCheck.h"
+#include "install/Repository.h"
+#include "install/Update.h"
+#include "ipmi/Ipmi.h"
+#include "payload/Payload.h"
+#include "payload/Unpack.h"
 #include <vtek/vtek.h>
 
 #include <fcntl.h>
@@ -179,11 +180,10 @@ private:
     }
 
     Result<std::string> unpack() {
-        const vtek::Payload& payload = (*checked_)->payload;
+        const vtek::SignedFile& payload = (*checked_)->payload;
         Nowhere nowhere;
-        VTEK_ASSIGN(const auto content,
-                    vtek::unpackArchive(payload.file.get(), payload.archiveLength, nowhere, "",
-                                        settings_->unpack, [](std::uint64_t) {}));
+        VTEK_ASSIGN(const auto content, vtek::unpackArchive(payload.file.get(), payload.signedLength, nowhere,
+                                                            "", settings_->unpack, [](std::uint64_t) {}));
         unpackedBytes_ = content.bytes;
         return std::to_string(content.files) + " files, " + std::to_string(content.bytes) + " bytes";
     }
@@ -203,7 +203,7 @@ private:
     std::optional<vtek::Store> store_;
     vtek::UniqueFd folder_;
     std::optional<vtek::PackageDescription> package_;
-    std::optional<vtek::Payload> payload_;
+    std::optional<vtek::SignedFile> payload_;
     std::uint64_t payloadSize_ = 0;
     std::optional<Result<vtek::CheckedPayload>> checked_;
     std::uint64_t unpackedBytes_ = 0;

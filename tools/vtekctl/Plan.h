@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Root.h"
+#include "base/Root.h"
 
 #include <ctime>
 #include <optional>

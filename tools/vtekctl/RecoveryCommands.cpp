@@ -1,5 +1,5 @@
 #include "Command.h"
-#include "Repository.h"
+#include "install/Repository.h"
 
 #include <iostream>
 

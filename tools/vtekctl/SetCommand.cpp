@@ -1,7 +1,7 @@
 #include "Command.h"
-#include "Settings.h"
 #include "TextTable.h"
-#include "Users.h"
+#include "base/Users.h"
+#include "chassis/Settings.h"
 
 #include <iostream>
 

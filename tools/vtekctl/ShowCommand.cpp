@@ -1,8 +1,8 @@
 #include "Command.h"
-#include "Inventory.h"
 #include "PrintJson.h"
-#include "Settings.h"
 #include "TextTable.h"
+#include "chassis/Inventory.h"
+#include "chassis/Settings.h"
 
 #include <iostream>
 

@@ -1,10 +1,10 @@
 #include "Command.h"
-#include "File.h"
 #include "Files.h"
 #include "PrintJson.h"
 #include "TextTable.h"
-#include "Trust.h"
-#include "Unpack.h"
+#include "base/File.h"
+#include "payload/Unpack.h"
+#include "trust/TrustStore.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,9 +1,10 @@
 #include "Command.h"
-#include "File.h"
-#include "PayloadCheck.h"
 #include "Plan.h"
 #include "PrintJson.h"
 #include "TextTable.h"
+#include "base/File.h"
+#include "install/PayloadCheck.h"
+#include "payload/Payload.h"
 
 #include <fcntl.h>
 
@@ -95,7 +96,7 @@ private:
         }
         VTEK_ASSIGN(const vtek::Root root, context.openRoot());
         VTEK_ASSIGN(vtek::Store store, vtek::Store::open(root, vtek::Store::Mode::Read));
-        VTEK_ASSIGN(vtek::Payload payload, vtek::openPayload(folder.get(), path.filename().string()));
+        VTEK_ASSIGN(vtek::SignedFile payload, vtek::openPayload(folder.get(), path.filename().string()));
         VTEK_ASSIGN(const auto checked,
                     checkPayload(root, store, std::move(payload), folder.get(), std::time(nullptr)));
         print(checked);

@@ -1,7 +1,7 @@
 #include "Workshop.h"
 
-#include "File.h"
-#include "Tree.h"
+#include "base/File.h"
+#include "base/Tree.h"
 
 #include <fcntl.h>
 #include <stdio.h>

@@ -1,8 +1,8 @@
 #include "Lab.h"
 
-#include "Digest.h"
-#include "Errors.h"
-#include "Store.h"
+#include "base/Errors.h"
+#include "chassis/Store.h"
+#include "trust/Digest.h"
 
 #include <fcntl.h>
 #include <unistd.h>

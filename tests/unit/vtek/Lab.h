@@ -1,13 +1,13 @@
 #pragma once
 
 #include "ArchiveBuilder.h"
-#include "Inventory.h"
-#include "Manifest.h"
-#include "Root.h"
-#include "Settings.h"
 #include "Signing.h"
 #include "TempDir.h"
-#include "Update.h"
+#include "base/Root.h"
+#include "chassis/Inventory.h"
+#include "chassis/Settings.h"
+#include "install/Update.h"
+#include "payload/Manifest.h"
 
 #include <filesystem>
 #include <functional>

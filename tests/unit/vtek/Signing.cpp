@@ -1,6 +1,6 @@
 #include "Signing.h"
 
-#include "Payload.h"
+#include "payload/Payload.h"
 
 #include <openssl/dsa.h>
 #include <openssl/rsa.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Certificates.h"
+#include "authoring/Certificates.h"
 
 #include <ctime>
 #include <string>

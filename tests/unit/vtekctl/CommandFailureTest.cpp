@@ -3,9 +3,9 @@
 #include "Application.h"
 #include "FailingCalls.h"
 #include "Lab.h"
-#include "Payload.h"
-#include "Signature.h"
-#include "Trust.h"
+#include "payload/Payload.h"
+#include "trust/Signature.h"
+#include "trust/TrustStore.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
-#include "ArchiveWriter.h"
+#include "authoring/ArchiveWriter.h"
 
-#include "File.h"
+#include "base/File.h"
 
 #include <archive.h>
 #include <archive_entry.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ArchiveReader.h"
-#include "Result.h"
+#include "base/Result.h"
+#include "payload/ArchiveReader.h"
 
 #include <sys/types.h>
 

@@ -1,4 +1,4 @@
-#include "Certificates.h"
+#include "authoring/Certificates.h"
 
 #include <openssl/ec.h>
 #include <openssl/rand.h>

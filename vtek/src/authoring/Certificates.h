@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Crypto.h"
-#include "Result.h"
+#include "base/Result.h"
+#include "trust/Crypto.h"
 
 #include <ctime>
 #include <string>

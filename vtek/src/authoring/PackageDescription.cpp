@@ -1,9 +1,8 @@
-#include "PackageDescription.h"
+#include "authoring/PackageDescription.h"
 
-#include "File.h"
-#include "Xml.h"
+#include "base/File.h"
+#include "base/Xml.h"
 
-#include <fcntl.h>
 #include <libxml/parser.h>
 #include <libxml/xpath.h>
 
@@ -35,9 +34,9 @@ std::optional<std::string> textAt(xmlXPathContext* context, const char* expressi
 
 Result<PackageDescription> readPackageDescription(int folder, const std::string& path,
                                                   ErrorNumber onFailure) {
-    const UniqueFd file = openAt(folder, path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    VTEK_ASSIGN(const RegularFile file, openRegularFile(folder, path, Links::Followed, path, onFailure));
     std::string xml;
-    if (!file || !readWhole(file.get(), kBound, xml)) {
+    if (!readWhole(file.fd.get(), kBound, xml)) {
         return systemError(onFailure, "read " + path);
     }
     const XmlDocPtr document(

@@ -1,12 +1,9 @@
-#include "PayloadWriter.h"
+#include "authoring/PayloadWriter.h"
 
-#include "Digest.h"
-#include "File.h"
-#include "Payload.h"
-#include "Unpack.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
+#include "base/File.h"
+#include "payload/Payload.h"
+#include "payload/Unpack.h"
+#include "trust/Digest.h"
 
 #include <algorithm>
 
@@ -67,16 +64,9 @@ Status addFolderContent(ArchiveWriter& writer, const std::filesystem::path& fold
 }
 
 Status addArchiveContent(ArchiveWriter& writer, const std::filesystem::path& file) {
-    const UniqueFd source = openAt(kWorkingFolder, file.string(), O_RDONLY | O_NONBLOCK | O_NOCTTY);
-    struct stat info {};
-    if (!source || fstat(source.get(), &info) != 0) {
-        return systemError(ErrorNumber::InvalidArgument, "open " + file.string());
-    }
-    if (!S_ISREG(info.st_mode)) {
-        return invalidArgument(file.string() + " is no plain file and no folder");
-    }
-    VTEK_ASSIGN(ArchiveReader reader,
-                ArchiveReader::open(source.get(), static_cast<std::uint64_t>(info.st_size), kAnyNumber));
+    VTEK_ASSIGN(const RegularFile source, openRegularFile(kWorkingFolder, file.string(), Links::Followed,
+                                                          file.string(), ErrorNumber::InvalidArgument));
+    VTEK_ASSIGN(ArchiveReader reader, ArchiveReader::open(source.fd.get(), source.size(), kAnyNumber));
     for (;;) {
         VTEK_ASSIGN(const auto entry, reader.next());
         if (!entry) {
@@ -137,11 +127,9 @@ Status appendSignature(int fd, const std::string& signature) {
 }
 
 Result<std::string> digestOf(const std::filesystem::path& file) {
-    const UniqueFd fd = openAt(kWorkingFolder, file.string(), O_RDONLY);
-    if (!fd) {
-        return systemError(ErrorNumber::InvalidArgument, "open " + file.string());
-    }
-    return digestOfFile(fd.get(), ErrorNumber::InvalidArgument);
+    VTEK_ASSIGN(const RegularFile opened, openRegularFile(kWorkingFolder, file.string(), Links::Followed,
+                                                          file.string(), ErrorNumber::InvalidArgument));
+    return digestOfFile(opened.fd.get(), ErrorNumber::InvalidArgument);
 }
 
 }  // namespace vtek

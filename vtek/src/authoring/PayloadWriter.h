@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ArchiveWriter.h"
-#include "Certificates.h"
-#include "Manifest.h"
+#include "authoring/ArchiveWriter.h"
+#include "authoring/Certificates.h"
+#include "payload/Manifest.h"
 
 #include <ctime>
 #include <filesystem>

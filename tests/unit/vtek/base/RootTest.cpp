@@ -1,0 +1,195 @@
+#include "Lab.h"
+#include "base/Root.h"
+#include "chassis/Store.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+
+namespace {
+
+using std::filesystem::perm_options;
+using std::filesystem::perms;
+using test::Lab;
+using test::UpdateOutcome;
+using vtek::ErrorNumber;
+using vtek::Root;
+
+constexpr uid_t kStranger = 12345;
+
+ErrorNumber openingFails(const std::filesystem::path& path) {
+    const auto root = Root::open(path.string(), geteuid());
+    return root ? ErrorNumber::None : root.error().number;
+}
+
+TEST(Root, IsFoundThroughTheEnvironment) {
+    setenv("VTEK_ROOT", "/some/where", 1);
+    EXPECT_EQ(vtek::rootPathFromEnvironment(), "/some/where");
+    setenv("VTEK_ROOT", "", 1);
+    EXPECT_EQ(vtek::rootPathFromEnvironment(), "/var/lib/vtek");
+    unsetenv("VTEK_ROOT");
+    EXPECT_EQ(vtek::rootPathFromEnvironment(), "/var/lib/vtek");
+}
+
+TEST(Root, ThatIsNotThereIsToldFromAnUnsafeOne) {
+    const test::TempDir folder;
+    EXPECT_EQ(openingFails(folder / "missing"), ErrorNumber::RootMissing);
+    EXPECT_EQ(openingFails(""), ErrorNumber::RootMissing);
+    test::writeFile(folder / "file", "no folder");
+    EXPECT_EQ(openingFails(folder / "file"), ErrorNumber::RootUnsafe);
+}
+
+TEST(Root, OpenToOtherWritersIsRefused) {
+    const Lab lab;
+    for (const perms open : {perms::group_write, perms::others_write}) {
+        std::filesystem::permissions(lab.rootPath(), open, perm_options::add);
+        EXPECT_EQ(openingFails(lab.rootPath()), ErrorNumber::RootUnsafe);
+        std::filesystem::permissions(lab.rootPath(), open, perm_options::remove);
+    }
+    EXPECT_EQ(openingFails(lab.rootPath()), ErrorNumber::None);
+}
+
+TEST(Root, AStickyRootIsNoBetter) {
+    const Lab lab;
+    std::filesystem::permissions(lab.rootPath(), perms::others_write | perms::sticky_bit, perm_options::add);
+    EXPECT_EQ(openingFails(lab.rootPath()), ErrorNumber::RootUnsafe);
+}
+
+TEST(Root, BelowAFolderThatIsOpenToOtherWritersIsRefusedUnlessItIsSticky) {
+    const Lab lab;
+    const auto parent = lab.rootPath().parent_path();
+    std::filesystem::permissions(parent, perms::others_write, perm_options::add);
+    EXPECT_EQ(openingFails(lab.rootPath()), ErrorNumber::RootUnsafe);
+    std::filesystem::permissions(parent, perms::sticky_bit, perm_options::add);
+    EXPECT_EQ(openingFails(lab.rootPath()), ErrorNumber::None);
+}
+
+TEST(Root, OfAStrangerIsRefused) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "skipped: needs root, who alone can give a folder away";
+    }
+    const Lab lab;
+    ASSERT_EQ(chown(lab.rootPath().c_str(), kStranger, kStranger), 0);
+    EXPECT_EQ(openingFails(lab.rootPath()), ErrorNumber::RootUnsafe);
+    ASSERT_EQ(chown(lab.rootPath().c_str(), 0, 0), 0);
+    ASSERT_EQ(chown(lab.rootPath().parent_path().c_str(), kStranger, kStranger), 0);
+    EXPECT_EQ(openingFails(lab.rootPath()), ErrorNumber::RootUnsafe);
+}
+
+TEST(Root, OfTheCallerIsAccepted) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "skipped: needs root, who alone can give a folder away";
+    }
+    const Lab lab;
+    ASSERT_EQ(chown(lab.rootPath().c_str(), kStranger, kStranger), 0);
+    ASSERT_EQ(chown(lab.rootPath().parent_path().c_str(), kStranger, kStranger), 0);
+    EXPECT_TRUE(Root::open(lab.rootPath().string(), kStranger));
+}
+
+TEST(Root, ThatIsALinkOrLiesBehindOneIsRefused) {
+    const Lab lab;
+    const auto link = lab.aside() / "link";
+    std::filesystem::create_directory_symlink(lab.rootPath(), link);
+    EXPECT_EQ(openingFails(link), ErrorNumber::RootUnsafe);
+    std::filesystem::create_directory_symlink(lab.rootPath().parent_path(), lab.aside() / "above");
+    EXPECT_EQ(openingFails(lab.aside() / "above/root"), ErrorNumber::RootUnsafe);
+}
+
+TEST(Root, ARelativePathIsTakenFromTheWorkingDirectory) {
+    const Lab lab;
+    std::filesystem::current_path(lab.package());
+    const auto root = Root::open("../root/", geteuid());
+    ASSERT_TRUE(root);
+    EXPECT_EQ(root->path(), lab.rootPath().string());
+}
+
+TEST(Root, IsMadeOnlyOfANewOrEmptyFolder) {
+    const test::TempDir folder;
+    EXPECT_TRUE(Root::create((folder / "new").string(), geteuid()));
+    EXPECT_EQ(Root::create((folder / "new").string(), geteuid()).error().number,
+              ErrorNumber::InvalidArgument);
+    EXPECT_FALSE(Root::create((folder / "a/b").string(), geteuid()));
+}
+
+// What lies in the root is held to the same rules.
+
+TEST(RootContent, OthersMayReadItButForStaging) {
+    const test::TempDir folder;
+    const mode_t before = umask(0);
+    const auto root = Root::create((folder / "new").string(), geteuid());
+    const bool made = root && vtek::Store::create(*root);
+    umask(before);
+    ASSERT_TRUE(made);
+    std::map<std::string, unsigned int> modes;
+    for (const auto& entry : std::filesystem::directory_iterator(folder / "new")) {
+        modes[entry.path().filename()] = static_cast<unsigned int>(entry.status().permissions());
+    }
+    EXPECT_EQ(
+        modes,
+        (std::map<std::string, unsigned int>{
+            {"log", 0755}, {"repository", 0755}, {"staging", 0700}, {"state.db", 0644}, {"trust", 0755}}));
+}
+
+TEST(RootContent, StateThatIsALinkSharedOrOpenToOtherWritersIsRefused) {
+    const Lab lab;
+    const auto state = lab.rootPath() / "state.db";
+    std::filesystem::permissions(state, perms::others_write, perm_options::add);
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
+    std::filesystem::permissions(state, perms::others_write, perm_options::remove);
+    std::filesystem::create_hard_link(state, lab.aside() / "state.db");
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
+    std::filesystem::remove(state);
+    std::filesystem::create_symlink(lab.aside() / "state.db", state);
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
+    std::filesystem::remove(state);
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
+}
+
+TEST(RootContent, ALockThatIsALinkOrOpenToOtherWritersIsRefused) {
+    const Lab lab;
+    const auto lock = lab.rootPath() / "lock";
+    std::filesystem::create_symlink(lab.aside() / "target", lock);
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable}));
+    EXPECT_FALSE(std::filesystem::exists(lab.aside() / "target"));
+    std::filesystem::remove(lock);
+    test::writeFile(lock, "");
+    std::filesystem::permissions(lock, perms::others_write, perm_options::add);
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable}));
+    std::filesystem::permissions(lock, perms::others_write, perm_options::remove);
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"done"}));
+}
+
+TEST(RootContent, StateOrALockThatIsNoPlainFileIsRefused) {
+    const Lab lab;
+    ASSERT_EQ(mkfifo((lab.rootPath() / "lock").c_str(), 0644), 0);
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable}));
+    std::filesystem::remove(lab.rootPath() / "lock");
+    std::filesystem::remove(lab.rootPath() / "state.db");
+    ASSERT_EQ(mkfifo((lab.rootPath() / "state.db").c_str(), 0644), 0);
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
+}
+
+TEST(RootContent, StagingOrRepositoryThatIsOpenToOtherWritersIsRefused) {
+    for (const std::string name : {"staging", "repository"}) {
+        const Lab lab;
+        std::filesystem::permissions(lab.rootPath() / name, perms::others_write, perm_options::add);
+        EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable})) << name;
+    }
+}
+
+TEST(RootContent, StagingOrRepositoryThatIsALinkIsRefused) {
+    for (const std::string name : {"staging", "repository"}) {
+        const Lab lab;
+        std::filesystem::remove(lab.rootPath() / name);
+        std::filesystem::create_directory_symlink(lab.aside(), lab.rootPath() / name);
+        EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable})) << name;
+        EXPECT_TRUE(std::filesystem::is_empty(lab.aside()));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,165 @@
+// Every call to another library that an update or a rollback makes, failing in a run of its own: the old
+// firmware stays in force, or the new one is, whole.
+#include "DocumentedErrors.h"
+#include "FailingCalls.h"
+#include "Lab.h"
+#include "chassis/Store.h"
+#include "install/Repository.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using test::Calls;
+using test::FailingCalls;
+using test::Lab;
+using test::UpdateOutcome;
+using vtek::ErrorNumber;
+
+const UpdateOutcome kDone{"done"};
+const std::string kContent = "firmware";
+
+/** The update's end; what is thrown in it fails the face's call all the same. */
+UpdateOutcome attempt(const Lab& lab) {
+    try {
+        return lab.update();
+    } catch (const std::exception&) {
+        return {"thrown", ErrorNumber::Internal};
+    }
+}
+
+std::vector<vtek::HistoryEntry> historyOf(const Lab& lab) {
+    const vtek::Root root = lab.root();
+    auto store = vtek::Store::open(root, vtek::Store::Mode::Read);
+    return *store->history();
+}
+
+/** The firmware in force is all there. */
+void expectWholeFirmware(const Lab& lab) {
+    const vtek::Root root = lab.root();
+    auto store = vtek::Store::open(root, vtek::Store::Mode::Read);
+    const auto current = store->currentGeneration();
+    ASSERT_TRUE(current);
+    if (*current == 0) {
+        EXPECT_EQ(lab.version(), "1.00");
+        return;
+    }
+    EXPECT_EQ(lab.version(), "2.00");
+    const auto chassis = lab.rootPath() / "repository" / std::to_string(*current) / "Chassis";
+    EXPECT_EQ(test::readFile(chassis / "sub/main.bin"), kContent);
+    EXPECT_EQ(test::readFile(chassis / "fw.fwp"), test::readFile(lab.payload()));
+}
+
+/** Whether an error can end a step of an update, by the call that docs/stand-in.md names for it; a step that
+ * throws ends with a number of its own. */
+bool isDocumentedFor(const UpdateOutcome& outcome) {
+    static const std::map<std::string, std::string> kCalls{{"check", "IsPayloadSigned"},
+                                                           {"start", "StartCopyFile"},
+                                                           {"add", "AddFile"},
+                                                           {"unpack", "CompleteSignedUnzip"},
+                                                           {"commit", "EndCopyFile"}};
+    const auto call = kCalls.find(outcome.step);
+    if (call == kCalls.end()) {
+        return true;
+    }
+    static const auto rows = test::documentedErrors();
+    return std::any_of(rows.begin(), rows.end(), [&](const test::DocumentedError& row) {
+        // Each step reads the state, which another one has opened.
+        const bool ofTheState = row.call == "secureWyndInit" && outcome.step != "commit";
+        return row.number == static_cast<int>(outcome.number) && (row.call == call->second || ofTheState);
+    });
+}
+
+bool rollBack(const vtek::Root& root) {
+    const auto undone = test::caught([&]() -> vtek::Result<vtek::Generation> {
+        VTEK_ASSIGN(auto repository, vtek::Repository::open(root));
+        return repository.rollBack();
+    });
+    return static_cast<bool>(undone);
+}
+
+/** A chassis with a small package, since there are many runs. */
+class UpdateFailure : public testing::TestWithParam<Calls> {
+protected:
+    UpdateFailure() {
+        lab_.sign(lab_.archiveOf(test::Format::Tar, {{"sub", "", 'd'}, {"sub/main.bin", kContent}}));
+        lab_.set("lock-wait", "0");
+    }
+
+    /** Whether it cannot be told if the disk has taken a commit. */
+    static bool isUnknown(const FailingCalls& failing) { return failing.name() == std::string("fdatasync"); }
+
+    /** Whether these calls fail for a reason that the table of errors knows; the others only lack memory. */
+    static bool isOfTheSystem() { return GetParam() == Calls::Files || GetParam() == Calls::Database; }
+
+    Lab lab_;
+};
+INSTANTIATE_TEST_SUITE_P(Of, UpdateFailure,
+                         testing::Values(Calls::Files, Calls::Database, Calls::Crypto, Calls::Archive,
+                                         Calls::Xml));
+
+TEST_P(UpdateFailure, LeavesTheOldFirmwareOrTheNew) {
+    FailingCalls failing(GetParam());
+    do {
+        const auto before = lab_.snapshot();
+        const std::size_t updates = historyOf(lab_).size();
+        const UpdateOutcome outcome = failing.in([&] { return attempt(lab_); });
+        SCOPED_TRACE(failing.name());
+        expectWholeFirmware(lab_);
+        EXPECT_TRUE(outcome == kDone || failing.happened());
+        EXPECT_TRUE(outcome == kDone || !isOfTheSystem() || isDocumentedFor(outcome))
+            << testing::PrintToString(outcome);
+        if (outcome == kDone) {
+            EXPECT_EQ(historyOf(lab_).size() - updates, 1U);
+        } else if (outcome.number != ErrorNumber::CommitFailed) {
+            EXPECT_EQ(lab_.snapshot(), before);
+        }
+    } while (failing.happened());
+}
+
+TEST_P(UpdateFailure, OfARollbackLeavesTheOneFirmwareOrTheOther) {
+    ASSERT_EQ(lab_.update(), kDone);
+    const vtek::Root root = lab_.root();
+    FailingCalls failing(GetParam());
+    do {
+        const std::size_t entries = historyOf(lab_).size();
+        std::filesystem::create_directories(lab_.rootPath() / "staging/left/over");
+        const bool undone = failing.in([&] { return rollBack(root); });
+        SCOPED_TRACE(failing.name());
+        expectWholeFirmware(lab_);
+        EXPECT_TRUE(undone || failing.happened());
+        EXPECT_TRUE(historyOf(lab_).size() - entries == (undone ? 1U : 0U) || isUnknown(failing));
+        if (historyOf(lab_).size() > entries) {
+            EXPECT_EQ(lab_.update(), kDone);
+        }
+    } while (failing.happened());
+}
+
+TEST(UpdateWithoutThreads, IsDoneAllTheSame) {
+    const Lab lab;
+    const std::string large(2'000'000, 'l');
+    lab.set("unpack-ratio", "10000");
+    lab.sign(lab.archiveOf(test::Format::Zip, {{"one", large}, {"two", large}}));
+    FailingCalls failing(Calls::Threads);
+    int missed = 0;
+    do {
+        EXPECT_EQ(failing.in([&] { return lab.update(); }), kDone);
+        missed += failing.happened() ? 1 : 0;
+        const auto generation = std::to_string(historyOf(lab).size());
+        for (const char* name : {"one", "two"}) {
+            const auto file = lab.rootPath() / "repository" / generation / "Chassis" / name;
+            EXPECT_TRUE(test::readFile(file) == large);
+        }
+    } while (failing.happened());
+    EXPECT_GE(missed, 1);
+}
+
+}  // namespace

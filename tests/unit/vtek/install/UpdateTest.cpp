@@ -1,0 +1,460 @@
+#include "Lab.h"
+#include "chassis/Store.h"
+#include "install/Repository.h"
+#include "install/Update.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+using test::Format;
+using test::Lab;
+using test::UpdateOutcome;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using vtek::ErrorNumber;
+
+const UpdateOutcome kDone{"done"};
+const UpdateOutcome kNoCopy{"add", ErrorNumber::CopyFailed};
+
+std::vector<vtek::HistoryEntry> historyOf(const Lab& lab) {
+    const vtek::Root root = lab.root();
+    auto store = vtek::Store::open(root, vtek::Store::Mode::Read);
+    return *store->history();
+}
+
+/** A refused update leaves the whole root as it was, and the next plain one succeeds. */
+void expectRefused(const Lab& lab, const UpdateOutcome& expected,
+                   const std::function<void(const std::string&)>& before = {}) {
+    const auto untouched = lab.snapshot();
+    EXPECT_EQ(lab.update(before), expected);
+    EXPECT_EQ(lab.snapshot(), untouched);
+}
+
+/** Whether a descriptor is closed, or on the null device, where SQLite puts those that it finds closed. */
+bool isQuiet(int fd) {
+    std::error_code none;
+    const auto target = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd), none);
+    return none || target == "/dev/null";
+}
+
+void append(const std::filesystem::path& file, const std::string& bytes) {
+    std::ofstream(file, std::ios::binary | std::ios::app) << bytes;
+}
+
+void flipBit(const std::filesystem::path& file, std::streamoff at) {
+    std::fstream stream(file, std::ios::binary | std::ios::in | std::ios::out);
+    stream.seekg(at);
+    const int byte = stream.get();
+    stream.seekp(at);
+    stream.put(static_cast<char>(byte ^ 1));
+}
+
+TEST(Update, InstallsTheFilesTheVersionAndTheHistoryAtOnce) {
+    const Lab lab;
+    EXPECT_EQ(lab.update(), kDone);
+    EXPECT_EQ(lab.version(), "2.00");
+    const auto chassis = lab.rootPath() / "repository/1/Chassis";
+    EXPECT_EQ(test::readFile(chassis / "main.bin"), std::string(100000, 'm'));
+    EXPECT_EQ(test::readFile(chassis / "sub/readme.txt"), "hello");
+    EXPECT_EQ(test::readFile(chassis / "fw.fwp"), test::readFile(lab.payload()));
+    const auto history = historyOf(lab);
+    ASSERT_EQ(history.size(), 1U);
+    EXPECT_EQ(history[0].outcome, "updated");
+    EXPECT_EQ(history[0].generation, 1);
+    EXPECT_EQ(history[0].fromVersion, "1.00");
+    EXPECT_EQ(history[0].toVersion, "2.00");
+    EXPECT_EQ(history[0].signer, "CN=Test Signer");
+    EXPECT_EQ(history[0].payloadDigest, lab.snapshot()["repository/1/Chassis/fw.fwp"]);
+    EXPECT_FALSE(history[0].override);
+}
+
+TEST(Update, LeavesNothingInStaging) {
+    const Lab lab;
+    EXPECT_EQ(lab.update(), kDone);
+    EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "staging"));
+}
+
+TEST(Update, TakesEveryArchiveFormatThatIsOn) {
+    for (const Format format : {Format::Tar, Format::TarGz, Format::Zip, Format::ZipStored}) {
+        const Lab lab;
+        lab.sign(lab.archive(format));
+        EXPECT_EQ(lab.update(), kDone) << static_cast<int>(format);
+        EXPECT_EQ(test::readFile(lab.rootPath() / "repository/1/Chassis/sub/readme.txt"), "hello");
+    }
+}
+
+TEST(Update, RefusesEveryArchiveFormatThatIsOff) {
+    for (const Format format : {Format::Cpio, Format::TarBzip2}) {
+        const Lab lab;
+        lab.sign(lab.archive(format));
+        expectRefused(lab, {"check", ErrorNumber::ArchiveInvalid});
+    }
+}
+
+TEST(Update, TheSamePayloadAgainIsHarmless) {
+    const Lab lab;
+    EXPECT_EQ(lab.update(), kDone);
+    EXPECT_EQ(lab.update(), kDone);
+    EXPECT_EQ(lab.version(), "2.00");
+}
+
+TEST(Update, KeepsOneOldGeneration) {
+    const Lab lab;
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_EQ(lab.update(), kDone);
+    }
+    std::vector<std::string> kept;
+    for (const auto& item : std::filesystem::directory_iterator(lab.rootPath() / "repository")) {
+        kept.push_back(item.path().filename().string());
+    }
+    EXPECT_THAT(kept, testing::UnorderedElementsAre("3", "4"));
+}
+
+TEST(Update, DestroyedAfterAnyStepItLeavesNoTrace) {
+    const Lab lab;
+    const auto untouched = lab.snapshot();
+    for (const std::string last : {"start", "add", "unpack", "commit"}) {
+        struct Stop {};
+        EXPECT_THROW(lab.update([&](const std::string& step) {
+            if (step == last) {
+                throw Stop();
+            }
+        }),
+                     Stop);
+        EXPECT_EQ(lab.snapshot(), untouched) << last;
+    }
+}
+
+TEST(Update, StepsOutOfOrderAreRefused) {
+    const Lab lab;
+    const vtek::Root root = lab.root();
+    vtek::Update update(root, vtek::kWorkingFolder, test::kNow);
+    EXPECT_EQ(update.start().error().number, ErrorNumber::OutOfOrder);
+    EXPECT_EQ(update.add("Chassis/fw.fwp").error().number, ErrorNumber::OutOfOrder);
+    EXPECT_EQ(update.unpack().error().number, ErrorNumber::OutOfOrder);
+    EXPECT_EQ(update.commit().error().number, ErrorNumber::OutOfOrder);
+}
+
+TEST(Update, NoStepIsTakenTwice) {
+    const Lab lab;
+    const vtek::Root root = lab.root();
+    const vtek::UniqueFd folder = vtek::openAt(vtek::kWorkingFolder, lab.package().string(), O_RDONLY);
+    vtek::Update update(root, folder.get(), test::kNow);
+    ASSERT_TRUE(update.check());
+    EXPECT_EQ(update.check().error().number, ErrorNumber::OutOfOrder);
+    ASSERT_TRUE(update.start());
+    EXPECT_EQ(update.start().error().number, ErrorNumber::OutOfOrder);
+    ASSERT_TRUE(update.add("Chassis/fw.fwp"));
+    EXPECT_EQ(update.add("Chassis/other.fwp").error().number, ErrorNumber::OutOfOrder);
+    ASSERT_TRUE(update.unpack());
+    EXPECT_EQ(update.unpack().error().number, ErrorNumber::OutOfOrder);
+    ASSERT_TRUE(update.commit());
+    EXPECT_EQ(update.commit().error().number, ErrorNumber::OutOfOrder);
+    EXPECT_TRUE(vtek::Repository::open(root)) << "in force, it holds the repository no longer";
+}
+
+TEST(Update, AnEmptyOrForeignDestinationIsRefused) {
+    for (const std::string destination :
+         {"", "/etc/fw.fwp", "../fw.fwp", "Chassis/../../fw.fwp", "Chassis/"}) {
+        const Lab lab;
+        const vtek::Root root = lab.root();
+        const vtek::UniqueFd folder = vtek::openAt(vtek::kWorkingFolder, lab.package().string(), O_RDONLY);
+        vtek::Update update(root, folder.get(), test::kNow);
+        ASSERT_TRUE(update.check());
+        ASSERT_TRUE(update.start());
+        EXPECT_EQ(update.add(destination).error().number, ErrorNumber::DestinationInvalid) << destination;
+    }
+}
+
+// The payload changes under the update's hands.
+
+TEST(Update, APayloadReplacedByRenameAfterTheCheckIsHarmless) {
+    for (const std::string moment : {"start", "add", "unpack", "commit"}) {
+        const Lab lab;
+        const std::string verified = test::readFile(lab.payload());
+        const auto replace = [&](const std::string& step) {
+            if (step == moment) {
+                test::writeFile(lab.aside() / "evil.fwp", "evil");
+                std::filesystem::rename(lab.aside() / "evil.fwp", lab.payload());
+            }
+        };
+        EXPECT_EQ(lab.update(replace), kDone) << moment;
+        EXPECT_EQ(test::readFile(lab.rootPath() / "repository/1/Chassis/fw.fwp"), verified);
+    }
+}
+
+TEST(Update, APayloadThatBecomesALinkAfterTheCheckIsHarmless) {
+    const Lab lab;
+    const auto replace = [&](const std::string& step) {
+        if (step == "add") {
+            std::filesystem::remove(lab.payload());
+            std::filesystem::create_symlink("/etc/passwd", lab.payload());
+        }
+    };
+    EXPECT_EQ(lab.update(replace), kDone);
+}
+
+TEST(Update, APayloadThatIsALinkIsRefused) {
+    const Lab lab;
+    std::filesystem::rename(lab.payload(), lab.aside() / "fw.fwp");
+    std::filesystem::create_symlink(lab.aside() / "fw.fwp", lab.payload());
+    expectRefused(lab, {"check", ErrorNumber::PayloadUnreadable});
+}
+
+TEST(Update, APayloadTruncatedExtendedOrWrittenToBeforeTheCopyIsRefused) {
+    const Lab lab;
+    const std::string payload = test::readFile(lab.payload());
+    const std::pair<const char*, std::function<void()>> changes[] = {
+        {"truncated", [&] { std::filesystem::resize_file(lab.payload(), 5000); }},
+        {"extended", [&] { append(lab.payload(), "more"); }},
+        {"first byte", [&] { flipBit(lab.payload(), 0); }},
+        {"last byte", [&] { flipBit(lab.payload(), static_cast<std::streamoff>(payload.size() - 1)); }},
+    };
+    for (const auto& [name, change] : changes) {
+        SCOPED_TRACE(name);
+        lab.write(payload);
+        expectRefused(lab, {"add", ErrorNumber::PayloadChanged}, [&](const std::string& step) {
+            if (step == "add") {
+                change();
+            }
+        });
+    }
+    lab.write(payload);
+    EXPECT_EQ(lab.update(), kDone);
+}
+
+TEST(Update, APayloadWrittenToAfterTheCopyIsHarmless) {
+    const Lab lab;
+    const std::string verified = test::readFile(lab.payload());
+    EXPECT_EQ(lab.update([&](const std::string& step) {
+        if (step == "unpack") {
+            lab.write("something else");
+        }
+    }),
+              kDone);
+    EXPECT_EQ(test::readFile(lab.rootPath() / "repository/1/Chassis/fw.fwp"), verified);
+}
+
+TEST(Update, ABitFlippedAnywhereIsRefused) {
+    const Lab lab;
+    const std::string payload = test::readFile(lab.payload());
+    const auto size = static_cast<std::streamoff>(payload.size());
+    for (std::streamoff at = 0; at < size; at += size / 40) {
+        lab.write(payload);
+        flipBit(lab.payload(), at);
+        const auto untouched = lab.snapshot();
+        EXPECT_EQ(lab.update().step, "check") << at;
+        EXPECT_EQ(lab.snapshot(), untouched);
+    }
+}
+
+TEST(Update, MoreThanOnePayloadOrNoneIsRefused) {
+    const Lab lab;
+    test::writeFile(lab.package() / "other.fwp", "other");
+    expectRefused(lab, {"check", ErrorNumber::PayloadAmbiguous});
+    std::filesystem::remove(lab.package() / "other.fwp");
+    std::filesystem::remove(lab.payload());
+    expectRefused(lab, {"check", ErrorNumber::PayloadMissing});
+}
+
+TEST(Update, APayloadThatIsAFifoOrAFolderIsRefusedAtOnce) {
+    const Lab lab;
+    std::filesystem::remove(lab.payload());
+    ASSERT_EQ(mkfifo(lab.payload().c_str(), 0644), 0);
+    expectRefused(lab, {"check", ErrorNumber::PayloadUnreadable});
+    std::filesystem::remove(lab.payload());
+    std::filesystem::create_directory(lab.payload());
+    expectRefused(lab, {"check", ErrorNumber::PayloadUnreadable});
+}
+
+// package.xml
+
+TEST(Update, APackageThatIsNotTheSignedOneIsRefused) {
+    const Lab lab;
+    append(lab.package() / "package.xml", " ");
+    expectRefused(lab, {"check", ErrorNumber::PackageMismatch});
+}
+
+TEST(Update, APackageThatCannotBeReadIsRefused) {
+    const Lab lab;
+    std::filesystem::remove(lab.package() / "package.xml");
+    expectRefused(lab, {"check", ErrorNumber::PackageUnreadable});
+    ASSERT_EQ(mkfifo((lab.package() / "package.xml").c_str(), 0644), 0);
+    expectRefused(lab, {"check", ErrorNumber::PackageUnreadable});
+}
+
+TEST(Update, APackageBehindALinkIsRefused) {
+    const Lab lab;
+    std::filesystem::rename(lab.package() / "package.xml", lab.aside() / "package.xml");
+    std::filesystem::create_symlink(lab.aside() / "package.xml", lab.package() / "package.xml");
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::PackageUnreadable}));
+}
+
+TEST(Update, APayloadForSeveralChassisTakesEach) {
+    const Lab lab;
+    vtek::Manifest manifest = lab.manifest();
+    manifest.chassisTypes = {"OTHER", "LAB-CHASSIS"};
+    lab.sign(test::makeArchive(test::Format::Tar, {{"manifest.xml", vtek::formatManifest(manifest)}}));
+    EXPECT_EQ(lab.update(), kDone);
+}
+
+TEST(Update, APackageThatChangesBeforeTheCommitIsRefused) {
+    const Lab lab;
+    expectRefused(lab, {"commit", ErrorNumber::PackageChanged}, [&](const std::string& step) {
+        if (step == "commit") {
+            append(lab.package() / "package.xml", " ");
+        }
+    });
+}
+
+// What the payload is for
+
+TEST(Update, APayloadForAnotherComponentIsRefused) {
+    const Lab lab;
+    auto manifest = lab.manifest();
+    manifest.componentId = "99999";
+    lab.sign(makeArchive(Format::Tar, {{"manifest.xml", formatManifest(manifest)}}));
+    expectRefused(lab, {"check", ErrorNumber::ComponentUnknown});
+}
+
+TEST(Update, APayloadForAnotherChassisIsRefused) {
+    const Lab lab;
+    lab.set("chassis-type", "OTHER");
+    expectRefused(lab, {"check", ErrorNumber::ChassisMismatch});
+}
+
+TEST(Update, AnArchiveWhoseFirstEntryIsNoManifestIsRefused) {
+    const Lab lab;
+    lab.sign(makeArchive(Format::Tar, {{"main.bin", "x"}, {"manifest.xml", formatManifest(lab.manifest())}}));
+    expectRefused(lab, {"check", ErrorNumber::ManifestInvalid});
+    lab.sign(makeArchive(Format::Tar, {{"other.xml", formatManifest(lab.manifest())}}));
+    expectRefused(lab, {"check", ErrorNumber::ManifestInvalid});
+    lab.sign(makeArchive(Format::Tar, {{"manifest.xml", "<VtekManifest/>"}}));
+    expectRefused(lab, {"check", ErrorNumber::ManifestInvalid});
+    lab.sign(makeArchive(Format::Tar, {{"manifest.xml", "", 'd'}}));
+    expectRefused(lab, {"check", ErrorNumber::ManifestInvalid});
+}
+
+TEST(Update, AVersionBelowTheFloorIsRefused) {
+    const Lab lab;
+    lab.set("minimum-version", "2.01");
+    expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
+    lab.set("minimum-version", "2.00");
+    EXPECT_EQ(lab.update(), kDone);
+}
+
+TEST(Update, TheFloorOrdersNumbersAsNumbers) {
+    const Lab lab;
+    lab.set("minimum-version", "10.0");
+    expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
+}
+
+TEST(Update, AnOverrideHoldsForOneVersionAndOneTime) {
+    const Lab lab;
+    lab.set("minimum-version", "3.00");
+    lab.set("allow-version", "1.99");
+    expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
+    lab.set("allow-version", "2.00");
+    EXPECT_EQ(lab.update(), kDone);
+    EXPECT_TRUE(historyOf(lab).back().override);
+    expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
+}
+
+TEST(Update, AFloorRaisedAfterTheCheckHolds) {
+    const Lab lab;
+    EXPECT_EQ(lab.update([&](const std::string& step) {
+        if (step == "commit") {
+            lab.set("minimum-version", "3.00");
+        }
+    }),
+              (UpdateOutcome{"commit", ErrorNumber::VersionBelowFloor}));
+    EXPECT_EQ(lab.version(), "1.00");
+    EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "repository"));
+}
+
+TEST(Update, AComponentThatGoesBeforeTheCommitIsRefused) {
+    const Lab lab;
+    EXPECT_EQ(lab.update([&](const std::string& step) {
+        if (step == "commit") {
+            const vtek::Root root = lab.root();
+            auto store = vtek::Store::open(root, vtek::Store::Mode::Write);
+            ASSERT_TRUE(vtek::Inventory(store->database()).remove("25227"));
+        }
+    }),
+              (UpdateOutcome{"commit", ErrorNumber::ComponentGone}));
+    EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "repository"));
+    EXPECT_TRUE(historyOf(lab).empty());
+}
+
+// Hostile surroundings
+
+TEST(Update, AnUmaskOfZeroOpensNothingToOthers) {
+    const Lab lab;
+    const mode_t before = umask(0);
+    EXPECT_EQ(lab.update([&](const std::string& step) {
+        if (step == "commit") {
+            EXPECT_EQ(std::filesystem::status(lab.rootPath() / "staging/1").permissions(),
+                      std::filesystem::perms::owner_all);
+        }
+    }),
+              kDone);
+    umask(before);
+    for (const auto& item : std::filesystem::recursive_directory_iterator(lab.rootPath())) {
+        EXPECT_EQ(item.status().permissions() &
+                      (std::filesystem::perms::group_write | std::filesystem::perms::others_write),
+                  std::filesystem::perms::none)
+            << item.path();
+    }
+}
+
+TEST(Update, AStrictUmaskKeepsNobodyFromTheGeneration) {
+    const Lab lab;
+    const mode_t before = umask(077);
+    EXPECT_EQ(lab.update(), kDone);
+    umask(before);
+    EXPECT_EQ(std::filesystem::status(lab.rootPath() / "repository/1").permissions(),
+              std::filesystem::perms(0755));
+}
+
+TEST(Update, WithoutStandardDescriptorsNothingLandsInOne) {
+    const Lab lab;
+    EXPECT_EXIT(
+        {
+            close(0);
+            close(1);
+            close(2);
+            const bool done = lab.update() == kDone;
+            const bool quiet = isQuiet(0) && isQuiet(1) && isQuiet(2);
+            _exit(done && quiet ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_EQ(lab.version(), "2.00");
+}
+
+TEST(Update, AFileSizeLimitLeavesTheOldState) {
+    const Lab lab;
+    const auto untouched = lab.snapshot();
+    EXPECT_EXIT(
+        {
+            rlimit limit{};
+            limit.rlim_cur = limit.rlim_max = 50000;
+            setrlimit(RLIMIT_FSIZE, &limit);
+            signal(SIGXFSZ, SIG_IGN);
+            const bool refused = lab.update() == kNoCopy;
+            _exit(refused ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_EQ(lab.snapshot(), untouched);
+}
+
+}  // namespace

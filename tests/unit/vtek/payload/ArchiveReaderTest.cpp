@@ -1,0 +1,124 @@
+// What the archives themselves may and may not say, before the names in them count.
+#include "Lab.h"
+#include "payload/Beneath.h"
+#include "payload/Unpack.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <random>
+#include <string>
+
+namespace {
+
+using test::Entry;
+using test::Format;
+using test::Lab;
+using test::UpdateOutcome;
+using vtek::ErrorNumber;
+
+const UpdateOutcome kDone{"done"};
+
+/** How an update with this archive ends. */
+UpdateOutcome updateWith(const Lab& lab, const std::string& archive) {
+    lab.sign(archive);
+    return lab.update();
+}
+
+/** Bytes that no compression makes shorter. */
+std::string noise(std::size_t size) {
+    std::mt19937 random;
+    std::string bytes(size, '\0');
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
+    return bytes;
+}
+
+TEST(ArchiveReader, TakesInTheArchiveAndNothingBehindIt) {
+    const Lab lab;
+    for (const Format format : {Format::Tar, Format::TarGz, Format::Zip}) {
+        const std::string archive = lab.archiveOf(format, {{"noise", noise(300000)}});
+        test::writeFile(lab.aside() / "archive", archive + noise(500000));
+        const auto source = vtek::openAt(vtek::kWorkingFolder, (lab.aside() / "archive").string(), O_RDONLY);
+        const test::TempDir target;
+        const auto folder = vtek::openAt(vtek::kWorkingFolder, target.path().string(), O_RDONLY);
+        vtek::Beneath beneath(folder.get());
+        std::uint64_t taken = 0;
+        const vtek::UnpackLimits limits{100, 10, 1000000, 200};
+        ASSERT_TRUE(unpackArchive(source.get(), archive.size(), beneath, "", limits,
+                                  [&](std::uint64_t bytes) { taken += bytes; }));
+        EXPECT_GE(taken, 300000U);
+        const std::size_t directory = format == Format::Zip ? 128 * 1024 : 0;  // looked up first
+        EXPECT_LE(taken, archive.size() + directory);
+    }
+}
+
+/** Makes a tar's entry of this name a hard link to the manifest, which keeps its content: no writer does. */
+std::string asHardLink(std::string tar, const std::string& name) {
+    constexpr std::size_t kTypeAt = 156;
+    constexpr std::size_t kSumAt = 148;
+    const std::size_t header = tar.find(name + std::string(1, '\0'));
+    tar[header + kTypeAt] = '1';
+    const std::string target = vtek::kManifestName;
+    tar.replace(header + kTypeAt + 1, target.size(), target);
+    tar.replace(header + kSumAt, 8, 8, ' ');
+    unsigned int sum = 0;
+    for (const char byte : tar.substr(header, 512)) {
+        sum += static_cast<unsigned char>(byte);
+    }
+    std::array<char, 8> digits{};
+    std::snprintf(digits.data(), digits.size(), "%06o", sum);
+    tar.replace(header + kSumAt, 7, digits.data(), 7);
+    return tar;
+}
+
+TEST(ArchiveReader, AHardLinkWithAContentOfItsOwnIsRefused) {
+    const Lab lab;
+    const std::string archive = asHardLink(lab.archiveOf(Format::Tar, {{"hard", "body"}}), "hard");
+    EXPECT_EQ(updateWith(lab, archive), (UpdateOutcome{"unpack", ErrorNumber::EntryKind}));
+}
+
+// Zip
+
+/** Sets a byte of the two headers that a zip has for an entry. */
+std::string withHeaderByte(std::string zip, const std::string& name, std::size_t at, char byte) {
+    constexpr std::size_t kLocalName = 30;
+    constexpr std::size_t kCentralName = 46;
+    zip[zip.find(name) - kLocalName + at] = byte;
+    zip[zip.rfind(name) - kCentralName + at + 2] = byte;
+    return zip;
+}
+
+TEST(Zip, AnEncryptedEntryIsRefused) {
+    const Lab lab;
+    const std::string archive = lab.archiveOf(Format::ZipStored, {{"secret/", "", 'd'}});
+    ASSERT_EQ(updateWith(lab, archive), kDone);
+    constexpr std::size_t kFlagsAt = 6;
+    EXPECT_EQ(updateWith(lab, withHeaderByte(archive, "secret/", kFlagsAt, '\1')),
+              (UpdateOutcome{"unpack", ErrorNumber::ArchiveInvalid}));
+}
+
+TEST(Zip, ADirectoryBeyondTheBoundsIsRefusedBeforeItIsRead) {
+    const Lab lab;
+    std::string archive = lab.archive(Format::Zip);
+    constexpr std::size_t kDirectorySizeAt = 12;
+    archive.replace(archive.rfind("PK\5\6") + kDirectorySizeAt, 4, 4, '\xF0');
+    EXPECT_EQ(updateWith(lab, archive), (UpdateOutcome{"unpack", ErrorNumber::ArchiveTooLarge}));
+}
+
+TEST(Zip, TheLastEndRecordCounts) {
+    const Lab lab;
+    const std::string record = "PK\5\6" + std::string(18, '\xFF');
+    EXPECT_EQ(updateWith(lab, lab.archiveOf(Format::ZipStored, {{"file", record}})), kDone);
+}
+
+TEST(Zip, AnEndRecordThatIsCutShortIsRefused) {
+    const Lab lab;
+    const std::string archive = lab.archive(Format::Zip);
+    EXPECT_EQ(updateWith(lab, archive.substr(0, archive.rfind("PK\5\6") + 6)),
+              (UpdateOutcome{"unpack", ErrorNumber::ArchiveInvalid}));
+}
+
+}  // namespace

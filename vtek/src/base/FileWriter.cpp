@@ -1,0 +1,42 @@
+#include "base/FileWriter.h"
+
+#include "base/File.h"
+
+#include <fcntl.h>
+
+#include <cstddef>
+
+namespace vtek {
+
+namespace {
+
+// What the kernel has memory for at once. For larger pieces it looks for larger pages, which in a virtual
+// machine can take five times as long as the writing.
+constexpr std::size_t kPieceSize = 32 * 1024;
+constexpr std::uint64_t kWriteOutStep = 2 * 1024 * 1024;
+
+}  // namespace
+
+bool FileWriter::write(std::string_view data) {
+    while (!data.empty()) {
+        const std::string_view piece = data.substr(0, kPieceSize);
+        if (!writeFully(fd_, piece)) {
+            return false;
+        }
+        data.remove_prefix(piece.size());
+        written_ += piece.size();
+        if (written_ - begun_ >= kWriteOutStep) {
+            beginWriteOut();
+        }
+    }
+    return true;
+}
+
+/** No more than a hint: whether the disk has taken it shows when the file is made durable. */
+void FileWriter::beginWriteOut() {
+    sync_file_range(fd_, static_cast<off64_t>(begun_), static_cast<off64_t>(written_ - begun_),
+                    SYNC_FILE_RANGE_WRITE);
+    begun_ = written_;
+}
+
+}  // namespace vtek

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "base/Errors.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+
+namespace vtek {
+
+/** Why something failed: the number that getVTEKError hands out, and one line for the log. */
+struct Error {
+    ErrorNumber number;
+    std::string message;
+};
+
+/** A value, or the reason why there is none. */
+template <class T>
+class [[nodiscard]] Result {
+public:
+    Result(T value) : content_(std::in_place_index<0>, std::move(value)) {}
+    Result(Error error) : content_(std::in_place_index<1>, std::move(error)) {}
+
+    explicit operator bool() const { return content_.index() == 0; }
+
+    T& operator*() { return std::get<0>(content_); }
+    const T& operator*() const { return std::get<0>(content_); }
+    T* operator->() { return &std::get<0>(content_); }
+    const T* operator->() const { return &std::get<0>(content_); }
+
+    const Error& error() const { return std::get<1>(content_); }
+
+private:
+    std::variant<T, Error> content_;
+};
+
+/** Success, or the reason of the failure. */
+template <>
+class [[nodiscard]] Result<void> {
+public:
+    Result() = default;
+    Result(Error error) : error_(std::move(error)) {}
+
+    explicit operator bool() const { return !error_; }
+    const Error& error() const { return *error_; }
+
+private:
+    std::optional<Error> error_;
+};
+
+using Status = Result<void>;
+
+/** The error of the system call that has just failed: what was tried, then errno's text. */
+Error systemError(ErrorNumber number, const std::string& what);
+
+/** Like systemError, of a change to the repository: no space where the disk or a quota is full. */
+Error repositoryError(const std::string& what);
+
+}  // namespace vtek
+
+/** Leaves the function with the error of a failed Status. */
+#define VTEK_TRY(expression)                         \
+    do {                                             \
+        if (auto status_ = (expression); !status_) { \
+            return status_.error();                  \
+        }                                            \
+    } while (false)
+
+#define VTEK_JOIN_(a, b) a##b
+#define VTEK_JOIN(a, b) VTEK_JOIN_(a, b)
+#define VTEK_ASSIGN_(holder, declaration, expression) \
+    auto holder = (expression);                       \
+    if (!holder) {                                    \
+        return holder.error();                        \
+    }                                                 \
+    declaration = std::move(*holder)
+
+/** Declares a variable with a Result's value, or leaves the function with its error. */
+#define VTEK_ASSIGN(declaration, expression) \
+    VTEK_ASSIGN_(VTEK_JOIN(result_, __LINE__), declaration, expression)

@@ -1,0 +1,139 @@
+#include "base/Root.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <utility>
+
+namespace vtek {
+
+namespace {
+
+constexpr const char* kDefaultRoot = "/var/lib/vtek";
+constexpr mode_t kOpenToReaders = 0755;
+constexpr mode_t kPrivate = 0700;
+
+Result<std::filesystem::path> absolutePath(const std::string& path) {
+    std::error_code failure;
+    auto absolute = std::filesystem::absolute(path, failure).lexically_normal();
+    if (path.empty() || failure) {
+        return Error{ErrorNumber::RootMissing, "no usable path for the root: '" + path + "'"};
+    }
+    if (!absolute.has_filename()) {
+        absolute = absolute.parent_path();
+    }
+    return absolute;
+}
+
+/** A folder above the root: open to all only when sticky, so that nobody can rename what others own. */
+Status checkParent(struct stat info, uid_t caller, const std::string& name) {
+    if ((info.st_mode & S_ISVTX) != 0) {
+        info.st_mode &= static_cast<mode_t>(~(S_IWGRP | S_IWOTH));
+    }
+    return checkOwner(info, caller, name, ErrorNumber::RootUnsafe);
+}
+
+Error cannotEnter(const std::string& name) {
+    const bool missing = errno == ENOENT;
+    const bool link = errno == ELOOP || errno == ENOTDIR;
+    const Error error = systemError(missing ? ErrorNumber::RootMissing : ErrorNumber::RootUnsafe, name);
+    return link ? Error{error.number, name + " is a link or no folder"} : error;
+}
+
+}  // namespace
+
+std::string rootPathFromEnvironment() {
+    const char* path = secure_getenv("VTEK_ROOT");
+    return path != nullptr && *path != '\0' ? path : kDefaultRoot;
+}
+
+Status checkOwner(const struct stat& info, uid_t caller, const std::string& name, ErrorNumber onFailure) {
+    if (info.st_uid != 0 && info.st_uid != caller) {
+        return Error{onFailure, name + " belongs to user " + std::to_string(info.st_uid)};
+    }
+    if ((info.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        return Error{onFailure, name + " can be written by others"};
+    }
+    return {};
+}
+
+Result<Root> Root::open(const std::string& path, uid_t caller) {
+    VTEK_ASSIGN(const std::filesystem::path absolute, absolutePath(path));
+    UniqueFd folder = openAt(kWorkingFolder, "/", O_PATH | O_DIRECTORY);
+    std::filesystem::path reached = "/";
+    for (const auto& name : absolute.relative_path()) {
+        struct stat info {};
+        if (!folder || fstat(folder.get(), &info) != 0) {
+            return cannotEnter(reached.string());
+        }
+        VTEK_TRY(checkParent(info, caller, reached.string()));
+        reached /= name;
+        folder = openAt(folder.get(), name.string(), O_PATH | O_DIRECTORY | O_NOFOLLOW);
+        if (!folder) {
+            return cannotEnter(reached.string());
+        }
+    }
+    struct stat info {};
+    UniqueFd readable = openAt(folder.get(), ".", O_RDONLY | O_DIRECTORY);
+    if (!readable || fstat(readable.get(), &info) != 0) {
+        return cannotEnter(absolute.string());
+    }
+    VTEK_TRY(checkOwner(info, caller, absolute.string(), ErrorNumber::RootUnsafe));
+    return Root(absolute.string(), std::move(readable), caller);
+}
+
+Result<Root> Root::create(const std::string& path, uid_t caller) {
+    VTEK_ASSIGN(const std::filesystem::path absolute, absolutePath(path));
+    if (mkdir(absolute.c_str(), kOpenToReaders) != 0 && errno != EEXIST) {
+        return systemError(ErrorNumber::RootMissing, "make " + absolute.string());
+    }
+    VTEK_ASSIGN(Root root, open(absolute.string(), caller));
+    std::vector<std::string> names;
+    if (!listFolder(root.folder(), names)) {
+        return systemError(ErrorNumber::RootMissing, "list " + root.path());
+    }
+    if (!names.empty()) {
+        return Error{ErrorNumber::InvalidArgument, root.path() + " is not empty"};
+    }
+    const std::pair<const char*, mode_t> folders[] = {{kTrustFolder, kOpenToReaders},
+                                                      {kRepositoryFolder, kOpenToReaders},
+                                                      {kStagingFolder, kPrivate},
+                                                      {kLogFolder, kOpenToReaders}};
+    for (const auto& [name, mode] : folders) {
+        if (mkdirat(root.folder(), name, mode) != 0) {
+            return systemError(ErrorNumber::RootMissing, "make " + root.path() + "/" + name);
+        }
+    }
+    return root;
+}
+
+Result<UniqueFd> Root::openFolder(const char* name, ErrorNumber onFailure) const {
+    const std::string shown = path_ + "/" + name;
+    UniqueFd folder = openAt(folder_.get(), name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+    struct stat info {};
+    if (!folder || fstat(folder.get(), &info) != 0) {
+        return systemError(onFailure, "open " + shown);
+    }
+    VTEK_TRY(checkOwner(info, caller_, shown, onFailure));
+    return folder;
+}
+
+Status Root::checkFile(const std::string& name, Presence presence, ErrorNumber onFailure) const {
+    const std::string shown = path_ + "/" + name;
+    struct stat info {};
+    if (fstatat(folder_.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (errno == ENOENT && presence == Presence::Optional) {
+            return {};
+        }
+        return systemError(onFailure, shown);
+    }
+    if (!S_ISREG(info.st_mode) || info.st_nlink != 1) {
+        return Error{onFailure, shown + " is a link or no plain file"};
+    }
+    return checkOwner(info, caller_, shown, onFailure);
+}
+
+}  // namespace vtek

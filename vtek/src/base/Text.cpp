@@ -1,0 +1,37 @@
+#include "base/Text.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace vtek {
+
+bool parseNumber(std::string_view text, std::uint64_t least, std::uint64_t most, std::uint64_t& value) {
+    // cppcheck-suppress danglingTemporaryLifetime ; the text outlives the call, whoever made it
+    const char* end = text.data() + text.size();
+    const auto [reached, failure] = std::from_chars(text.data(), end, value);
+    return failure == std::errc() && reached == end && value >= least && value <= most;
+}
+
+std::string utcText(std::time_t time) {
+    tm utc{};
+    char text[32] = "";
+    if (gmtime_r(&time, &utc) != nullptr) {
+        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
+    }
+    return text;
+}
+
+std::string oneLine(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+    return text;
+}
+
+std::string shownName(std::string_view name) {
+    std::string text(name.substr(0, 80));
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return "'" + text + "'";
+}
+
+}  // namespace vtek

@@ -1,0 +1,44 @@
+#include "base/Tree.h"
+
+#include "base/File.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <vector>
+
+namespace vtek {
+
+bool syncTree(int folder, const std::string& name) {
+    const UniqueFd opened = openAt(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    if (!opened) {
+        return false;
+    }
+    std::vector<std::string> names;
+    const bool isFolder = listFolder(opened.get(), names);
+    if (!isFolder && errno != ENOTDIR) {
+        return false;
+    }
+    return std::all_of(names.begin(), names.end(),
+                       [&](const auto& inner) { return syncTree(opened.get(), inner); }) &&
+           syncFd(opened.get());
+}
+
+bool removeTree(int folder, const std::string& name) {
+    if (unlinkat(folder, name.c_str(), 0) == 0 || errno == ENOENT) {
+        return true;
+    }
+    if (errno != EISDIR) {
+        return false;
+    }
+    const UniqueFd opened = openAt(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+    std::vector<std::string> names;
+    return opened && listFolder(opened.get(), names) &&
+           std::all_of(names.begin(), names.end(),
+                       [&](const auto& inner) { return removeTree(opened.get(), inner); }) &&
+           unlinkat(folder, name.c_str(), AT_REMOVEDIR) == 0;
+}
+
+}  // namespace vtek

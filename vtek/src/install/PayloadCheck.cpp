@@ -1,0 +1,42 @@
+#include "install/PayloadCheck.h"
+
+#include "base/Progress.h"
+#include "payload/Manifest.h"
+#include "payload/Unpack.h"
+#include "trust/Digest.h"
+
+#include <utility>
+
+namespace vtek {
+
+namespace {
+
+constexpr const char* kPackageFile = "package.xml";
+
+}  // namespace
+
+Result<CheckedPayload> checkPayload(const Root& root, Store& store, SignedFile payload, int folder,
+                                    std::time_t now) {
+    VTEK_ASSIGN(const Settings settings, loadSettings(store));
+    VTEK_ASSIGN(const TrustStore trust, loadTrustStore(root));
+    Progress progress("verify", payload.signedLength);
+    VTEK_ASSIGN(VerifiedSignature signature,
+                verifySignature(payload, trust, {now, settings.revocation, settings.signerNames},
+                                [&](std::uint64_t bytes) { progress.add(bytes); }));
+    VTEK_ASSIGN(Manifest manifest, readManifest(signature.start));
+    VTEK_ASSIGN(const Fit fit, checkPolicy(store, manifest));
+    VTEK_TRY(checkPackage(folder, manifest, ErrorNumber::PackageUnreadable, ErrorNumber::PackageMismatch));
+    return CheckedPayload{std::move(payload), std::move(signature), std::move(manifest), fit};
+}
+
+Status checkPackage(int folder, const Manifest& manifest, ErrorNumber unreadable, ErrorNumber mismatch) {
+    VTEK_ASSIGN(const RegularFile file,
+                openRegularFile(folder, kPackageFile, Links::Refused, kPackageFile, unreadable));
+    VTEK_ASSIGN(const std::string digest, digestOfFile(file.fd.get(), unreadable));
+    if (digest != manifest.packageDigest) {
+        return Error{mismatch, "package.xml is not the one that the payload was signed with"};
+    }
+    return {};
+}
+
+}  // namespace vtek

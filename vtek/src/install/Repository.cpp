@@ -1,0 +1,195 @@
+#include "install/Repository.h"
+
+#include "base/Tree.h"
+#include "base/Users.h"
+#include "chassis/Inventory.h"
+#include "install/Policy.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <set>
+#include <utility>
+
+namespace vtek {
+
+namespace {
+
+constexpr mode_t kPrivate = 0700;
+constexpr mode_t kOpenToReaders = 0755;
+
+/** Whatever keeps a transaction from its end is a failed commit, unless it has a name of its own. */
+Error commitError(const Error& error) {
+    switch (error.number) {
+        case ErrorNumber::ComponentUnknown:
+            return {ErrorNumber::ComponentGone, error.message + " any more"};
+        case ErrorNumber::ChassisMismatch:
+        case ErrorNumber::VersionBelowFloor:
+            return error;
+        default:
+            return {ErrorNumber::CommitFailed, error.message};
+    }
+}
+
+HistoryEntry describe(const char* outcome, const Generation& generation) {
+    HistoryEntry entry;
+    entry.outcome = outcome;
+    entry.componentId = generation.componentId;
+    entry.fromVersion = generation.replacedVersion;
+    entry.toVersion = generation.version;
+    entry.signer = generation.signer;
+    entry.payloadDigest = generation.payloadDigest;
+    entry.realUser = realUser();
+    entry.loginUser = loginUser();
+    return entry;
+}
+
+}  // namespace
+
+Result<Repository> Repository::open(const Root& root) {
+    VTEK_ASSIGN(Store reader, Store::open(root, Store::Mode::Read));
+    VTEK_ASSIGN(const Settings settings, loadSettings(reader));
+    VTEK_ASSIGN(Lock lock, Lock::acquire(root, std::chrono::seconds(settings.lockWaitSeconds)));
+    VTEK_ASSIGN(Store store, Store::open(root, Store::Mode::Write));
+    VTEK_TRY(store.checkIntegrity());
+    VTEK_ASSIGN(UniqueFd staging, root.openFolder(kStagingFolder, ErrorNumber::RepositoryUnwritable));
+    VTEK_ASSIGN(UniqueFd generations, root.openFolder(kRepositoryFolder, ErrorNumber::RepositoryUnwritable));
+    Repository repository(std::move(lock), std::move(store), std::move(staging), std::move(generations));
+    VTEK_TRY(repository.recover());
+    return repository;
+}
+
+Repository::~Repository() {
+    if (staging_ && number_ != 0) {
+        removeTree(staging_.get(), std::to_string(number_));
+        tidyUp();
+    }
+}
+
+void Repository::tidyUp() {
+    static_cast<void>(static_cast<bool>(removeUnnamed()));
+}
+
+Status Repository::recover() {
+    std::vector<std::string> leftovers;
+    if (!listFolder(staging_.get(), leftovers)) {
+        return systemError(ErrorNumber::RepositoryUnwritable, "list the staging folder");
+    }
+    for (const auto& name : leftovers) {
+        if (!removeTree(staging_.get(), name)) {
+            return systemError(ErrorNumber::RepositoryUnwritable, "remove staging/" + name);
+        }
+    }
+    VTEK_ASSIGN(const int unnamed, removeUnnamed());
+    recovered_ = static_cast<int>(leftovers.size()) + unnamed;
+    return {};
+}
+
+Result<int> Repository::removeUnnamed() {
+    VTEK_ASSIGN(const auto kept, store_.keptGenerations());
+    std::set<std::string> names;
+    for (const auto number : kept) {
+        names.insert(std::to_string(number));
+    }
+    std::vector<std::string> present;
+    if (!listFolder(generations_.get(), present)) {
+        return systemError(ErrorNumber::RepositoryUnwritable, "list the repository");
+    }
+    std::erase_if(present, [&](const std::string& name) { return names.contains(name); });
+    for (const auto& name : present) {
+        if (!removeTree(generations_.get(), name)) {
+            return systemError(ErrorNumber::RepositoryUnwritable, "remove repository/" + name);
+        }
+    }
+    return static_cast<int>(present.size());
+}
+
+Status requireSpace(const Root& root, std::uint64_t bytes) {
+    VTEK_ASSIGN(const UniqueFd staging, root.openFolder(kStagingFolder, ErrorNumber::RepositoryUnwritable));
+    struct statvfs info {};
+    if (fstatvfs(staging.get(), &info) != 0) {
+        return systemError(ErrorNumber::RepositoryUnwritable, "look for free space");
+    }
+    const std::uint64_t free = std::uint64_t{info.f_bavail} * info.f_frsize;
+    if (free < bytes) {
+        return Error{ErrorNumber::NoSpace,
+                     std::to_string(free) + " bytes are free, " + std::to_string(bytes) + " are needed"};
+    }
+    return {};
+}
+
+Result<UniqueFd> Repository::stage() {
+    VTEK_ASSIGN(number_, store_.nextGeneration());
+    const std::string name = std::to_string(number_);
+    UniqueFd folder;
+    if (mkdirat(staging_.get(), name.c_str(), kPrivate) == 0) {
+        folder = openAt(staging_.get(), name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+    }
+    if (!folder) {
+        return repositoryError("make staging/" + name);
+    }
+    return folder;
+}
+
+Status Repository::publish() {
+    const std::string name = std::to_string(number_);
+    if (fchmodat(staging_.get(), name.c_str(), kOpenToReaders, 0) != 0 ||
+        renameat2(staging_.get(), name.c_str(), generations_.get(), name.c_str(), RENAME_NOREPLACE) != 0) {
+        return systemError(ErrorNumber::CommitFailed, "move the new files to repository/" + name);
+    }
+    // Both folders and all files at once. What the database does not name is in force for nobody.
+    if (!syncFileSystem(staging_.get())) {
+        return systemError(ErrorNumber::SyncFailed, "sync the new files");
+    }
+    return {};
+}
+
+Status Repository::commit(const Manifest& manifest, const VerifiedSignature& signature) {
+    const Status written = writeUpdate(manifest, signature);
+    if (!written) {
+        return commitError(written.error());
+    }
+    // In force now, whatever happens below; what cannot be removed is removed by the next update.
+    number_ = 0;
+    tidyUp();
+    return {};
+}
+
+Status Repository::writeUpdate(const Manifest& manifest, const VerifiedSignature& signature) {
+    VTEK_ASSIGN(Transaction transaction, Transaction::begin(store_.database()));
+    VTEK_ASSIGN(const Fit fit, checkPolicy(store_, manifest));
+    Inventory inventory(store_.database());
+    VTEK_ASSIGN(const auto replaced, inventory.version(manifest.componentId));
+    const Generation generation{number_,          manifest.componentId,
+                                manifest.version, replaced.value_or(""),
+                                signature.digest, signature.signer};
+    VTEK_TRY(inventory.setVersion(generation.componentId, generation.version));
+    VTEK_TRY(store_.addGeneration(generation));
+    if (fit == Fit::ByOverride) {
+        VTEK_TRY(store_.clearSetting("allow-version"));
+    }
+    HistoryEntry entry = describe("updated", generation);
+    entry.generation = generation.number;
+    entry.override = fit == Fit::ByOverride;
+    VTEK_TRY(store_.appendHistory(entry));
+    return transaction.commit();
+}
+
+Result<Generation> Repository::rollBack() {
+    VTEK_ASSIGN(Transaction transaction, Transaction::begin(store_.database()));
+    VTEK_ASSIGN(Generation undone, store_.dropGeneration());
+    VTEK_TRY(Inventory(store_.database()).setVersion(undone.componentId, undone.replacedVersion));
+    HistoryEntry entry = describe("rolled back", undone);
+    VTEK_ASSIGN(entry.generation, store_.currentGeneration());
+    std::swap(entry.fromVersion, entry.toVersion);
+    VTEK_TRY(store_.appendHistory(entry));
+    VTEK_TRY(transaction.commit());
+    tidyUp();
+    return undone;
+}
+
+}  // namespace vtek

@@ -1,0 +1,129 @@
+#include "install/Update.h"
+
+#include "base/File.h"
+#include "base/FileWriter.h"
+#include "base/Progress.h"
+#include "payload/Beneath.h"
+#include "payload/Payload.h"
+#include "payload/Unpack.h"
+#include "trust/Fingerprint.h"
+
+#include <cerrno>
+#include <utility>
+
+namespace vtek {
+
+namespace {
+
+constexpr std::uint64_t kSpareBytes = 1024 * 1024;  // for the database and folders
+
+}  // namespace
+
+std::uint64_t spaceToStart(std::uint64_t payloadSize) {
+    return 2 * payloadSize + kSpareBytes;
+}
+
+Result<std::string> Update::check() {
+    VTEK_TRY(require(Step::Nothing));
+    VTEK_ASSIGN(Store store, Store::open(root_, Store::Mode::Read));
+    VTEK_ASSIGN(SignedFile payload, findPayload(folder_));
+    VTEK_ASSIGN(checked_, checkPayload(root_, store, std::move(payload), folder_, now_));
+    step_ = Step::Checked;
+    return checked_->payload.name;
+}
+
+Status Update::start() {
+    VTEK_TRY(require(Step::Checked));
+    VTEK_ASSIGN(Repository repository, Repository::open(root_));
+    VTEK_TRY(requireSpace(root_, spaceToStart(checked_->payload.size)));
+    VTEK_ASSIGN(staged_, repository.stage());
+    repository_.emplace(std::move(repository));
+    step_ = Step::Started;
+    return {};
+}
+
+Status Update::add(const std::string& destination) {
+    VTEK_TRY(require(Step::Started));
+    VTEK_ASSIGN(copy_, createCopy(destination));
+    VTEK_TRY(copyPayload(copy_.get()));
+    place_ = parentOf(destination);
+    step_ = Step::Added;
+    return {};
+}
+
+Result<UniqueFd> Update::createCopy(const std::string& destination) {
+    if (!isPlainPath(destination)) {
+        return Error{ErrorNumber::DestinationInvalid, "no place in the repository: '" + destination + "'"};
+    }
+    Beneath staging(staged_.get());
+    UniqueFd copy;
+    if (staging.makeFolders(std::string(parentOf(destination)))) {
+        copy = staging.createFile(destination);
+    }
+    if (!copy) {
+        return systemError(ErrorNumber::CopyFailed, "make " + destination);
+    }
+    return copy;
+}
+
+Status Update::copyPayload(int copy) {
+    const SignedFile& payload = checked_->payload;
+    Progress progress("copy", payload.size);
+    Fingerprint fingerprint;
+    FileWriter writer(copy);
+    Status written;
+    const auto copyPiece = [&](std::string_view piece) {
+        fingerprint.update(piece);
+        if (!writer.write(piece)) {
+            written = systemError(ErrorNumber::CopyFailed, "write the copy");
+        }
+        progress.add(piece.size());
+        return static_cast<bool>(written);
+    };
+    // One byte more than there should be, to see whether there is one.
+    const std::int64_t copied = takePieces(payload.file.get(), payload.size + 1, copyPiece);
+    VTEK_TRY(written);
+    if (copied < 0) {
+        return systemError(ErrorNumber::CopyFailed, "read " + payload.name);
+    }
+    if (static_cast<std::uint64_t>(copied) != payload.size ||
+        fingerprint.value() != checked_->signature.fingerprint) {
+        return Error{ErrorNumber::PayloadChanged, payload.name + " is not what it was when it was checked"};
+    }
+    return {};
+}
+
+Status Update::unpack() {
+    VTEK_TRY(require(Step::Added));
+    VTEK_ASSIGN(const Settings settings, loadSettings(repository_->store()));
+    Progress progress("unpack", checked_->payload.signedLength);
+    Beneath staging(staged_.get());
+    VTEK_ASSIGN(const UnpackedContent content,
+                unpackArchive(copy_.get(), checked_->payload.signedLength, staging, place_, settings.unpack,
+                              [&](std::uint64_t bytes) { progress.add(bytes); }));
+    if (content.manifest != checked_->manifest) {
+        return Error{ErrorNumber::ManifestChanged, "the copy's manifest is not the one that was checked"};
+    }
+    step_ = Step::Unpacked;
+    return {};
+}
+
+Status Update::commit() {
+    VTEK_TRY(require(Step::Unpacked));
+    const Manifest& manifest = checked_->manifest;
+    VTEK_TRY(checkPackage(folder_, manifest, ErrorNumber::PackageChanged, ErrorNumber::PackageChanged));
+    VTEK_TRY(repository_->publish());
+    VTEK_TRY(repository_->commit(manifest, checked_->signature));
+    step_ = Step::Committed;
+    repository_.reset();
+    return {};
+}
+
+Status Update::require(Step step) const {
+    if (step_ != step) {
+        return Error{ErrorNumber::OutOfOrder, "a step of the update was called before its time or twice"};
+    }
+    return {};
+}
+
+}  // namespace vtek

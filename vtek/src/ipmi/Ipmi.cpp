@@ -1,0 +1,53 @@
+#include "ipmi/Ipmi.h"
+
+#include "ipmi/IpmiDevice.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vtek {
+
+SimulatedIpmi::SimulatedIpmi(const Settings& settings) {
+    const auto completion = static_cast<std::uint8_t>(settings.ipmiCompletion);
+    if (completion == 0) {
+        answer_ = {completion,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   0,
+                   static_cast<std::uint8_t>(settings.ipmiMode),
+                   static_cast<std::uint8_t>(settings.ipmiFlag)};
+    } else {
+        answer_ = {completion};
+    }
+}
+
+Result<Bytes> SimulatedIpmi::exchange(std::uint8_t, const Bytes&) {
+    return answer_;
+}
+
+Result<std::unique_ptr<IpmiTransport>> openIpmi(const Settings& settings) {
+    if (settings.ipmiTransport == "simulated") {
+        return std::unique_ptr<IpmiTransport>(std::make_unique<SimulatedIpmi>(settings));
+    }
+    VTEK_ASSIGN(auto port, KernelIpmiPort::open(settings.ipmiTransport));
+    return std::unique_ptr<IpmiTransport>(std::make_unique<IpmiDevice>(std::move(port)));
+}
+
+std::uint8_t storeAnswer(const Bytes& answer, std::uint8_t* buffer, std::size_t length) {
+    const std::uint8_t completion = answer.front();
+    if (completion == 0) {
+        const std::size_t present = std::min(length, answer.size() - 1);
+        std::copy_n(answer.begin() + 1, present, buffer);
+        std::fill(buffer + present, buffer + length, std::uint8_t{0});
+    }
+    return completion;
+}
+
+}  // namespace vtek

@@ -1,0 +1,97 @@
+#include "payload/Beneath.h"
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace vtek {
+
+namespace {
+
+constexpr mode_t kFileMode = 0644;
+constexpr mode_t kFolderMode = 0755;
+
+UniqueFd openByKernel(int folder, const std::string& path, int flags, mode_t mode) {
+    open_how how{};
+    how.flags = static_cast<__u64>(flags | O_CLOEXEC);
+    how.mode = mode;
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS | RESOLVE_NO_XDEV;
+    long fd = -1;
+    do {
+        fd = syscall(SYS_openat2, folder, path.c_str(), &how, sizeof how);
+    } while (fd == -1 && (errno == EINTR || errno == EAGAIN));
+    return aboveStandard(UniqueFd(static_cast<int>(fd)));
+}
+
+UniqueFd openBySteps(int folder, std::string_view path, int flags, mode_t mode) {
+    UniqueFd reached;
+    for (;;) {
+        const int from = reached ? reached.get() : folder;
+        const auto slash = path.find('/');
+        const std::string name(path.substr(0, slash));
+        if (name.empty() || name == "..") {
+            errno = EXDEV;
+            return {};
+        }
+        if (slash == std::string_view::npos) {
+            return openAt(from, name, flags | O_NOFOLLOW, mode);
+        }
+        reached = openAt(from, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+        if (!reached) {
+            return {};
+        }
+        path.remove_prefix(slash + 1);
+    }
+}
+
+}  // namespace
+
+UniqueFd Beneath::open(const std::string& path, int flags, mode_t mode) {
+    if (method_ == Method::Kernel) {
+        UniqueFd fd = openByKernel(folder_, path, flags, mode);
+        // An old kernel, or a sandbox that does not know the call.
+        if (fd || (errno != ENOSYS && errno != EPERM)) {
+            return fd;
+        }
+        method_ = Method::Steps;
+    }
+    return openBySteps(folder_, path, flags, mode);
+}
+
+UniqueFd Beneath::openFolder(const std::string& path) {
+    return open(path.empty() ? "." : path, O_RDONLY | O_DIRECTORY, 0);
+}
+
+bool Beneath::makeFolders(const std::string& path) {
+    if (path.empty()) {
+        return true;
+    }
+    if (const UniqueFd present = openFolder(path)) {
+        return true;
+    }
+    if (errno != ENOENT) {
+        return false;
+    }
+    const std::string parent(parentOf(path));
+    if (!makeFolders(parent)) {
+        return false;
+    }
+    const UniqueFd above = openFolder(parent);
+    const std::string name = parent.empty() ? path : path.substr(parent.size() + 1);
+    return above && mkdirat(above.get(), name.c_str(), kFolderMode) == 0;
+}
+
+UniqueFd Beneath::createFile(const std::string& path) {
+    return open(path, O_RDWR | O_CREAT | O_EXCL, kFileMode);
+}
+
+std::string_view parentOf(std::string_view path) {
+    const auto slash = path.rfind('/');
+    return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
+}
+
+}  // namespace vtek

@@ -1,0 +1,49 @@
+#include "payload/EntryWriter.h"
+
+#include "base/FileWriter.h"
+#include "base/Text.h"
+#include "payload/Manifest.h"
+
+#include <utility>
+
+namespace vtek {
+
+namespace {
+
+constexpr std::size_t kBlockSize = 64 * 1024;
+
+}  // namespace
+
+EntryWriter::EntryWriter(ArchiveReader reader, UnpackBudget& budget)
+    : reader_(std::move(reader)), budget_(budget), block_(kBlockSize) {}
+
+Result<std::optional<ArchiveEntry>> EntryWriter::next() {
+    ++count_;
+    return reader_.next();
+}
+
+Status EntryWriter::write(const ArchiveEntry& entry, int file, std::string* copy) {
+    FileWriter writer(file);
+    std::uint64_t written = 0;
+    for (;;) {
+        VTEK_ASSIGN(const std::size_t n, reader_.read(block_.data(), block_.size()));
+        if (n == 0) {
+            break;
+        }
+        written += n;
+        VTEK_TRY(budget_.spend(n, reader_.takenIn(), reader_.expanded()));
+        if (copy != nullptr && copy->size() <= kManifestBound) {
+            copy->append(block_.data(), n);
+        }
+        if (!writer.write({block_.data(), n})) {
+            return systemError(ErrorNumber::UnpackFailed, "write " + shownName(entry.name));
+        }
+    }
+    if (entry.size && *entry.size != written) {
+        return Error{ErrorNumber::ArchiveInvalid,
+                     "archive: " + shownName(entry.name) + " is not as long as declared"};
+    }
+    return {};
+}
+
+}  // namespace vtek

@@ -1,0 +1,198 @@
+#include "trust/Signature.h"
+
+#include "base/File.h"
+#include "trust/Digest.h"
+#include "trust/Fingerprint.h"
+#include "trust/Signer.h"
+
+#include <openssl/obj_mac.h>
+#include <openssl/objects.h>
+
+#include <new>
+#include <utility>
+
+namespace vtek {
+
+namespace {
+
+constexpr int kSignerBound = 8;
+constexpr std::size_t kStartBound = 256 * 1024;
+
+Result<CmsPtr> parseSignature(const std::vector<unsigned char>& der) {
+    const unsigned char* cursor = der.data();
+    CmsPtr cms(d2i_CMS_ContentInfo(nullptr, &cursor, static_cast<long>(der.size())));
+    if (!cms || cursor != der.data() + der.size()) {
+        return Error{ErrorNumber::SignatureMalformed,
+                     "signature: no DER CMS, or more than one: " + cryptoError()};
+    }
+    if (OBJ_obj2nid(CMS_get0_type(cms.get())) != NID_pkcs7_signed) {
+        return Error{ErrorNumber::SignatureKind, "signature: no signed data"};
+    }
+    if (OBJ_obj2nid(CMS_get0_eContentType(cms.get())) != NID_pkcs7_data) {
+        return Error{ErrorNumber::SignatureKind, "signature: over something else than data"};
+    }
+    if (CMS_is_detached(cms.get()) != 1) {
+        return Error{ErrorNumber::SignatureAttached, "signature: it carries content of its own"};
+    }
+    return cms;
+}
+
+/** Gives each signer, of which there must be one, its certificate. */
+Status findSigners(CMS_ContentInfo* cms) {
+    STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(cms);
+    const int count = sk_CMS_SignerInfo_num(signers);
+    if (count < 1) {
+        return Error{ErrorNumber::SignatureWithoutSigner, "signature: no signer"};
+    }
+    if (count > kSignerBound) {
+        return Error{ErrorNumber::SignatureMalformed, "signature: too many signers"};
+    }
+    CMS_set1_signers_certs(cms, nullptr, 0);
+    for (int i = 0; i < count; ++i) {
+        if (signerCertificate(sk_CMS_SignerInfo_value(signers, i)) == nullptr) {
+            return Error{ErrorNumber::SignatureWithoutSigner,
+                         "signature: a signer's certificate is not in it"};
+        }
+    }
+    return {};
+}
+
+Status checkSigners(CMS_ContentInfo* cms, const TrustStore& trust, const SignaturePolicy& policy) {
+    VTEK_TRY(findSigners(cms));
+    STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(cms);
+    const CertificatesPtr certificates(CMS_get1_certs(cms));
+    for (int i = 0; i < sk_CMS_SignerInfo_num(signers); ++i) {
+        VTEK_TRY(checkSigner(sk_CMS_SignerInfo_value(signers, i), certificates.get(), trust, policy));
+    }
+    return {};
+}
+
+Error mismatch(const SignedFile& file) {
+    return {ErrorNumber::SignatureMismatch, file.name + ": the signature does not hold: " + cryptoError()};
+}
+
+/** The digests that the signature names, fed by writing to them; null where one of them is unknown. */
+BioPtr digestsOf(CMS_ContentInfo* cms) {
+    auto sink = required(BioPtr(BIO_new(BIO_s_null())));
+    BioPtr digests(CMS_dataInit(cms, sink.get()));
+    if (digests) {
+        static_cast<void>(sink.release());  // the chain's now
+    }
+    return digests;
+}
+
+/** The SHA-256 among the digests; null when there is none. */
+EVP_MD_CTX* findSha256(BIO* digests) {
+    for (BIO* link = BIO_find_type(digests, BIO_TYPE_MD); link != nullptr;
+         link = BIO_find_type(BIO_next(link), BIO_TYPE_MD)) {
+        EVP_MD_CTX* context = nullptr;
+        BIO_get_md_ctx(link, &context);
+        if (EVP_MD_CTX_get_type(context) == NID_sha256) {
+            return context;
+        }
+    }
+    return nullptr;
+}
+
+/** Puts before the digests a SHA-256 for our own use. */
+BioPtr withSha256(BioPtr digests) {
+    auto own = required(BioPtr(BIO_new(BIO_f_md())));
+    if (BIO_set_md(own.get(), EVP_sha256()) != 1) {
+        throw std::bad_alloc();
+    }
+    BIO_push(own.get(), digests.release());
+    return own;
+}
+
+/** What one pass over the archive gives beside the verdict. */
+struct ArchivePass {
+    Fingerprint fingerprint{};
+    std::string start{};  ///< up to a bound
+};
+
+/** Reads every byte of the archive once, in order, into all digests. */
+Result<ArchivePass> digestContent(const SignedFile& file, BIO* digests, const ByteCounter& counter) {
+    ArchivePass pass;
+    const auto digest = [&](std::string_view piece) {
+        pass.fingerprint.update(piece);
+        pass.start.append(piece, 0, kStartBound - pass.start.size());
+        counter(piece.size());
+        const int size = static_cast<int>(piece.size());
+        return BIO_write(digests, piece.data(), size) == size;
+    };
+    const std::int64_t digested = takePieces(file.file.get(), file.signedLength, digest);
+    if (digested < 0) {
+        return systemError(ErrorNumber::PayloadUnreadable, "read " + file.name);
+    }
+    if (static_cast<std::uint64_t>(digested) != file.signedLength) {
+        return mismatch(file);
+    }
+    return pass;
+}
+
+/** Whether each signer has signed its attributes, where it has any, and one of these digests. */
+bool haveSigned(CMS_ContentInfo* cms, BIO* digests) {
+    STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(cms);
+    const int all = sk_CMS_SignerInfo_num(signers);
+    for (int i = 0; i < all; ++i) {
+        CMS_SignerInfo* signer = sk_CMS_SignerInfo_value(signers, i);
+        const bool hasAttributes = CMS_signed_get_attr_count(signer) >= 0;
+        if ((hasAttributes && CMS_SignerInfo_verify(signer) != 1) ||
+            CMS_SignerInfo_verify_content(signer, digests) != 1) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/** An archive that the signature was made over. */
+struct SignedArchive {
+    Digest digest;
+    ArchivePass pass;
+};
+
+Result<SignedArchive> checkContent(CMS_ContentInfo* cms, const SignedFile& file, const ByteCounter& counter) {
+    BioPtr digests = digestsOf(cms);
+    if (!digests) {
+        return mismatch(file);
+    }
+    BIO* const named = digests.get();  // nobody may have signed another digest, not even our own
+    if (findSha256(named) == nullptr) {
+        digests = withSha256(std::move(digests));
+    }
+    VTEK_ASSIGN(ArchivePass pass, digestContent(file, digests.get(), counter));
+    if (!haveSigned(cms, named)) {
+        return mismatch(file);
+    }
+    return SignedArchive{Digest(*findSha256(digests.get())), std::move(pass)};
+}
+
+}  // namespace
+
+Status checkSignatureFits(const SignedFile& file) {
+    startCrypto();
+    VTEK_ASSIGN(const CmsPtr cms, parseSignature(file.signature));
+    VTEK_TRY(findSigners(cms.get()));
+    VTEK_TRY(checkContent(cms.get(), file, [](std::uint64_t) {}));
+    return {};
+}
+
+Result<VerifiedSignature> verifySignature(const SignedFile& file, const TrustStore& trust,
+                                          const SignaturePolicy& policy, const ByteCounter& counter) {
+    startCrypto();
+    VTEK_ASSIGN(const CmsPtr cms, parseSignature(file.signature));
+    VTEK_TRY(checkSigners(cms.get(), trust, policy));
+    VTEK_ASSIGN(SignedArchive archive, checkContent(cms.get(), file, counter));
+
+    const std::string_view signature(reinterpret_cast<const char*>(file.signature.data()),
+                                     file.signature.size());
+    for (const std::string_view part : {signature, std::string_view(file.trailer)}) {
+        archive.digest.update(part.data(), part.size());
+        archive.pass.fingerprint.update(part);
+    }
+    X509* certificate = signerCertificate(sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(cms.get()), 0));
+    return VerifiedSignature{nameText(X509_get_subject_name(certificate)), archive.digest.hex(),
+                             archive.pass.fingerprint.value(), std::move(archive.pass.start)};
+}
+
+}  // namespace vtek

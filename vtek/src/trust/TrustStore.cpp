@@ -1,0 +1,131 @@
+#include "trust/TrustStore.h"
+
+#include <openssl/err.h>
+#include <openssl/pemerr.h>
+
+#include <cstring>
+#include <utility>
+
+namespace vtek {
+
+namespace {
+
+constexpr std::size_t kFileBound = 1024 * 1024;
+
+Error unusable(const std::string& name, const std::string& reason) {
+    return {ErrorNumber::TrustUnusable, "trust/" + name + ": " + reason};
+}
+
+/** One PEM block: what it says it is, and its bytes. */
+struct PemBlock {
+    std::string label;
+    std::vector<unsigned char> bytes;
+};
+
+/** The next block of a text; a block with an empty label at its end. */
+Result<PemBlock> nextBlock(BIO* text, const std::string& name) {
+    char* label = nullptr;
+    char* header = nullptr;
+    unsigned char* bytes = nullptr;
+    long size = 0;
+    ERR_clear_error();
+    if (PEM_read_bio(text, &label, &header, &bytes, &size) != 1) {
+        const bool atEnd = ERR_GET_REASON(ERR_peek_last_error()) == PEM_R_NO_START_LINE;
+        ERR_clear_error();
+        return atEnd ? Result<PemBlock>(PemBlock{}) : unusable(name, "broken PEM");
+    }
+    PemBlock block{label, std::vector<unsigned char>(bytes, bytes + size)};
+    OPENSSL_free(label);
+    OPENSSL_free(header);
+    OPENSSL_free(bytes);
+    return block;
+}
+
+Status addBlock(TrustFile& file, const PemBlock& block) {
+    const unsigned char* cursor = block.bytes.data();
+    const long size = static_cast<long>(block.bytes.size());
+    if (block.label == PEM_STRING_X509) {
+        file.certificates.emplace_back(d2i_X509(nullptr, &cursor, size));
+    } else if (block.label == PEM_STRING_X509_CRL) {
+        file.revocationLists.emplace_back(d2i_X509_CRL(nullptr, &cursor, size));
+    }
+    if (cursor != block.bytes.data() + size) {
+        return unusable(file.name, "not a certificate or revocation list: " + cryptoError());
+    }
+    return {};
+}
+
+Result<TrustFile> readTrustFile(const Root& root, int folder, const std::string& name) {
+    VTEK_ASSIGN(const RegularFile file,
+                openRegularFile(folder, name, Links::Refused, "trust/" + name, ErrorNumber::TrustUnusable));
+    VTEK_TRY(checkOwner(file.info, root.caller(), "trust/" + name, ErrorNumber::TrustUnusable));
+    std::string pem;
+    if (!readWhole(file.fd.get(), kFileBound, pem)) {
+        return systemError(ErrorNumber::TrustUnusable, "read trust/" + name);
+    }
+    return parseTrustFile(name, pem);
+}
+
+/** All of a file or a failure: a revocation list that went missing here would open the door. */
+Status addFile(TrustStore& trust, const TrustFile& file) {
+    for (const auto& certificate : file.certificates) {
+        if (X509_STORE_add_cert(trust.store.get(), certificate.get()) != 1) {
+            return unusable(file.name, cryptoError());
+        }
+        ++trust.authorities;
+    }
+    for (const auto& list : file.revocationLists) {
+        if (X509_STORE_add_crl(trust.store.get(), list.get()) != 1) {
+            return unusable(file.name, cryptoError());
+        }
+        ++trust.revocationLists;
+    }
+    return {};
+}
+
+}  // namespace
+
+Result<TrustFile> parseTrustFile(const std::string& name, const std::string& pem) {
+    startCrypto();
+    const auto text = required(BioPtr(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size()))));
+    TrustFile file{name, {}, {}};
+    for (;;) {
+        VTEK_ASSIGN(const PemBlock block, nextBlock(text.get(), name));
+        if (block.label.empty()) {
+            break;
+        }
+        VTEK_TRY(addBlock(file, block));
+    }
+    if (file.certificates.empty() && file.revocationLists.empty()) {
+        return unusable(name, "no certificate and no revocation list in it");
+    }
+    return file;
+}
+
+Result<std::vector<TrustFile>> readTrustFiles(const Root& root) {
+    VTEK_ASSIGN(const UniqueFd folder, root.openFolder(kTrustFolder, ErrorNumber::TrustUnusable));
+    std::vector<std::string> names;
+    if (!listFolder(folder.get(), names)) {
+        return systemError(ErrorNumber::TrustUnusable, "list the trust store");
+    }
+    std::vector<TrustFile> files;
+    for (const auto& name : names) {
+        VTEK_ASSIGN(TrustFile file, readTrustFile(root, folder.get(), name));
+        files.push_back(std::move(file));
+    }
+    return files;
+}
+
+Result<TrustStore> loadTrustStore(const Root& root) {
+    VTEK_ASSIGN(const auto files, readTrustFiles(root));
+    TrustStore trust{required(X509StorePtr(X509_STORE_new()))};
+    for (const auto& file : files) {
+        VTEK_TRY(addFile(trust, file));
+    }
+    if (trust.authorities == 0) {
+        return Error{ErrorNumber::TrustUnusable, "the trust store holds no certificate"};
+    }
+    return trust;
+}
+
+}  // namespace vtek
