@@ -1,4 +1,5 @@
 #include "Lab.h"
+#include "payload/ArchiveReader.h"
 #include "payload/Beneath.h"
 #include "payload/Unpack.h"
 
