@@ -1,21 +1,17 @@
-// What the readers of package.xml and of inventory results cost, with the log off.
+// Times the readers of package.xml and of inventory results, with the log off.
 
 #include "DeviceInventoryInfo.h"
-#include "ProcessHeap.h"
 #include "SoftwareComponentInfo.h"
 #include "WorkingDirectory.h"
-#include "XPathQuery.h"
-#include "XmlText.h"
 
 #include <benchmark/benchmark.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
-/** Makes the text that number gives for each of count elements, all inside of start and end. */
+/** A document of `count` elements between `start` and `end`; makeElement gets each element's number. */
 template <typename MakeElement>
 std::string document(const std::string& start, long count, const std::string& end, MakeElement makeElement) {
     std::string xml = start;
@@ -46,15 +42,14 @@ std::string dependency(const std::string& number) {
            ".bin\" releaseID=\"R1\"><Display>Server BIOS</Display></Dependency>";
 }
 
+std::string deviceWithDependency(const std::string& number) {
+    return "<Device componentID=\"" + number + "\">" + dependency(number) + "</Device>";
+}
+
 std::string reportedDevice(const std::string& number) {
     return "<Device componentID=\"" + number +
            "\" display=\"QRX\"><Application componentType=\"FRMW\" version=\"1\" display=\"QRX\"/></Device>";
 }
-
-constexpr const char* kDevicePath = "//SoftwareComponent/SupportedDevices/Device";
-constexpr const char* kDependencyPaths =
-    "//SoftwareComponent/SupportedDevices/Device/Dependency"
-    " | //SoftwareComponent/SupportedDevices/Device/SoftDependency";
 
 void release(const std::vector<CDeviceInfo*>& records) {
     for (const CDeviceInfo* record : records) {
@@ -62,116 +57,43 @@ void release(const std::vector<CDeviceInfo*>& records) {
     }
 }
 
-/** Repeats one question to a reader of this package.xml. */
-template <typename Ask>
-void askPackage(benchmark::State& state, const std::string& xml, Ask ask) {
+/** Repeats one query of this package.xml. */
+template <typename Query>
+void queryPackage(benchmark::State& state, const std::string& xml, Query query) {
     const test::WorkingTempDir folder;
     test::writeFile(folder / "package.xml", xml);
     CSoftwareComponentInfo reader;
     for ([[maybe_unused]] auto iteration : state) {
-        ask(reader);
+        query(reader);
     }
     state.SetComplexityN(state.range(0));
 }
 
 void supportedDevices(benchmark::State& state) {
-    askPackage(state, package(state.range(0), supportedDevice), [](CSoftwareComponentInfo& reader) {
+    queryPackage(state, package(state.range(0), supportedDevice), [](CSoftwareComponentInfo& reader) {
         benchmark::DoNotOptimize(reader.GetSupportedDevices());
     });
 }
 
-void nameByPciIds(benchmark::State& state) {
-    const SPCIInfo ids = {"", "0099", "0008", "14e4", "1028", ""};
-    askPackage(state, package(state.range(0), supportedDevice), [&ids](CSoftwareComponentInfo& reader) {
-        benchmark::DoNotOptimize(reader.getMarketingNameForPCIDevice(ids));
-    });
-}
-
 void names(benchmark::State& state) {
-    askPackage(state, package(state.range(0), namedDevice), [](CSoftwareComponentInfo& reader) {
+    queryPackage(state, package(state.range(0), namedDevice), [](CSoftwareComponentInfo& reader) {
         benchmark::DoNotOptimize(reader.getCompIDMarkNameInfo());
     });
 }
 
-void nameByComponentId(benchmark::State& state) {
-    askPackage(state, package(state.range(0), namedDevice), [](CSoftwareComponentInfo& reader) {
-        benchmark::DoNotOptimize(reader.getMarketingNameForNonPCIDevice("99"));
-    });
+/** The caller owns the records, so the time includes freeing them. */
+void queryDependencies(benchmark::State& state, const std::string& xml) {
+    queryPackage(state, xml, [](CSoftwareComponentInfo& reader) { release(reader.getDependencyInfo()); });
 }
 
-std::string packageOfOneDevice(long dependencies) {
-    return document("<SoftwareComponent><SupportedDevices><Device componentID=\"1\">", dependencies,
-                    "</Device></SupportedDevices></SoftwareComponent>", dependency);
-}
-
-/** Repeats the question for the dependencies. They are their asker's then, and freeing them is not timed. */
-void askForDependencies(benchmark::State& state, const std::string& xml) {
-    askPackage(state, xml, [&state](CSoftwareComponentInfo& reader) {
-        const std::vector<CDeviceInfo*> records = reader.getDependencyInfo();
-        state.PauseTiming();
-        release(records);
-        state.ResumeTiming();
-    });
-}
-
-void dependencies(benchmark::State& state) {
-    askForDependencies(state, packageOfOneDevice(state.range(0)));
+void dependenciesOfOneDevice(benchmark::State& state) {
+    queryDependencies(
+        state, document("<SoftwareComponent><SupportedDevices><Device componentID=\"1\">", state.range(0),
+                        "</Device></SupportedDevices></SoftwareComponent>", dependency));
 }
 
 void dependenciesOfManyDevices(benchmark::State& state) {
-    const std::string xml = package(state.range(0), [](const std::string& number) {
-        return "<Device componentID=\"" + number + "\">" + dependency(number) + "</Device>";
-    });
-    askForDependencies(state, xml);
-}
-
-/** What libxml2 alone needs for the same document: without it, nothing is known. As the reader does, it has
- * parsed the document once before, and keeps each tree until the next parse. */
-void parseAlone(benchmark::State& state, const std::string& xml, const char* path) {
-    const test::WorkingTempDir folder;
-    test::writeFile(folder / "package.xml", xml);
-    const std::string file = folder / "package.xml";
-    xmlKeepBlanksDefault(0);
-    XmlDocPtr doc(xmlParseFile(file.c_str()));
-    for ([[maybe_unused]] auto iteration : state) {
-        doc.reset();
-        doc.reset(xmlParseFile(file.c_str()));
-        benchmark::DoNotOptimize(evaluateXPath(doc.get(), asXmlChars(path)));
-    }
-    state.SetComplexityN(state.range(0));
-}
-
-void parseOfSupportedDevices(benchmark::State& state) {
-    parseAlone(state, package(state.range(0), supportedDevice), kDevicePath);
-}
-
-void parseOfNames(benchmark::State& state) {
-    parseAlone(state, package(state.range(0), namedDevice), kDevicePath);
-}
-
-void parseOfDependencies(benchmark::State& state) {
-    parseAlone(state, packageOfOneDevice(state.range(0)), kDependencyPaths);
-}
-
-/** What getDependencyInfo would cost with the insertion as it is: each record against all before it. */
-void addDependenciesOneByOne(benchmark::State& state) {
-    std::vector<std::unique_ptr<CDeviceInfo>> records;
-    for (long i = 0; i < state.range(0); ++i) {
-        records.push_back(std::make_unique<CDeviceInfo>());
-        records.back()->setComponentType("BIOS");
-        records.back()->setComponentID("159");
-        records.back()->setFilePath("bios\\" + std::to_string(i) + ".bin");
-    }
-    CSoftwareComponentInfo reader;
-    for ([[maybe_unused]] auto iteration : state) {
-        std::vector<CDeviceInfo*> list;
-        for (const auto& record : records) {
-            CDeviceInfo* device = record.get();
-            reader.AddDependencyInfo(list, device);
-        }
-        benchmark::DoNotOptimize(list);
-    }
-    state.SetComplexityN(state.range(0));
+    queryDependencies(state, package(state.range(0), deviceWithDependency));
 }
 
 void inventoryResult(benchmark::State& state) {
@@ -190,22 +112,11 @@ constexpr long kFewest = 100;
 constexpr long kMost = 10000;
 
 BENCHMARK(supportedDevices)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
-BENCHMARK(nameByPciIds)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
 BENCHMARK(names)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
-BENCHMARK(nameByComponentId)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
-BENCHMARK(dependencies)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
+BENCHMARK(dependenciesOfOneDevice)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
 BENCHMARK(dependenciesOfManyDevices)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
-BENCHMARK(parseOfSupportedDevices)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
-BENCHMARK(parseOfNames)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
-BENCHMARK(parseOfDependencies)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
-BENCHMARK(addDependenciesOneByOne)->RangeMultiplier(10)->Range(kFewest, 1000)->Complexity();
 BENCHMARK(inventoryResult)->RangeMultiplier(10)->Range(kFewest, kMost)->Complexity();
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    prepareHeapForTrees();  // as the program does
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}
+BENCHMARK_MAIN();

@@ -12,11 +12,11 @@ from typing import NamedTuple
 
 
 class Sample(NamedTuple):
-    """One run of a program, with all its children."""
+    """One run of a program, including its children."""
 
     wall: float  # seconds
     cpu: float  # seconds, user and system
-    peak: int  # KiB; never below what this script itself holds
+    peak: int  # KiB; never less than this script's own memory
 
 
 def nothing():
@@ -25,29 +25,25 @@ def nothing():
 
 @dataclass
 class Command:
-    """A program to measure, and what has to be done, unmeasured, before and after each of its runs."""
+    """A program to measure, with the unmeasured steps before and after each run."""
 
     arguments: list
-    needs: tuple = ()  # tools, as the shell finds them
+    needs: tuple = ()  # tools to find on the PATH
     environment: dict = field(default_factory=dict)
     folder: str = "."
     prepare: Callable = nothing
-    check: Callable = nothing  # raises an error unless the run has done its job
+    check: Callable = nothing  # raises an error unless the run did its job
 
     def missing(self):
         """The tools that this machine lacks."""
         return [tool for tool in self.needs if shutil.which(tool) is None]
 
-    def own_environment(self):
-        """What it runs with."""
-        return {**os.environ, **self.environment}
-
     def run(self):
-        """Runs it once; a failure of the program ends the measurement."""
+        """Runs the program once; raises RuntimeError if it fails."""
         self.prepare()
         start = time.perf_counter()
         process = subprocess.Popen([str(argument) for argument in self.arguments], cwd=self.folder,
-                                   env=self.own_environment(), stdin=subprocess.DEVNULL,
+                                   env={**os.environ, **self.environment}, stdin=subprocess.DEVNULL,
                                    stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
         errors = process.stderr.read()
         _, status, usage = os.wait4(process.pid, 0)
@@ -60,12 +56,12 @@ class Command:
 
 
 def shell(script, **options):
-    """A command of several steps, which ends where one of them fails."""
+    """A command of several steps, which ends at the first that fails."""
     return Command(["/bin/sh", "-ec", script], **options)
 
 
 def measure(commands, rounds):
-    """Samples by name: after a warm-up, `rounds` rounds of all commands, every other round in the opposite order."""
+    """Returns samples by name: a warm-up, then `rounds` rounds of all commands, every other one in reverse order."""
     names = [name for name, command in commands.items() if not command.missing()]
     samples = {name: [] for name in names}
     for number in range(rounds + 1):
@@ -81,6 +77,6 @@ def median(samples, quantity):
     return statistics.median(getattr(Sample(*sample), quantity) for sample in samples)
 
 
-def tell(text):
-    """Says on standard error how far the measurement is."""
+def progress(text):
+    """Reports progress on standard error."""
     print(text, file=sys.stderr, flush=True)

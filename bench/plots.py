@@ -1,30 +1,30 @@
-"""The measurements as pictures, by gnuplot."""
+"""The measurements as pictures, drawn by gnuplot."""
 
 import shutil
 import subprocess
 
-from comparisons import OURS
-from paired import median, tell
-from report import costs
+from paired import median, progress
+from report import GROWTH_GOAL, costs
 
 _START = 'set terminal svg size 900,{height} dynamic background "white"\nset output "{file}"\n'
 
 
 def data_block(name, rows):
-    """Rows of a plot, as gnuplot reads them in its own script."""
+    """The rows of a plot, inlined into the gnuplot script."""
     lines = "\n".join(" ".join(f'"{cell}"' if isinstance(cell, str) else f"{cell:.6g}" for cell in row) for row in rows)
     return f"${name} << END\n{lines}\nEND\n"
 
 
 def comparison_plot(results):
-    """Each ratio as a bar, each goal as a mark."""
+    """Each ratio as a bar, each goal as a circle."""
     rows = []
     for comparison in results:
-        own = median(comparison["samples"][OURS], "wall")
+        job = comparison["ours"][0]
+        own = median(comparison["samples"][job], "wall")
         for other, goal in comparison["goals"].items():
             if other in comparison["samples"]:
                 ratio = own / median(comparison["samples"][other], "wall")
-                label = f"{comparison['name']} / {other}".replace("`", "")
+                label = f"{job} / {other}".replace("`", "")
                 rows.append((float(len(rows)), ratio, goal if goal is not None else -1.0, label))
     return data_block("ratios", rows) + f"""
 set title "Time of qrxupdate as a share of the other's (circles: goals)"
@@ -48,20 +48,20 @@ def growth_plot(results):
         blocks += data_block(f"series{index}", [(size / smallest, cost / by_size[smallest])
                                                 for size, cost in sorted(by_size.items())])
         plots.append(f'$series{index} using 1:2 with linespoints linewidth 2 title "{series["name"]}"')
-    return blocks + """
+    return blocks + f"""
 set title "Processor time per item, as a share of that at the smallest number"
 set xlabel "times as many"
 set logscale x
 set yrange [0:*]
 set grid
 set key outside
-plot 1.5 with lines dashtype 2 linecolor rgb "#cc3311" title "goal", """ + ", \\\n  ".join(plots) + "\n"
+plot {GROWTH_GOAL} with lines dashtype 2 linecolor rgb "#cc3311" title "goal", """ + ", \\\n  ".join(plots) + "\n"
 
 
 def draw(results, folder):
-    """Writes the pictures into the folder, or says why there are none."""
+    """Writes the pictures into the folder, if there is a gnuplot."""
     if shutil.which("gnuplot") is None:
-        tell("no pictures: gnuplot is missing")
+        progress("no pictures: gnuplot is missing")
         return
     for name, height, script in (("comparisons.svg", 560, comparison_plot(results["comparisons"])),
                                  ("growth.svg", 420, growth_plot(results["growth"]))):

@@ -1,4 +1,4 @@
-"""Makes what the measured programs work on: chassis, inventories, packages, and the stock tools' counterparts."""
+"""Makes the inputs of the measured programs: chassis, inventories, packages and RAUC bundles."""
 
 import pathlib
 import random
@@ -9,7 +9,7 @@ import zipfile
 
 COMPONENT = "25227"
 MEBIBYTE = 1024 * 1024
-_BLOCK = MEBIBYTE  # more would show in the memory that the timer sees
+_BLOCK = MEBIBYTE  # a larger one would raise the least memory that the timer can see
 
 
 def package_xml():
@@ -20,7 +20,7 @@ def package_xml():
 
 
 def inventory_xml(devices):
-    """The pieces of an inventory of this many devices, as a chassis writes it; the component is the middle one."""
+    """Yields an inventory of this many devices, piece by piece; the component is the middle one."""
     def device(number):
         identity = COMPONENT if number == devices // 2 else 100000 + number
         return (f'  <Device componentID="{identity}" display="Device {number}">\n    <Application componentType="FRMW" '
@@ -31,7 +31,7 @@ def inventory_xml(devices):
 
 
 def blocks(size):
-    """Bytes that deflate makes about half as long, the same ones for every run."""
+    """Bytes that deflate shrinks to about half; the same bytes in every run."""
     block = random.Random(size).randbytes(min(size, _BLOCK) // 2 + 1).hex().encode()
     while size > 0:
         yield block[:size]
@@ -39,7 +39,7 @@ def blocks(size):
 
 
 class Workshop:
-    """Everything lies in one folder."""
+    """Makes all inputs in one folder."""
 
     def __init__(self, folder, programs):
         self.folder = pathlib.Path(folder)
@@ -50,7 +50,7 @@ class Workshop:
                   "-keyout", self.folder / "bundle.key", "-out", self.folder / "bundle.pem")
 
     def chassis(self, name, inventory=None):
-        """A chassis that trusts the workshop's signer, with an inventory or just the component; returns its root."""
+        """Makes a chassis that trusts the workshop's signer; returns its root. Without an inventory it has one device."""
         root = self.folder / name
         vtekctl = [self.programs.vtekctl, "--root", root]
         self._run(*vtekctl, "init")
@@ -63,16 +63,25 @@ class Workshop:
         return root
 
     def inventory(self, devices):
-        """An inventory document."""
+        """Writes an inventory document; returns its path."""
         path = self.folder / f"inventory-{devices}.xml"
         with path.open("w", encoding="utf-8") as file:
             file.writelines(inventory_xml(devices))
         return path
 
-    def package(self, name, size, files=1, deflated=False):
-        """An update package whose payload is a zip of this many bytes, in this many files; returns its folder.
+    def scripted(self, inventory=None):
+        """The environment that replaces the stand-in by the tests' scripted library, which answers with this inventory."""
+        environment = {"LD_LIBRARY_PATH": str(self.programs.scripted_library)}
+        if inventory is not None:
+            script = inventory.with_suffix(".script")
+            script.write_text(f"inventory {inventory.name}\n", encoding="utf-8")
+            environment["VTEK_DOUBLE_SCRIPT"] = str(script)
+        return environment
 
-        Beside the payload lie its two parts, for tools that want them apart: archive.zip and archive.cms.
+    def package(self, name, size, files=1, deflated=False):
+        """Makes an update package whose payload is a zip of this many bytes, in this many files; returns its folder.
+
+        The folder also holds the payload's two parts for the stock tools: archive.zip and archive.cms.
         """
         package = self.folder / name
         package.mkdir()
@@ -93,7 +102,7 @@ class Workshop:
         return package
 
     def _manifest(self, package):
-        """The manifest of every payload for this package description."""
+        """The manifest of a payload for this package description."""
         empty, unsigned = package / "empty", package / "unsigned.fwp"
         empty.mkdir()
         self._run(self.programs.vtekctl, "sign", empty, "-o", unsigned, "--unsigned", "--format", "tar", "--package",
@@ -106,7 +115,7 @@ class Workshop:
         return manifest
 
     def bundle(self, name, size, deflated):
-        """A RAUC bundle of one image of this many bytes; returns the file."""
+        """Makes a RAUC bundle of one image of this many bytes; returns the file."""
         content = self.folder / f"{name}-content"
         content.mkdir()
         with (content / "image.img").open("wb") as image:
