@@ -1,23 +1,16 @@
 #include "LogSource.h"
 #include "QRXInventory.h"
+#include <vtek/permission.h>
 
 #include <algorithm>
 #include <string_view>
+
+namespace permission = vtek::permission;
 
 namespace {
 
 constexpr const char* kSourceFile = "../src/QRXInventory";
 constexpr CLogSource debugLog(kSourceFile);
-
-constexpr std::size_t kAnswerOffset = 32;
-constexpr std::size_t kAnswerLength = 12;
-constexpr std::size_t kModeOffset = 42;
-constexpr std::size_t kFlagOffset = 43;
-constexpr unsigned char kManagedMode = 2;
-constexpr unsigned char kUpdateEnabled = 1;
-
-/** What the chassis said; the values are the results of isQRXResetAllowed. */
-enum eResetPermission { RESET_ALLOWED = 0, REFUSED_BY_FLAG = 3, REFUSED_BY_MODE = 4 };
 
 constexpr const char* kSharedComponentsRefused =
     "The shared components could not be updated through operating system because QRX and/or Vexa is not "
@@ -29,20 +22,12 @@ void libraryLog(const std::string& message, unsigned int line = __builtin_LINE()
     logWyndMsg(kSourceFile, line, message);
 }
 
-_EsmIPMICmdIoctlReq permissionRequest() {
-    _EsmIPMICmdIoctlReq request{};
-    request.bytes[35] = 0x17;
-    request.bytes[36] = 0x04;
-    request.bytes[40] = 0x04;
-    return request;
-}
-
 /** The answer's bytes, each as " 0x" and two hexadecimal digits. */
 std::string answerDump(const _EsmIPMICmdIoctlReq& answer) {
     constexpr std::string_view digits = "0123456789abcdef";
     std::string dump;
-    for (std::size_t i = kAnswerOffset; i < kAnswerOffset + kAnswerLength; ++i) {
-        const unsigned char byte = answer.bytes[i];
+    for (std::size_t i = 0; i < permission::kAnswerLength; ++i) {
+        const unsigned char byte = answer.bytes[permission::kMessageAt + i];
         dump += {' ', '0', 'x', digits[byte >> 4U], digits[byte & 0x0FU]};
     }
     return dump;
@@ -59,30 +44,28 @@ std::string advancedBy(std::string_view text, unsigned char count) {
 
 int CQRXInventory::isQRXResetAllowed() {
     libraryLog("Entered in isQRXResetAllowed()");
-    IPMIReqBuf = permissionRequest();
-    const unsigned char completion = OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 12);
+    IPMIReqBuf = permission::request();
+    const unsigned char completion =
+        OEMIPMIRequest(SHARED_COMPONENT_UPDATE, permission::kRequestValue, &IPMIReqBuf,
+                       permission::kRequestLength, permission::kAnswerLength);
     libraryLog(" isQRXResetAllowed()::IPMIRequest[" + answerDump(IPMIReqBuf) + "]");
     libraryLog(advancedBy("isQRXResetAllowed():: bRetVal = ", completion));
+    const permission::Decision decision = permission::decide(completion, IPMIReqBuf);
     if (completion != 0) {
         libraryLog("isQRXResetAllowed()::IPMI command does not return succes");
-        return RESET_ALLOWED;
+    } else {
+        libraryLog("isQRXResetAllowed()::IPMI command returns succes");
+        if (decision == permission::Decision::Allowed) {
+            libraryLog("isQRXResetAllowed():: PM status is ");
+        }
     }
-    libraryLog("isQRXResetAllowed()::IPMI command returns succes");
-    if (IPMIReqBuf.bytes[kModeOffset] != kManagedMode) {
-        return REFUSED_BY_MODE;
-    }
-    if (IPMIReqBuf.bytes[kFlagOffset] != kUpdateEnabled) {
-        return REFUSED_BY_FLAG;
-    }
-    libraryLog("isQRXResetAllowed():: PM status is ");
-    return RESET_ALLOWED;
+    return static_cast<int>(decision);
 }
 
 bool CQRXInventory::validateInventory(CDeviceInfo* device) {
     const std::string componentId = m_pComponentInfo->GetComponentID();
     debugLog("CQRXInventory::validateInventory() Entering validateInventroy function");
-    const int permission = isQRXResetAllowed();
-    if (permission == REFUSED_BY_FLAG || permission == REFUSED_BY_MODE) {
+    if (isQRXResetAllowed() != static_cast<int>(permission::Decision::Allowed)) {
         debugLog("CQRXInventory::validateInventory()::isQRXResetAllowed()");
         setMsgStatus(device, kSharedComponentsRefused, 1);
         return false;

@@ -8,7 +8,7 @@
 #include "ipmi/Ipmi.h"
 #include "payload/Payload.h"
 #include "payload/Unpack.h"
-#include <vtek/vtek.h>
+#include <vtek/permission.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,6 +16,8 @@
 #include <algorithm>
 #include <array>
 #include <utility>
+
+namespace permission = vtek::permission;
 
 namespace tools {
 
@@ -25,14 +27,6 @@ using vtek::Error;
 using vtek::ErrorNumber;
 using vtek::Result;
 using vtek::Status;
-
-/** The program's question to the chassis, and where the answer says what is permitted. */
-const vtek::Bytes kPermissionRequest{0, 0, 0, 0x17, 0x04, 0, 0, 0, 0x04, 0};
-constexpr std::size_t kAnswerLength = 12;
-constexpr std::size_t kModeAt = 10;
-constexpr std::size_t kFlagAt = 11;
-constexpr std::uint8_t kManagedMode = 2;
-constexpr std::uint8_t kUpdateEnabled = 1;
 
 /** Lets everything that is unpacked disappear. */
 class Nowhere : public vtek::UnpackTarget {
@@ -96,27 +90,32 @@ private:
 
     /** Whatever the chassis does not answer is taken as permission, as the program does. */
     Result<std::string> askPermission() {
-        const auto answer = exchange();
+        _EsmIPMICmdIoctlReq block = permission::request();
+        unsigned char* const message = block.bytes + permission::kMessageAt;
+        const auto answer = exchange(vtek::Bytes(message, message + permission::kRequestLength));
         if (!answer) {
             return "no answer, which is permission: " + answer.error().message;
         }
-        std::array<std::uint8_t, kAnswerLength> data{};
-        const std::uint8_t completion = vtek::storeAnswer(*answer, data.data(), data.size());
+        const std::uint8_t completion = vtek::storeAnswer(*answer, message, permission::kAnswerLength);
         if (completion != 0) {
             return "completion code " + std::to_string(completion) + ", which is permission";
         }
-        if (data[kModeAt] != kManagedMode || data[kFlagAt] != kUpdateEnabled) {
-            return Error{ErrorNumber::UpdateNotPermitted,
-                         data[kModeAt] != kManagedMode
-                             ? "the chassis is not set to be managed at the server"
-                             : "the chassis does not let servers update shared components"};
+        switch (permission::decide(completion, block)) {
+            case permission::Decision::Allowed:
+                break;
+            case permission::Decision::RefusedByMode:
+                return Error{ErrorNumber::UpdateNotPermitted,
+                             "the chassis is not set to be managed at the server"};
+            case permission::Decision::RefusedByFlag:
+                return Error{ErrorNumber::UpdateNotPermitted,
+                             "the chassis does not let servers update shared components"};
         }
         return std::string("permitted");
     }
 
-    Result<vtek::Bytes> exchange() const {
+    Result<vtek::Bytes> exchange(const vtek::Bytes& request) const {
         VTEK_ASSIGN(const auto transport, vtek::openIpmi(*settings_));
-        return transport->exchange(static_cast<std::uint8_t>(SHARED_COMPONENT_UPDATE), kPermissionRequest);
+        return transport->exchange(static_cast<std::uint8_t>(SHARED_COMPONENT_UPDATE), request);
     }
 
     Result<std::string> lookAtRepository() {

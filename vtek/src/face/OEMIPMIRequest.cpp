@@ -1,6 +1,7 @@
 #include "chassis/Store.h"
 #include "face/Library.h"
 #include "ipmi/Ipmi.h"
+#include <vtek/permission.h>
 #include <vtek/vtek.h>
 
 #include <exception>
@@ -16,7 +17,8 @@ _EsmIPMICmdIoctlReq IPMIReqBuf;
 namespace {
 
 constexpr unsigned char kFailed = 0xFF;
-constexpr std::size_t kMessageAt = 32;
+using vtek::permission::kMessageAt;
+/** The longest message, in bytes. */
 constexpr std::size_t kMessageBound = sizeof(_EsmIPMICmdIoctlReq::bytes) - kMessageAt;
 
 Result<Bytes> exchange(const Result<vtek::Root>& root, eOEMIPMIRequestType type, const Bytes& data) {

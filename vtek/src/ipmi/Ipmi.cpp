@@ -1,31 +1,23 @@
 #include "ipmi/Ipmi.h"
 
 #include "ipmi/IpmiDevice.h"
+#include <vtek/permission.h>
 
 #include <algorithm>
 #include <utility>
 
 namespace vtek {
 
-SimulatedIpmi::SimulatedIpmi(const Settings& settings) {
-    const auto completion = static_cast<std::uint8_t>(settings.ipmiCompletion);
-    if (completion == 0) {
-        answer_ = {completion,
-                   0,
-                   0,
-                   0,
-                   0,
-                   0,
-                   0,
-                   0,
-                   0,
-                   0,
-                   0,
-                   static_cast<std::uint8_t>(settings.ipmiMode),
-                   static_cast<std::uint8_t>(settings.ipmiFlag)};
-    } else {
-        answer_ = {completion};
+SimulatedIpmi::SimulatedIpmi(const Settings& settings)
+    : answer_{static_cast<std::uint8_t>(settings.ipmiCompletion)} {
+    if (settings.ipmiCompletion != 0) {
+        return;
     }
+    // The answer's data follow the completion code; a position in the caller's block is one in the message.
+    const auto place = [](std::size_t position) { return 1 + position - permission::kMessageAt; };
+    answer_.resize(1 + permission::kAnswerLength);
+    answer_[place(permission::kModeAt)] = static_cast<std::uint8_t>(settings.ipmiMode);
+    answer_[place(permission::kFlagAt)] = static_cast<std::uint8_t>(settings.ipmiFlag);
 }
 
 Result<Bytes> SimulatedIpmi::exchange(std::uint8_t, const Bytes&) {
