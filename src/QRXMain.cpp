@@ -1,5 +1,4 @@
 #include "LogSource.h"
-#include "ProcessHeap.h"
 #include "QRXManager.h"
 
 #include <fcntl.h>
@@ -30,7 +29,6 @@ void occupyStandardDescriptors() {
 
 int main(int argc, char** argv) {
     occupyStandardDescriptors();
-    prepareHeapForTrees();
     // A reader of the report that goes away must not end an update half way.
     std::signal(SIGPIPE, SIG_IGN);
 

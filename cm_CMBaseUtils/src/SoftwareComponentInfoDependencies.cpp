@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <memory_resource>
 #include <new>
 #include <unordered_set>
 #include <utility>
@@ -77,8 +76,7 @@ private:
     };
 
     std::vector<CDeviceInfo*> m_vecDevices;
-    std::pmr::monotonic_buffer_resource m_indexMemory;  // apart from the records: dense, so quick to search
-    std::pmr::unordered_set<const CDeviceInfo*, Hash, Equal> m_index{&m_indexMemory};
+    std::unordered_set<const CDeviceInfo*, Hash, Equal> m_index;
 };
 
 DeviceInfoPtr makeRecord() {
@@ -188,9 +186,8 @@ std::vector<CDeviceInfo*> CSoftwareComponentInfo::getDependencyInfo() {
     }
     CDependencyList list(nodesOf(dependencies).size());
     SPCIInfo current;  // one for all dependencies: what a PCIInfo lacks carries over
-    for (auto elements = nodesOf(dependencies); !elements.empty(); elements = elements.subspan(1)) {
-        fetchNext(elements);
-        if (!addDependency(elements.front(), current, list)) {
+    for (const xmlNode* dependency : nodesOf(dependencies)) {
+        if (!addDependency(dependency, current, list)) {
             return list.devices();
         }
     }

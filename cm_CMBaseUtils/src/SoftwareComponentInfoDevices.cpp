@@ -76,9 +76,8 @@ std::vector<SPCIInfo> CSoftwareComponentInfo::GetSupportedDevices() {
     debugLog("CSoftwareComponentInfo::GetSupportedDevices() Found Some Device Nodes");
     supported.reserve(nodesOf(devices).size());
     SPCIInfo current;  // one for all devices: what an element lacks carries over
-    for (auto elements = nodesOf(devices); !elements.empty(); elements = elements.subspan(1)) {
-        fetchNext(elements);
-        addIdentities(elements.front(), current, supported);
+    for (const xmlNode* device : nodesOf(devices)) {
+        addIdentities(device, current, supported);
     }
     debugLog("CSoftwareComponentInfo::GetSupportedDevices() Exiting");
     return supported;

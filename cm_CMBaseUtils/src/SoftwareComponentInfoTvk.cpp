@@ -5,7 +5,7 @@
 #include "XmlText.h"
 
 #include <limits>
-#include <string_view>
+#include <string>
 #include <utility>
 
 namespace {
@@ -15,7 +15,7 @@ constexpr CLogSource debugLog("../cm_CMBaseUtils/src/SoftwareComponentInfo");
 constexpr int kIndentationLevel = 0;
 constexpr int kFormatted = 1;
 
-XmlDocPtr parseXml(std::string_view text) {
+XmlDocPtr parseXml(const std::string& text) {
     const bool fits = text.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
     return XmlDocPtr(fits ? xmlParseMemory(text.data(), static_cast<int>(text.size())) : nullptr);
 }
@@ -35,7 +35,7 @@ bool appendElement(xmlDoc* doc, xmlNode* element, std::ostream& out) {
 
 bool CSoftwareComponentInfo::GetInvFromTVK(std::string componentID, std::stringstream& record,
                                            std::stringstream& inventory) {
-    m_pInventoryDoc = parseXml(inventory.view());
+    m_pInventoryDoc = parseXml(inventory.str());
     xmlDoc* const doc = m_pInventoryDoc.get();
     if (doc == nullptr) {
         return false;

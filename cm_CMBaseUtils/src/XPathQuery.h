@@ -25,7 +25,3 @@ SXPathResult evaluateXPath(xmlDoc* doc, const xmlChar* expression);
 inline std::span<xmlNode* const> nodesOf(const XPathObjectPtr& result) {
     return {result->nodesetval->nodeTab, static_cast<std::size_t>(result->nodesetval->nodeNr)};
 }
-
-/** Asks the processor for what the second of these elements holds, while the first one is read. A tree of
- *  thousands of elements is larger than the caches; to read it is to wait for memory. */
-void fetchNext(std::span<xmlNode* const> elements);
