@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** The content of each file below a folder, by its path from there. */
+/** The content of each file, by its path from the working directory. */
 using Files = std::map<std::string, std::string>;
 
 std::vector<std::string> linesOf(const std::string& text) {
@@ -34,9 +34,6 @@ std::vector<std::string> linesOf(const std::string& text) {
 
 Files filesBelow(const fs::path& folder) {
     Files files;
-    if (!fs::exists(folder)) {
-        return files;
-    }
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         if (!entry.is_directory()) {
             files[entry.path().lexically_relative(folder)] = test::readFile(entry.path());
@@ -47,28 +44,41 @@ Files filesBelow(const fs::path& folder) {
 
 class CaseTest : public testing::Test {
 public:
-    explicit CaseTest(fs::path folder) : folder_(std::move(folder)) {}
+    explicit CaseTest(std::string name) : name_(std::move(name)) {}
 
     void TestBody() override {
-        place_.takeCase(folder_.filename());
-        const test::Outcome outcome = run(place_.command(linesOf(expected(folder_ / "arguments"))));
+        case_ = place_.takeCase(name_);
+        const test::Outcome outcome = run(place_.command(linesOf(section("arguments"))));
 
         ASSERT_FALSE(outcome.timedOut);
         EXPECT_EQ(outcome.signal, 0);
-        EXPECT_EQ(outcome.exitStatus, std::stoi(test::readFile(folder_ / "expected/status")));
-        EXPECT_EQ(outcome.output, expected(folder_ / "expected/stdout"));
-        EXPECT_EQ(place_.calls(), expected(folder_ / "expected/calls"));
+        EXPECT_EQ(outcome.exitStatus, std::stoi(section("status")));
+        EXPECT_EQ(outcome.output, section("stdout"));
+        EXPECT_EQ(place_.calls(), section("calls"));
         checkErrors(outcome.error);
         checkFiles();
     }
 
 private:
-    /** The text of a file of the case, with the working directory in its place; empty when there is no such
-     * file. */
-    std::string expected(const fs::path& file) const { return fs::exists(file) ? place_.expected(file) : ""; }
+    /** The content of a section; empty when the case does not have it. */
+    std::string section(const std::string& name) const {
+        const auto found = case_.find(name);
+        return found == case_.end() ? "" : found->second;
+    }
+
+    /** The content of each section in this folder. */
+    Files sectionsBelow(const std::string& folder) const {
+        Files files;
+        for (const auto& [name, content] : case_) {
+            if (name.starts_with(folder)) {
+                files[name.substr(folder.size())] = content;
+            }
+        }
+        return files;
+    }
 
     void checkErrors(const std::string& error) const {
-        const std::vector<std::string> fragments = linesOf(expected(folder_ / "expected/stderr"));
+        const std::vector<std::string> fragments = linesOf(section("stderr"));
         if (fragments.empty()) {
             EXPECT_EQ(error, "");
         }
@@ -79,10 +89,8 @@ private:
 
     /** The run leaves what it found and what it is expected to write, and nothing else. */
     void checkFiles() const {
-        Files wanted = filesBelow(folder_ / "input");
-        for (const auto& [name, content] : filesBelow(folder_ / "expected/after")) {
-            wanted[name] = test::replaceAll(content, "@WORK@", place_.directory());
-        }
+        Files wanted = sectionsBelow("after/");
+        wanted.merge(sectionsBelow("input/"));
         Files found = filesBelow(place_.directory());
         for (auto& [name, content] : found) {
             content = test::maskLog(content);
@@ -94,8 +102,9 @@ private:
         }
     }
 
-    const fs::path folder_;
+    const std::string name_;
     test::Workplace place_;
+    test::Case case_;
 };
 
 }  // namespace
@@ -103,13 +112,8 @@ private:
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     for (const std::string& name : std::vector<std::string>(argv + 1, argv + argc)) {
-        const fs::path folder = test::caseFolder(name);
-        if (!fs::exists(folder / "arguments") || !fs::exists(folder / "expected/status")) {
-            std::cerr << "not a case: " << folder << '\n';
-            return EXIT_FAILURE;
-        }
         testing::RegisterTest("Case", name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
-                              [folder]() -> testing::Test* { return new CaseTest(folder); });
+                              [name]() -> testing::Test* { return new CaseTest(name); });
     }
     if (argc < 2) {
         std::cerr << "usage: " << argv[0] << " CASE...\n";

@@ -80,11 +80,11 @@ TEST_F(InstalledPackage, EndsWithTheLoadersMessageWithoutThePlatformLibrary) {
 
 TEST_F(InstalledPackage, RunsWithThePlatformLibraryThatTheLoaderFinds) {
     test::Workplace place;
-    place.takeCase("inventory-success");
+    const test::Case expected = place.takeCase("inventory-success");
     test::Command command = place.command({"-i"});
     command.arguments.front() = program();
-    EXPECT_EQ(run(command).output, place.expected("inventory-success/expected/after/report.xml"));
-    EXPECT_EQ(place.calls(), place.expected("inventory-success/expected/calls"));
+    EXPECT_EQ(run(command).output, expected.at("after/report.xml"));
+    EXPECT_EQ(place.calls(), expected.at("calls"));
 }
 
 TEST_F(InstalledPackage, HoldsTheVersionBannerAlsoWhenStripped) {
@@ -112,10 +112,10 @@ TEST(ReleaseBuild, HoldsTheVersionBannerAndRunsWithTheLibraryThatItWasGiven) {
     EXPECT_FALSE(hasRunPath(program));
 
     test::Workplace place;
-    place.takeCase("inventory-success");
+    const test::Case expected = place.takeCase("inventory-success");
     test::Command command = place.command({"-i"});
     command.arguments.front() = program;
-    EXPECT_EQ(run(command).output, place.expected("inventory-success/expected/after/report.xml"));
+    EXPECT_EQ(run(command).output, expected.at("after/report.xml"));
 }
 
 }  // namespace

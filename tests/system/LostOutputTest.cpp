@@ -9,8 +9,6 @@ namespace {
 using test::Redirect;
 
 constexpr const char* kInventory = "debug-before-an-option-takes-the-default-name";
-constexpr const char* kInventoryLog =
-    "debug-before-an-option-takes-the-default-name/expected/after/debug.log";
 
 class LostOutput : public testing::Test {
 protected:
@@ -26,7 +24,7 @@ protected:
         EXPECT_EQ(outcome.exitStatus, 0);
         EXPECT_EQ(outcome.signal, 0);
         EXPECT_EQ(outcome.error, "");
-        EXPECT_EQ(place_.log(), place_.expected(kInventoryLog));
+        EXPECT_EQ(place_.log(), place_.readCase(kInventory).at("after/debug.log"));
     }
 
     test::Workplace place_;
@@ -52,45 +50,44 @@ TEST_F(LostOutput, ReportFileOnAFullDevice) {
 }
 
 TEST_F(LostOutput, BothReportsOnAFullDevice) {
-    place_.takeCase("both-in-one-file");
+    const test::Case expected = place_.takeCase("both-in-one-file");
     const test::Outcome outcome = run(place_.command({"-i", "-u", "-d", "-o", "/dev/full"}));
     EXPECT_EQ(outcome.exitStatus, 0);
     EXPECT_EQ(outcome.output, "");
-    EXPECT_EQ(place_.log(), place_.expected("both-in-one-file/expected/after/debug.log"));
-    EXPECT_EQ(place_.calls(), place_.expected("both-in-one-file/expected/calls"));
+    EXPECT_EQ(place_.log(), expected.at("after/debug.log"));
+    EXPECT_EQ(place_.calls(), expected.at("calls"));
 }
 
 TEST_F(LostOutput, BothReportsIntoAPipeWithoutReaderRunTheWholeUpdate) {
-    place_.takeCase("both-in-one-file");
+    const test::Case expected = place_.takeCase("both-in-one-file");
     test::Command command = place_.command({"-i", "-u", "-d"});
     command.output.kind = Redirect::Kind::ReaderlessPipe;
     const test::Outcome outcome = run(command);
     EXPECT_EQ(outcome.exitStatus, 0);
     EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(place_.log(), place_.expected("both-in-one-file/expected/after/debug.log"));
-    EXPECT_EQ(place_.calls(), place_.expected("both-in-one-file/expected/calls"));
+    EXPECT_EQ(place_.log(), expected.at("after/debug.log"));
+    EXPECT_EQ(place_.calls(), expected.at("calls"));
 }
 
 TEST_F(LostOutput, NeitherReportNorMessagesEndInTheLogWhenAllDescriptorsAreClosed) {
-    place_.takeCase("package-malformed-inventory");
+    const test::Case expected = place_.takeCase("package-malformed-inventory");
     test::Command command = place_.command({"-d", "-i"});
     command.input.kind = Redirect::Kind::Closed;
     command.output.kind = Redirect::Kind::Closed;
     command.error.kind = Redirect::Kind::Closed;
     EXPECT_EQ(run(command).exitStatus, 0);
-    EXPECT_EQ(place_.log(), place_.expected("package-malformed-inventory/expected/after/debug.log"));
+    EXPECT_EQ(place_.log(), expected.at("after/debug.log"));
 }
 
 TEST_F(LostOutput, ReportFileIsWrittenWhenAllDescriptorsAreClosed) {
-    place_.takeCase("both-in-one-file");
+    const test::Case expected = place_.takeCase("both-in-one-file");
     test::Command command = place_.command({"-i", "-u", "-d", "-o", "report.xml"});
     command.input.kind = Redirect::Kind::Closed;
     command.output.kind = Redirect::Kind::Closed;
     command.error.kind = Redirect::Kind::Closed;
     EXPECT_EQ(run(command).exitStatus, 0);
-    EXPECT_EQ(test::readFile(place_.directory() / "report.xml"),
-              place_.expected("both-in-one-file/expected/after/report.xml"));
-    EXPECT_EQ(place_.log(), place_.expected("both-in-one-file/expected/after/debug.log"));
+    EXPECT_EQ(test::readFile(place_.directory() / "report.xml"), expected.at("after/report.xml"));
+    EXPECT_EQ(place_.log(), expected.at("after/debug.log"));
 }
 
 TEST_F(LostOutput, UsageTextIsLostWithTheStatusAsWithoutIt) {

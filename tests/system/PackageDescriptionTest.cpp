@@ -1,4 +1,4 @@
-/** package.xml in the shapes that a folder of texts cannot hold: huge, fetching, or not there at all. */
+/** package.xml in the shapes that a case cannot hold: huge, fetching, or not there at all. */
 
 #include "LogText.h"
 #include "TrapServer.h"
@@ -28,13 +28,12 @@ protected:
         for (const auto& [option, name] :
              {std::pair{"-i", "package-malformed-inventory"}, std::pair{"-u", "package-malformed-update"}}) {
             test::Workplace place;
-            place.takeCase(name);
+            const test::Case expected = place.takeCase(name);
             test::writeFile(place.directory() / "package.xml", package);
             const test::Outcome outcome = run(place.command({"-d", option, "-o", "report.xml"}));
-            const fs::path after = fs::path(name) / "expected/after";
             EXPECT_EQ(outcome.exitStatus, 0);
-            EXPECT_EQ(test::readFile(place.directory() / "report.xml"), place.expected(after / "report.xml"));
-            EXPECT_EQ(place.log(), place.expected(after / "debug.log"));
+            EXPECT_EQ(test::readFile(place.directory() / "report.xml"), expected.at("after/report.xml"));
+            EXPECT_EQ(place.log(), expected.at("after/debug.log"));
         }
     }
 
@@ -85,19 +84,18 @@ std::string fetchingPackage(const std::string& url) {
 
 TEST_F(PackageDescription, NothingIsFetchedFromTheNetwork) {
     test::TrapServer server;
-    place_.takeCase("both-in-one-file");
+    const test::Case expected = place_.takeCase("both-in-one-file");
     writePackage(fetchingPackage(server.url()));
     const test::Outcome outcome = run(place_.command({"-i", "-u", "-o", "report.xml"}));
     EXPECT_EQ(outcome.exitStatus, 0);
-    EXPECT_EQ(test::readFile(place_.directory() / "report.xml"),
-              place_.expected("both-in-one-file/expected/after/report.xml"));
+    EXPECT_EQ(test::readFile(place_.directory() / "report.xml"), expected.at("after/report.xml"));
     EXPECT_FALSE(server.wasAsked());
 }
 
 /** Opening a FIFO waits for its other end, which nobody has: a program that fetched the file would not
  * return. */
 TEST_F(PackageDescription, NoOtherFileIsRead) {
-    place_.takeCase("both-in-one-file");
+    const test::Case expected = place_.takeCase("both-in-one-file");
     for (const char* name : {"package.dtd", "parameters.ent", "text.xml", "included.xml"}) {
         makeFifo(name);
     }
@@ -107,8 +105,7 @@ TEST_F(PackageDescription, NoOtherFileIsRead) {
     const test::Outcome outcome = run(command);
     EXPECT_FALSE(outcome.timedOut);
     EXPECT_EQ(outcome.exitStatus, 0);
-    EXPECT_EQ(test::readFile(place_.directory() / "report.xml"),
-              place_.expected("both-in-one-file/expected/after/report.xml"));
+    EXPECT_EQ(test::readFile(place_.directory() / "report.xml"), expected.at("after/report.xml"));
 }
 
 /** The two traps above do catch a reader that fetches. */
@@ -139,7 +136,7 @@ TEST_F(PackageDescription, InventoryFromTheLibraryFetchesNothing) {
     place_.takeCase("both-in-one-file");
     place_.useScript(script);
     const test::Outcome outcome = run(place_.command({"-i"}));
-    EXPECT_EQ(outcome.output, place_.expected("inventory-success/expected/after/report.xml"));
+    EXPECT_EQ(outcome.output, place_.readCase("inventory-success").at("after/report.xml"));
     EXPECT_FALSE(server.wasAsked());
 }
 
@@ -151,35 +148,34 @@ TEST_F(PackageDescription, AFifoInItsPlaceIsWaitedFor) {
     EXPECT_TRUE(place_.log().ends_with(" CSoftwareComponentInfo::Init() Entering\n")) << place_.log();
 }
 
-/** The log of an inventory without a description, from a folder whose name getCurrentDirectory gives as
- * `directory`. */
-std::string logWithoutPackage(const std::string& directory) {
-    const std::string log =
-        test::readFile(test::caseFolder("package-missing-inventory/expected/after/debug.log"));
-    return test::replaceAll(log, "@WORK@/", directory);
-}
+/** An inventory without a description, in a folder whose name getCurrentDirectory returns as another. */
+class MissingPackage : public PackageDescription {
+protected:
+    std::string logFrom(const std::string& directory) const {
+        return test::replaceAll(expected_.at("after/debug.log"), place_.directory().string() + "/",
+                                directory);
+    }
 
-TEST_F(PackageDescription, ARemovedWorkingDirectoryReadsAsTheRoot) {
+    const test::Case expected_ = place_.takeCase("package-missing-inventory");
+};
+
+TEST_F(MissingPackage, ARemovedWorkingDirectoryReadsAsTheRoot) {
     ASSERT_FALSE(fs::exists("/package.xml") || fs::exists("/enabledebug.txt"));
     const test::TempDir logs;
-    fs::remove_all(place_.directory());
-    fs::create_directory(place_.directory());
-    place_.useScript(test::caseFolder("package-missing-inventory/library"));
     test::Command command = place_.command({"-i", "-d", logs / "debug.log"});
     command.removeWorkingDirectory = true;
     const test::Outcome outcome = run(command);
     EXPECT_EQ(outcome.exitStatus, 0);
-    EXPECT_EQ(outcome.output, place_.expected("package-missing-inventory/expected/after/report.xml"));
-    EXPECT_EQ(test::maskLog(test::readFile(logs / "debug.log")), logWithoutPackage("/"));
+    EXPECT_EQ(outcome.output, expected_.at("after/report.xml"));
+    EXPECT_EQ(test::maskLog(test::readFile(logs / "debug.log")), logFrom("/"));
 }
 
-TEST_F(PackageDescription, TheRootAsWorkingDirectoryHasTwoSlashes) {
+TEST_F(MissingPackage, TheRootAsWorkingDirectoryHasTwoSlashes) {
     ASSERT_FALSE(fs::exists("/package.xml") || fs::exists("/enabledebug.txt"));
-    place_.useScript(test::caseFolder("package-missing-inventory/library"));
     test::Command command = place_.command({"-i", "-d", place_.directory() / "debug.log"});
     command.workingDirectory = "/";
     EXPECT_EQ(run(command).exitStatus, 0);
-    EXPECT_EQ(place_.log(), logWithoutPackage("//"));
+    EXPECT_EQ(place_.log(), logFrom("//"));
 }
 
 }  // namespace

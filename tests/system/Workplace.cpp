@@ -10,6 +10,7 @@ namespace test {
 namespace {
 
 constexpr const char* kCallsFile = "calls";
+constexpr std::string_view kInput = "input/";
 
 /** A line of the library's own log without the number of its source line. */
 std::string maskCall(const std::string& line) {
@@ -41,26 +42,33 @@ std::filesystem::path program() {
     return QRX_PROGRAM;
 }
 
-std::filesystem::path caseFolder(const std::filesystem::path& name) {
-    return QRX_CASES / name;
-}
-
 Workplace::Workplace() : directory_(folder_ / "work") {
     std::filesystem::create_directory(directory_);
 }
 
-void Workplace::takeCase(const std::string& name) {
-    const std::filesystem::path folder = caseFolder(name);
-    if (std::filesystem::exists(folder / "input")) {
-        std::filesystem::copy(folder / "input", directory_, std::filesystem::copy_options::recursive);
+Case Workplace::readCase(const std::string& name) const {
+    Case sections = test::readCase(std::filesystem::path(QRX_CASES) / (name + ".txt"));
+    for (auto& [section, content] : sections) {
+        content = replaceAll(std::move(content), "@WORK@", directory_);
     }
-    if (std::filesystem::exists(folder / "library")) {
-        useScript(folder / "library");
-    }
+    return sections;
 }
 
-std::string Workplace::expected(const std::filesystem::path& fileOfCase) const {
-    return replaceAll(readFile(caseFolder(fileOfCase)), "@WORK@", directory_);
+Case Workplace::takeCase(const std::string& name) {
+    Case sections = readCase(name);
+    for (const auto& [section, content] : sections) {
+        if (section.starts_with(kInput)) {
+            const std::filesystem::path file = directory_ / section.substr(kInput.size());
+            std::filesystem::create_directories(file.parent_path());
+            writeFile(file, content);
+        } else if (section == "library" || section == "inventory.xml") {
+            writeFile(folder_ / section, content);
+        }
+    }
+    if (sections.contains("library")) {
+        useScript(folder_ / "library");
+    }
+    return sections;
 }
 
 std::string Workplace::log(const std::string& name) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CaseFile.h"
 #include "Process.h"
 #include "TempDir.h"
 
@@ -11,9 +12,6 @@ namespace test {
 
 /** The built program. */
 std::filesystem::path program();
-
-/** The folder of the case `name`, or a file in it. */
-std::filesystem::path caseFolder(const std::filesystem::path& name);
 
 /** The text with every `what` replaced. */
 std::string replaceAll(std::string text, const std::string& what, const std::string& with);
@@ -30,11 +28,11 @@ public:
     /** The working directory, empty at first. */
     const std::filesystem::path& directory() const { return directory_; }
 
-    /** Takes the package description and the library's script of a case, as far as it has them. */
-    void takeCase(const std::string& name);
+    /** Reads a case, with this working directory in the place of "@WORK@". */
+    Case readCase(const std::string& name) const;
 
-    /** The text of a case's file, with the working directory in the place of "@WORK@". */
-    std::string expected(const std::filesystem::path& fileOfCase) const;
+    /** Writes the input files and the library's script of a case, and returns the case as readCase does. */
+    Case takeCase(const std::string& name);
 
     /** The library answers what this file says. */
     void useScript(const std::filesystem::path& file) { script_ = file; }

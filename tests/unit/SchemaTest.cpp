@@ -1,4 +1,5 @@
 // The formats of docs/formats.md: what fits their schemas, and what must not.
+#include "CaseFile.h"
 #include "DeviceWriterTest.h"
 #include "InventoryXMLWriter.h"
 #include "UpdateXMLWriter.h"
@@ -137,14 +138,17 @@ TEST(PackageSchema, RefusesMisfits) {
 
 // What the program reports, as tests/system expects it.
 
+const fs::path kCases = fs::path(QRX_SOURCE_FOLDER) / "tests/system/cases";
+
 /** The reports that the cases of the whole program expect, by name of the case. */
 std::vector<std::pair<std::string, std::string>> expectedReports() {
     std::vector<std::pair<std::string, std::string>> reports;
-    for (const auto& entry : fs::directory_iterator(fs::path(QRX_SOURCE_FOLDER) / "tests/system/cases")) {
-        for (const char* name : {"expected/after/report.xml", "expected/stdout"}) {
-            if (fs::exists(entry.path() / name)) {
-                for (std::string& document : documentsOf(readFile(entry.path() / name))) {
-                    reports.emplace_back(entry.path().filename(), std::move(document));
+    for (const auto& entry : fs::directory_iterator(kCases)) {
+        const Case sections = readCase(entry.path());
+        for (const char* name : {"after/report.xml", "stdout"}) {
+            if (const auto section = sections.find(name); section != sections.end()) {
+                for (std::string& document : documentsOf(section->second)) {
+                    reports.emplace_back(entry.path().stem(), std::move(document));
                 }
             }
         }
@@ -183,8 +187,7 @@ TEST(ReportSchemas, AReportThatValuesBreakIsNotEvenXml) {
 }
 
 TEST(ReportSchemas, TheTwoReportsOfOneFileAreNoDocumentTogether) {
-    const std::string both = readFile(fs::path(QRX_SOURCE_FOLDER) /
-                                      "tests/system/cases/both-in-one-file/expected/after/report.xml");
+    const std::string both = readCase(kCases / "both-in-one-file.txt").at("after/report.xml");
     EXPECT_FALSE(isWellFormed(both));
     EXPECT_EQ(documentsOf(both).size(), 2U);
 }
