@@ -45,7 +45,7 @@ protected:
     test::TempDir package_;
 };
 
-TEST_F(InstalledPackage, HoldsTheProgramAndItsDescriptionAndNoLibrary) {
+TEST_F(InstalledPackage, HoldsOnlyProgramAndDescription) {
     std::set<std::string> names;
     for (const auto& entry : fs::recursive_directory_iterator(package_.path())) {
         names.insert(entry.path().lexically_relative(package_.path()));
@@ -53,17 +53,17 @@ TEST_F(InstalledPackage, HoldsTheProgramAndItsDescriptionAndNoLibrary) {
     EXPECT_EQ(names, (std::set<std::string>{"package.xml", "qrxupdate"}));
 }
 
-TEST_F(InstalledPackage, CarriesNoRunPath) {
+TEST_F(InstalledPackage, HasNoRunPath) {
     EXPECT_TRUE(hasRunPath(test::program()))
         << "the build tree's own program finds the stand-in by its RUNPATH";
     EXPECT_FALSE(hasRunPath(program()));
 }
 
-TEST_F(InstalledPackage, NeedsThePlatformLibraryByItsName) {
+TEST_F(InstalledPackage, NeedsPlatformLibraryByName) {
     EXPECT_NE(dynamicSection(program()).find("Shared library: [libvtek.so.0]"), std::string::npos);
 }
 
-TEST_F(InstalledPackage, EndsWithTheLoadersMessageWithoutThePlatformLibrary) {
+TEST_F(InstalledPackage, FailsWithLoaderMessageWithoutPlatformLibrary) {
     test::Command command;
     command.arguments = {program(), "-i", "-d", "-o", "report.xml"};
     command.workingDirectory = package_.path();
@@ -78,7 +78,7 @@ TEST_F(InstalledPackage, EndsWithTheLoadersMessageWithoutThePlatformLibrary) {
     EXPECT_FALSE(fs::exists(package_ / "report.xml"));
 }
 
-TEST_F(InstalledPackage, RunsWithThePlatformLibraryThatTheLoaderFinds) {
+TEST_F(InstalledPackage, RunsWithLibraryThatLoaderFinds) {
     test::Workplace place;
     const test::Case expected = place.takeCase("inventory-success");
     test::Command command = place.command({"-i"});
@@ -87,7 +87,7 @@ TEST_F(InstalledPackage, RunsWithThePlatformLibraryThatTheLoaderFinds) {
     EXPECT_EQ(place.calls(), expected.at("calls"));
 }
 
-TEST_F(InstalledPackage, HoldsTheVersionBannerAlsoWhenStripped) {
+TEST_F(InstalledPackage, KeepsVersionBannerWhenStripped) {
     EXPECT_NE(test::readFile(program()).find(kBanner), std::string::npos);
     const fs::path stripped = package_ / "stripped";
     outputOf({STRIP, "-o", stripped, program()});
@@ -95,7 +95,7 @@ TEST_F(InstalledPackage, HoldsTheVersionBannerAlsoWhenStripped) {
 }
 
 /** A release build of its own, linked against a library that is not the stand-in. */
-TEST(ReleaseBuild, HoldsTheVersionBannerAndRunsWithTheLibraryThatItWasGiven) {
+TEST(ReleaseBuild, KeepsVersionBannerAndRunsWithGivenLibrary) {
     const fs::path build = fs::path(BUILD_FOLDER) / "tests/system/release";
     outputOf({CMAKE, "-G", CMAKE_GENERATOR, "-S", SOURCE_FOLDER, "-B", build, "-DCMAKE_BUILD_TYPE=Release",
               "-DBUILD_TESTING=OFF", "-DCMAKE_CXX_COMPILER=" CXX_COMPILER, "-DCMAKE_CXX_FLAGS=" CXX_FLAGS,

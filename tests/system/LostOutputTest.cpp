@@ -30,26 +30,26 @@ protected:
     test::Workplace place_;
 };
 
-TEST_F(LostOutput, StandardOutputClosed) {
+TEST_F(LostOutput, IgnoresClosedStandardOutput) {
     expectOrdinaryRun(runInventory({Redirect::Kind::Closed}));
 }
 
-TEST_F(LostOutput, StandardOutputFull) {
+TEST_F(LostOutput, IgnoresFullStandardOutput) {
     expectOrdinaryRun(runInventory({Redirect::Kind::File, "/dev/full"}));
 }
 
-TEST_F(LostOutput, StandardOutputWithoutReader) {
+TEST_F(LostOutput, IgnoresPipeWithoutReader) {
     expectOrdinaryRun(runInventory({Redirect::Kind::ReaderlessPipe}));
 }
 
-TEST_F(LostOutput, ReportFileOnAFullDevice) {
+TEST_F(LostOutput, IgnoresFullDeviceForReportFile) {
     place_.takeCase(kInventory);
     const test::Outcome outcome = run(place_.command({"-d", "-i", "-o", "/dev/full"}));
     expectOrdinaryRun(outcome);
     EXPECT_EQ(outcome.output, "");
 }
 
-TEST_F(LostOutput, BothReportsOnAFullDevice) {
+TEST_F(LostOutput, IgnoresFullDeviceForBothReports) {
     const test::Case expected = place_.takeCase("both-in-one-file");
     const test::Outcome outcome = run(place_.command({"-i", "-u", "-d", "-o", "/dev/full"}));
     EXPECT_EQ(outcome.exitStatus, 0);
@@ -58,7 +58,7 @@ TEST_F(LostOutput, BothReportsOnAFullDevice) {
     EXPECT_EQ(place_.calls(), expected.at("calls"));
 }
 
-TEST_F(LostOutput, BothReportsIntoAPipeWithoutReaderRunTheWholeUpdate) {
+TEST_F(LostOutput, RunsWholeUpdateIntoPipeWithoutReader) {
     const test::Case expected = place_.takeCase("both-in-one-file");
     test::Command command = place_.command({"-i", "-u", "-d"});
     command.output.kind = Redirect::Kind::ReaderlessPipe;
@@ -69,7 +69,7 @@ TEST_F(LostOutput, BothReportsIntoAPipeWithoutReaderRunTheWholeUpdate) {
     EXPECT_EQ(place_.calls(), expected.at("calls"));
 }
 
-TEST_F(LostOutput, NeitherReportNorMessagesEndInTheLogWhenAllDescriptorsAreClosed) {
+TEST_F(LostOutput, KeepsReportAndMessagesOutOfLogWithAllDescriptorsClosed) {
     const test::Case expected = place_.takeCase("package-malformed-inventory");
     test::Command command = place_.command({"-d", "-i"});
     command.input.kind = Redirect::Kind::Closed;
@@ -79,7 +79,7 @@ TEST_F(LostOutput, NeitherReportNorMessagesEndInTheLogWhenAllDescriptorsAreClose
     EXPECT_EQ(place_.log(), expected.at("after/debug.log"));
 }
 
-TEST_F(LostOutput, ReportFileIsWrittenWhenAllDescriptorsAreClosed) {
+TEST_F(LostOutput, WritesReportFileWithAllDescriptorsClosed) {
     const test::Case expected = place_.takeCase("both-in-one-file");
     test::Command command = place_.command({"-i", "-u", "-d", "-o", "report.xml"});
     command.input.kind = Redirect::Kind::Closed;
@@ -90,7 +90,7 @@ TEST_F(LostOutput, ReportFileIsWrittenWhenAllDescriptorsAreClosed) {
     EXPECT_EQ(place_.log(), expected.at("after/debug.log"));
 }
 
-TEST_F(LostOutput, UsageTextIsLostWithTheStatusAsWithoutIt) {
+TEST_F(LostOutput, KeepsStatusWhenUsageTextIsLost) {
     for (const Redirect& output :
          {Redirect{Redirect::Kind::Closed}, Redirect{Redirect::Kind::File, "/dev/full"},
           Redirect{Redirect::Kind::ReaderlessPipe}}) {

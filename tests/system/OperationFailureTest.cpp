@@ -37,7 +37,7 @@ protected:
 const std::string kOpened = entry("QRXManager", "CQRXManager::UpdateInventory() Logger initialized");
 const std::string kFailed = entry("QRXMain", "QRXManager:UpdateInventory() Failed");
 
-TEST_F(OperationFailure, AnInventoryThatCannotBeCreatedLeavesAnEmptyReportAndNoUpdate) {
+TEST_F(OperationFailure, LeavesEmptyReportAndSkipsUpdateIfInventoryCannotBeCreated) {
     for (const std::vector<std::string>& options :
          {std::vector<std::string>{"-i"}, std::vector<std::string>{"-i", "-u"}}) {
         std::filesystem::remove_all(place_.directory());
@@ -55,7 +55,7 @@ TEST_F(OperationFailure, AnInventoryThatCannotBeCreatedLeavesAnEmptyReportAndNoU
     }
 }
 
-TEST_F(OperationFailure, AnUpdateThatCannotBeCreatedLeavesAnEmptyReport) {
+TEST_F(OperationFailure, LeavesEmptyReportIfUpdateCannotBeCreated) {
     const test::Outcome outcome = runWithFailingNew({"-u"}, 1);
     EXPECT_EQ(outcome.exitStatus, 1);
     EXPECT_EQ(report(), "");
@@ -66,7 +66,7 @@ TEST_F(OperationFailure, AnUpdateThatCannotBeCreatedLeavesAnEmptyReport) {
                   entry("QRXManager", "CQRXManager::isUpdate() Update failed") + kFailed);
 }
 
-TEST_F(OperationFailure, AnUpdateThatCannotBeCreatedKeepsTheInventoryBeforeIt) {
+TEST_F(OperationFailure, KeepsInventoryReportIfUpdateCannotBeCreated) {
     const test::Outcome outcome = runWithFailingNew({"-i", "-u"}, 2);
     EXPECT_EQ(outcome.exitStatus, 1);
     const test::Case inventory = place_.readCase("inventory-success");
@@ -88,7 +88,7 @@ protected:
     }
 };
 
-TEST_F(NoDevices, AnInventoryWithoutDevicesLeavesAnEmptyReportAndNoUpdate) {
+TEST_F(NoDevices, LeavesEmptyReportAndSkipsUpdateAfterInventory) {
     for (const std::vector<std::string>& options :
          {std::vector<std::string>{"-i", "-d", "-o", "report.xml"},
           std::vector<std::string>{"-u", "-i", "-d", "-o", "report.xml"}}) {
@@ -103,7 +103,7 @@ TEST_F(NoDevices, AnInventoryWithoutDevicesLeavesAnEmptyReportAndNoUpdate) {
     }
 }
 
-TEST_F(NoDevices, AnUpdateWithoutDevicesLeavesAnEmptyReport) {
+TEST_F(NoDevices, LeavesEmptyReportAfterUpdate) {
     const test::Outcome outcome = runWithoutDevices({"-u", "-d", "-o", "report.xml"});
     EXPECT_EQ(outcome.exitStatus, 1);
     EXPECT_EQ(outcome.output, "");
@@ -113,7 +113,7 @@ TEST_F(NoDevices, AnUpdateWithoutDevicesLeavesAnEmptyReport) {
                                 entry("QRXManager", "CQRXManager::isUpdate() Update failed") + kFailed);
 }
 
-TEST_F(NoDevices, WithoutAReportFileNothingIsPrinted) {
+TEST_F(NoDevices, PrintsNothingWithoutReportFile) {
     const test::Outcome outcome = runWithoutDevices({"-i"});
     EXPECT_EQ(outcome.exitStatus, 1);
     EXPECT_EQ(outcome.output, "");

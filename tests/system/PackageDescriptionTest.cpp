@@ -44,16 +44,16 @@ protected:
     test::Workplace place_;
 };
 
-TEST_F(PackageDescription, FiftyMegabytesOfJunkAreRefused) {
+TEST_F(PackageDescription, Refuses50MegabytesOfJunk) {
     expectRefused(std::string(kHuge, 'x'));
 }
 
-TEST_F(PackageDescription, FiftyMegabytesOfTextInAnElementAreRefused) {
+TEST_F(PackageDescription, Refuses50MegabytesOfTextInOneElement) {
     expectRefused("<SoftwareComponent vendorVersion=\"1\"><Note>" + std::string(kHuge, 'x') +
                   "</Note></SoftwareComponent>");
 }
 
-TEST_F(PackageDescription, FiftyMegabytesOfZeroBytesAreRefused) {
+TEST_F(PackageDescription, Refuses50MegabytesOfZeroBytes) {
     expectRefused(std::string(kHuge, '\0'));
 }
 
@@ -82,7 +82,7 @@ std::string fetchingPackage(const std::string& url) {
            "</SoftwareComponent>\n";
 }
 
-TEST_F(PackageDescription, NothingIsFetchedFromTheNetwork) {
+TEST_F(PackageDescription, FetchesNothingFromNetwork) {
     test::TrapServer server;
     const test::Case expected = place_.takeCase("both-in-one-file");
     writePackage(fetchingPackage(server.url()));
@@ -94,7 +94,7 @@ TEST_F(PackageDescription, NothingIsFetchedFromTheNetwork) {
 
 /** Opening a FIFO waits for its other end, which nobody has: a program that fetched the file would not
  * return. */
-TEST_F(PackageDescription, NoOtherFileIsRead) {
+TEST_F(PackageDescription, ReadsNoOtherFile) {
     const test::Case expected = place_.takeCase("both-in-one-file");
     for (const char* name : {"package.dtd", "parameters.ent", "text.xml", "included.xml"}) {
         makeFifo(name);
@@ -109,7 +109,7 @@ TEST_F(PackageDescription, NoOtherFileIsRead) {
 }
 
 /** The two traps above do catch a reader that fetches. */
-TEST_F(PackageDescription, AReaderThatFetchesIsCaught) {
+TEST_F(PackageDescription, CatchesReaderThatFetches) {
     test::TrapServer server;
     writePackage(fetchingPackage(server.url()));
     test::Command command;
@@ -124,7 +124,7 @@ TEST_F(PackageDescription, AReaderThatFetchesIsCaught) {
     EXPECT_TRUE(run(command).timedOut);
 }
 
-TEST_F(PackageDescription, InventoryFromTheLibraryFetchesNothing) {
+TEST_F(PackageDescription, FetchesNothingForInventoryOfLibrary) {
     test::TrapServer server;
     const fs::path script = place_.directory() / "library";
     test::writeFile(
@@ -140,7 +140,7 @@ TEST_F(PackageDescription, InventoryFromTheLibraryFetchesNothing) {
     EXPECT_FALSE(server.wasAsked());
 }
 
-TEST_F(PackageDescription, AFifoInItsPlaceIsWaitedFor) {
+TEST_F(PackageDescription, WaitsForFifo) {
     makeFifo("package.xml");
     test::Command command = place_.command({"-d", "-i"});
     command.deadline = kLongEnough;
@@ -159,7 +159,7 @@ protected:
     const test::Case expected_ = place_.takeCase("package-missing-inventory");
 };
 
-TEST_F(MissingPackage, ARemovedWorkingDirectoryReadsAsTheRoot) {
+TEST_F(MissingPackage, ReadsRemovedWorkingDirectoryAsRoot) {
     ASSERT_FALSE(fs::exists("/package.xml") || fs::exists("/enabledebug.txt"));
     const test::TempDir logs;
     test::Command command = place_.command({"-i", "-d", logs / "debug.log"});
@@ -170,7 +170,7 @@ TEST_F(MissingPackage, ARemovedWorkingDirectoryReadsAsTheRoot) {
     EXPECT_EQ(test::maskLog(test::readFile(logs / "debug.log")), logFrom("/"));
 }
 
-TEST_F(MissingPackage, TheRootAsWorkingDirectoryHasTwoSlashes) {
+TEST_F(MissingPackage, LogsTwoSlashesInRootDirectory) {
     ASSERT_FALSE(fs::exists("/package.xml") || fs::exists("/enabledebug.txt"));
     test::Command command = place_.command({"-i", "-d", place_.directory() / "debug.log"});
     command.workingDirectory = "/";
