@@ -6,6 +6,7 @@
 #include "XmlText.h"
 
 #include <gmock/gmock.h>
+#include <libxml/parser.h>
 
 #include <memory>
 #include <type_traits>
@@ -257,6 +258,23 @@ TEST_F(DeviceInventoryInfo, AReportOfTheProgramReadsBack) {
     ASSERT_EQ(found.size(), 1U);
     EXPECT_EQ(identityOf(*found[0]), "2|C1|,,,|QRX|FRMW|V1");
     EXPECT_EQ(found[0]->getErrorMsg(), "Shared component update is disabled");
+}
+
+TEST_F(DeviceInventoryInfo, SwitchesBlankTextNodesOffForTheProcess) {
+    xmlKeepBlanksDefault(1);
+    const CDeviceInventoryInfo reader(file_.string());
+    EXPECT_EQ(xmlKeepBlanksDefault(0), 0);
+}
+
+TEST_F(DeviceInventoryInfo, ReadsTheMessageOfAnIndentedResult) {
+    xmlKeepBlanksDefault(1);
+    CDeviceInventoryInfo reader(file_.string());
+    setInventory(
+        "\n  <SPStatus result=\"false\">\n    <Message id=\"1\">bad</Message>\n  </SPStatus>\n");
+    reader.GetDeviceInfo();
+    std::string message;
+    EXPECT_FALSE(reader.GetInventoryStatus(message));
+    EXPECT_EQ(message, "bad");
 }
 
 // The status of the inventory.

@@ -150,6 +150,8 @@ COMPONENT  VERSION   TYPE  DEVICE  APPLICATION
         self.done("set", "allow-version", "1.0")
         (entry,) = self.answer("history")
         self.assertEqual((entry["outcome"], entry["toVersion"], entry["override"]), ("override granted", "1.0", True))
+        for user in ("realUser", "loginUser"):
+            self.assertRegex(entry[user], r"^(unknown|\d+|.+ \(\d+\))$")
         self.done("set", "allow-version", "")
         self.done("set", "lock-wait", "1")
         self.assertEqual(len(self.answer("history")), 1)

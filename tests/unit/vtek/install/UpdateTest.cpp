@@ -1,4 +1,5 @@
 #include "Lab.h"
+#include "base/Users.h"
 #include "chassis/Store.h"
 #include "install/Repository.h"
 #include "install/Update.h"
@@ -76,6 +77,8 @@ TEST(Update, InstallsTheFilesTheVersionAndTheHistoryAtOnce) {
     EXPECT_EQ(history[0].signer, "CN=Test Signer");
     EXPECT_EQ(history[0].payloadDigest, lab.snapshot()["repository/1/Chassis/fw.fwp"]);
     EXPECT_FALSE(history[0].override);
+    EXPECT_EQ(history[0].realUser, vtek::realUser());
+    EXPECT_EQ(history[0].loginUser, vtek::loginUser());
 }
 
 TEST(Update, LeavesNothingInStaging) {
