@@ -71,6 +71,24 @@ def options_by_command(table, tool):
     return found
 
 
+class Arguments(unittest.TestCase):
+    """The help of a command says what each argument and option takes."""
+
+    SIGNING = {"content": "FILE", "--package": "FILE", "--chassis": "TYPE ...", "--certificate": "FILE", "--key": "FILE",
+               "--chain": "FILE", "--signature": "FILE", "--format": "tar|tar.gz|zip"}
+
+    def taken(self, command):
+        return dict(re.findall(r"^  (?:-\w,)?([\w-]+) ([A-Z]+(?: \.\.\.)?|\S+\|\S+)(?= |$)", help_of("vtekctl", command),
+                               re.MULTILINE))
+
+    def test_of_sign(self):
+        self.assertEqual(self.taken("sign"), {**self.SIGNING, "--output": "FILE", "--component": "ID",
+                                              "--package-version": "VERSION"})
+
+    def test_of_pack(self):
+        self.assertEqual(self.taken("pack"), {**self.SIGNING, "--output": "FOLDER", "--template": "FOLDER"})
+
+
 class Pages(unittest.TestCase):
     """Each manual page has each command and option of the help, and no other."""
 
