@@ -1,16 +1,16 @@
 # One Debian package with everything that is installed: `cpack -G DEB` in the build folder.
 
 set(QRX_PACKAGE_CONTACT "The qrxupdate developers <maintainers@qrxupdate.example>" CACHE STRING
-  "Who answers for the Debian package that this build makes: NAME <ADDRESS>")
+  "The maintainer of the Debian package that this build makes: NAME <ADDRESS>")
 
 set(CPACK_PACKAGE_NAME qrxupdate)
 set(CPACK_PACKAGE_VENDOR "The qrxupdate developers")
 set(CPACK_PACKAGE_CONTACT "${QRX_PACKAGE_CONTACT}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
-set(CPACK_PACKAGE_DESCRIPTION "Makes and looks into update packages for a chassis controller, and simulates
-a chassis. The program itself is a template that an update package carries;
-it uses the platform's own library. The simulated one is in a private folder
-and is used by 'vtekctl run' only.")
+set(CPACK_PACKAGE_DESCRIPTION "Makes and inspects update packages for a chassis controller, and simulates
+a chassis. The program itself is a template for update packages; it uses the
+platform's own library. The simulated library is in a private folder, and
+only 'vtekctl run' uses it.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_MONOLITHIC_INSTALL ON)
 set(CPACK_STRIP_FILES ON)
@@ -21,7 +21,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 if(NOT VTEK_LIBRARY)
-  # The program needs a library that this package brings along itself.
+  # The program needs a library that this package contains.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/vtek/src)
 endif()
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian/documents.cmake)
