@@ -1,4 +1,4 @@
-"""Every command of a document runs, and prints what the document shows.
+"""Runs every command of a document and compares its output with the document.
 
 Usage: commands_test.py SOURCE DOCUMENT QRXUPDATE VTEKCTL QRXINSPECT
 """
@@ -30,7 +30,7 @@ def failed_update(message):
 
 
 def write_reports(folder):
-    """Reports of chassis that are not here."""
+    """Writes reports of other chassis."""
     (folder / "report.xml").write_text(INVENTORY + UPDATE)
     (folder / "damaged.xml").write_text(failed_update("R&D"))
     (folder / "chassis-1.xml").write_text(INVENTORY)
@@ -38,13 +38,13 @@ def write_reports(folder):
 
 
 def write_both_reports(folder):
-    """What an inventory and a refused update leave in one file."""
+    """Writes the reports of an inventory and of a refused update to one file."""
     (folder / "both.xml").write_text(INVENTORY.replace("1.30.100", "1.40.200")
                                      + failed_update("Signing the Payload failed"))
 
 
 def write_suspicious_package(folder):
-    """Reports, and a package.xml with mistakes."""
+    """Writes reports, and a package.xml with mistakes."""
     write_reports(folder)
     (folder / "package.xml").write_text("""\
 <SoftwareComponent vendorVersion="1">
@@ -58,7 +58,7 @@ def write_suspicious_package(folder):
 
 
 def make_chassis_and_package(folder):
-    """A server in a chassis, and the update package that its administrator was given."""
+    """Makes a chassis and an update package for it."""
     def vtekctl(*arguments):
         subprocess.run([VTEKCTL, "--root", folder / "chassis", *arguments], check=True, capture_output=True)
 
@@ -77,24 +77,24 @@ def make_chassis_and_package(folder):
 
 
 def make_firmware(folder):
-    """A folder of firmware."""
+    """Makes a folder of firmware."""
     (folder / "firmware").mkdir()
     (folder / "firmware/main.bin").write_bytes(bytes(range(256)) * 64)
 
 
 def link_the_source(folder):
-    """The source, as a developer's commands see it."""
+    """Links to the source, where a developer's commands run."""
     for path in SOURCE.iterdir():
         (folder / path.name).symlink_to(path)
 
 
 def make_firmware_and_description(folder):
-    """What a package is made of."""
+    """Makes the input of a package."""
     make_firmware(folder)
     shutil.copy(SOURCE / "package/package.xml", folder)
 
 
-# What is there before the first command of each document.
+# Prepares the folder in which a document's commands run.
 PREPARE = {
     "README": write_both_reports,
     "docs/administrator": make_chassis_and_package,
@@ -107,7 +107,7 @@ PREPARE = {
 
 
 def environment(folder):
-    """The tools are on the path, and the platform's library is the simulated one."""
+    """Puts the tools on the path and points the simulated platform library to a chassis in the folder."""
     tools = [str(program.parent) for program in (VTEKCTL, QRXINSPECT)]
     path = os.pathsep.join([*tools, os.environ["PATH"]])
     return {**os.environ, "PATH": path, "HOME": str(folder), "LC_ALL": "C.UTF-8", "TZ": "UTC",
@@ -118,15 +118,15 @@ def main():
     blocks = console.blocks_of((SOURCE / f"{DOCUMENT}.md").read_text(encoding="utf-8"))
     expected = [block.text for block in blocks if not block.file]
     if not expected:
-        sys.exit("no command in the document")
+        sys.exit("the document contains no command")
     with tempfile.TemporaryDirectory() as name:
         PREPARE[DOCUMENT](pathlib.Path(name))
         shown = console.shown_by(blocks, name, environment(pathlib.Path(name)))
     if len(shown) != len(expected):
-        sys.exit(f"{len(shown)} of {len(expected)} consoles came to their end")
+        sys.exit(f"only {len(shown)} of {len(expected)} consoles ran to the end")
     differing = [(text, real) for text, real in zip(expected, shown) if not console.fits(text, real)]
     for text, real in differing:
-        print(f"--- the document\n{text}--- in truth\n{real}")
+        print(f"--- document\n{text}--- actual output\n{real}")
     print(f"{len(expected)} consoles, {len(differing)} of them differ")
     sys.exit(1 if differing else 0)
 

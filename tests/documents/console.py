@@ -1,8 +1,8 @@
-"""Runs what a document shows: its consoles' commands, one after the other in one shell, and the files that they use.
+"""Runs the commands in a document's consoles, in one shell, with the files that the document shows.
 
-A block ```console holds commands, each after "$ ", and what each prints. A command whose line ends with a backslash goes
-on in the next line. A block whose first line names a file after the language, as in ```xml package.xml, is that file's
-content. In what is printed, "…" stands for some text of one line, and alone in a line for any lines.
+A block ```console contains commands, each after "$ ", and their output. A command continues on the next line after a
+backslash. A block with a file name after the language, such as ```xml package.xml, is the content of that file. In the
+output, "…" matches any text within a line; on a line by itself it matches any number of lines.
 """
 
 import re
@@ -25,16 +25,16 @@ class Block:
 
 
 def blocks_of(document):
-    """The blocks that can run, in the document's order; a shell's block cannot, for it shows no output."""
+    """The consoles and files of a document, in order. Refuses a block for a shell: it shows no output to compare."""
     found = [Block(**match.groupdict()) for match in BLOCK.finditer(document)]
     for block in found:
         if block.language in SHELLS:
-            raise ValueError(f"commands outside of a console: {block.text}")
+            raise ValueError(f"commands outside a console: {block.text}")
     return [block for block in found if block.language == "console" or block.file]
 
 
 def commands_of(block):
-    """The commands of a console, each with all of its lines."""
+    """The commands of a console, with their continuation lines."""
     lines = iter(block.text.splitlines())
     for line in lines:
         if line.startswith("$ "):
@@ -45,7 +45,7 @@ def commands_of(block):
 
 
 def script_of(blocks):
-    """A script that writes the files and prints what the consoles would show."""
+    """A script that writes the files, runs the commands and prints the consoles as they would look."""
     lines = ["exec 2>&1", "status=0"]
     for block in blocks:
         if block.file:
@@ -58,14 +58,14 @@ def script_of(blocks):
 
 
 def shown_by(blocks, folder, environment):
-    """What each console shows when the blocks run in the folder."""
+    """Runs the blocks in the folder; returns the text of each console that ran to its end."""
     ended = subprocess.run(["/bin/sh", "-c", script_of(blocks)], cwd=folder, env=environment, stdout=subprocess.PIPE,
                            stdin=subprocess.DEVNULL, text=True, check=False, timeout=300)
     return ended.stdout.split(BLOCK_ENDS + "\n")[:-1]
 
 
 def fits(expected, shown):
-    """True when the text is what the document shows."""
+    """True if the actual text matches the document's."""
     pattern = "".join(r"(.*\n)*" if line == "…\n" else ".+".join(map(re.escape, line.split("…")))
                       for line in expected.splitlines(keepends=True))
     return re.fullmatch(pattern, shown) is not None

@@ -1,4 +1,4 @@
-"""The reader of consoles reads, runs and compares as it says."""
+"""Tests of console.py."""
 
 import os
 import tempfile
@@ -34,23 +34,23 @@ kept
 
 
 class Console(unittest.TestCase):
-    def test_files_and_commands_run_in_one_shell(self):
+    def test_runs_commands_and_writes_files_in_one_shell(self):
         blocks = blocks_of(DOCUMENT)
         with tempfile.TemporaryDirectory() as folder:
             shown = shown_by(blocks, folder, os.environ)
         self.assertEqual(shown, [block.text for block in blocks if not block.file])
 
-    def test_commands_without_a_console_are_refused(self):
+    def test_refuses_commands_outside_a_console(self):
         for language in ("sh", "bash", "shell"):
-            with self.assertRaisesRegex(ValueError, "outside of a console"):
+            with self.assertRaisesRegex(ValueError, "outside a console"):
                 blocks_of(f"```{language}\nls\n```\n")
 
-    def test_only_what_is_shown_fits(self):
+    def test_accepts_only_equal_text(self):
         self.assertTrue(fits("a [b]\n", "a [b]\n"))
         self.assertFalse(fits("a\n", "a\nb\n"))
         self.assertFalse(fits("a\nb\n", "a\n"))
 
-    def test_three_dots_stand_for_text(self):
+    def test_matches_any_text_with_an_ellipsis(self):
         self.assertTrue(fits("at … by root\n", "at 12:00 by root\n"))
         self.assertFalse(fits("at … by root\n", "at  by you\n"))
         self.assertFalse(fits("at … by root\n", "at 12:00\nor by root\n"))

@@ -1,4 +1,4 @@
-"""The administrator's document explains every message that the program writes into a report.
+"""The administrator's guide explains every message that the program writes to a report.
 
 Usage: messages_test.py SOURCE
 """
@@ -15,12 +15,12 @@ LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 
 
 def text_of(literals):
-    """The text that one literal, or several in a row, make."""
+    """The text of one string literal, or of several adjacent ones."""
     return "".join(LITERAL.findall(literals)).replace('\\"', '"')
 
 
 def messages():
-    """The texts that the sources set."""
+    """The messages in the sources."""
     for path in sorted((SOURCE / "src").glob("*.cpp")):
         source = path.read_text(encoding="utf-8")
         for call in CALL.finditer(source):
@@ -29,13 +29,13 @@ def messages():
 
 
 class Messages(unittest.TestCase):
-    def test_every_call_in_the_sources_is_understood(self):
+    def test_finds_the_message_of_every_call(self):
         sources = "".join(path.read_text(encoding="utf-8") for path in (SOURCE / "src").glob("*.cpp"))
         definitions = len(re.findall(r"::setMsgStatus\(", sources))
         self.assertEqual(len(list(messages())), sources.count("setMsgStatus(") - definitions)
         self.assertEqual(sources.count("setErrorMsg("), definitions)
 
-    def test_the_document_has_a_row_for_each(self):
+    def test_explains_exactly_these_messages(self):
         document = (SOURCE / "docs/administrator.md").read_text(encoding="utf-8")
         table = re.search(r"^\| Message \| Cause \| Cure \|\n(.+\n)+", document, re.MULTILINE)[0]
         rows = re.findall(r"^\| `(.+?)` \| (.+?) \| (.+?) \|$", table, re.MULTILINE)

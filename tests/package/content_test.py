@@ -1,4 +1,4 @@
-"""What the Debian package holds, and how it describes itself."""
+"""The Debian package: its files and its control fields."""
 
 import gzip
 import re
@@ -13,7 +13,7 @@ PAGES = {"man1/qrxinspect.1", "man5/package.xml.5", "man5/vtek-payload.5", "man8
 
 
 def documents_of_the_source():
-    """What readers get, by its path in the source."""
+    """The documents that the package installs, by their paths in the source."""
     found = [SOURCE / name for name in ("README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md")]
     found += (SOURCE / "docs").glob("*.md")
     for folder in ("decisions", "performance", "pictures", "schemas"):
@@ -22,7 +22,7 @@ def documents_of_the_source():
 
 
 class Content(unittest.TestCase):
-    def test_every_file_is_one_that_we_know(self):
+    def test_installs_exactly_the_expected_files(self):
         expected = {"usr/bin/qrxinspect", "usr/bin/vtekctl", LIBRARY, f"{LIBRARY}.1.0",
                     "usr/libexec/qrxupdate/package/package.xml", "usr/libexec/qrxupdate/package/qrxupdate",
                     f"{DOCUMENTS}/changelog.gz", f"{DOCUMENTS}/copyright"}
@@ -31,37 +31,37 @@ class Content(unittest.TestCase):
         expected |= {f"{DOCUMENTS}/{document}" for document in documents_of_the_source()}
         self.assertEqual(files(), expected)
 
-    def test_the_simulated_library_is_on_no_path_of_the_loader(self):
+    def test_keeps_the_simulated_library_off_the_loaders_path(self):
         for path in files():
             if "libvtek" in path:
                 self.assertTrue(path.startswith(f"{PRIVATE}/"), path)
 
-    def test_installing_runs_nothing(self):
+    def test_runs_no_maintainer_scripts(self):
         self.assertEqual({path.name for path in (UNPACKED / "DEBIAN").iterdir()}, {"control", "md5sums"})
 
-    def test_everything_belongs_to_root_and_is_writable_by_nobody_else(self):
+    def test_lets_only_root_write_its_files(self):
         archive = output_of("sh", "-c", 'dpkg-deb --fsys-tarfile "$1" | tar --list --verbose --numeric-owner', "sh", DEB)
         for line in archive.splitlines():
             mode, owner = line.split()[:2]
             self.assertEqual(owner, "0/0", line)
             self.assertIn(mode, ("drwxr-xr-x", "-rwxr-xr-x", "-rw-r--r--", "lrwxrwxrwx"), line)
 
-    def test_it_tells_who_answers_for_it(self):
+    def test_names_its_maintainer(self):
         self.assertRegex(field("Maintainer"), r"^[\w ]+ <[\w.-]+@[\w-]+(\.[\w-]+)+>$")
 
-    def test_it_depends_on_the_libraries_that_it_does_not_bring_along(self):
+    def test_depends_on_the_libraries_it_does_not_contain(self):
         needed = {re.split(r"[ (]", name)[0] for name in field("Depends").split(", ")}
         self.assertLessEqual({"libc6", "libxml2", "libssl3", "libarchive13", "libsqlite3-0"}, needed)
         self.assertNotIn("vtek", field("Depends"))
 
-    def test_pages_and_changelog_are_compressed_the_same_way_each_time(self):
+    def test_compresses_pages_and_changelog_reproducibly(self):
         for path in files():
             if path.endswith(".gz"):
                 packed = (UNPACKED / path).read_bytes()
-                self.assertEqual(packed[3:8], b"\0" * 5, f"{path} holds a name or a time")
+                self.assertEqual(packed[3:8], b"\0" * 5, f"{path} contains a name or a time")
                 self.assertTrue(gzip.decompress(packed), path)
 
-    def test_the_changelog_is_one_that_debian_tools_read(self):
+    def test_has_a_changelog_that_debian_tools_can_parse(self):
         changelog = gzip.decompress((UNPACKED / DOCUMENTS / "changelog.gz").read_bytes()).decode()
         parsed = output_of("sh", "-c", 'printf %s "$1" | dpkg-parsechangelog --file -', "sh", changelog)
         self.assertIn(f"Maintainer: {field('Maintainer')}\n", parsed)

@@ -1,4 +1,4 @@
-"""The Debian package under test, as `make-package` left it."""
+"""The Debian package under test, as made by `make-package`."""
 
 import pathlib
 import subprocess
@@ -10,7 +10,7 @@ UNPACKED = FOLDER / "unpacked"
 
 
 def output_of(*command):
-    """What a command prints; it must succeed."""
+    """The output of a command, which must succeed."""
     return subprocess.run(command, check=True, capture_output=True, text=True).stdout
 
 
@@ -21,7 +21,7 @@ def files():
 
 
 def field(name):
-    """A field of the package's description."""
+    """A control field of the package."""
     return output_of("dpkg-deb", "--field", DEB, name).strip()
 
 

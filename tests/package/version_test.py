@@ -1,4 +1,4 @@
-"""The version is stated once, and told alike by the tools, the pages, the package and the page of reports."""
+"""The version is stated once; tools, manual pages, package, change logs and the HTML page show the same one."""
 
 import gzip
 import os
@@ -12,31 +12,31 @@ VERSION = re.search(r"^project\(\w+ VERSION ([\d.]+)", (SOURCE / "CMakeLists.txt
 
 
 class Version(unittest.TestCase):
-    def test_tools(self):
+    def test_matches_in_the_tools(self):
         for tool in ("vtekctl", "qrxinspect"):
             self.assertEqual(output_of(UNPACKED / "usr/bin" / tool, "--version").split()[-1], VERSION, tool)
 
-    def test_package(self):
+    def test_matches_in_the_package(self):
         self.assertEqual(field("Version"), VERSION)
 
-    def test_pages(self):
+    def test_matches_in_the_manual_pages(self):
         pages = sorted((UNPACKED / "usr/share/man").rglob("*.gz"))
         self.assertEqual(len(pages), 5)
         for page in pages:
             self.assertIn(f"qrxupdate {VERSION}", gzip.decompress(page.read_bytes()).decode(), page.name)
 
-    def test_page_of_reports(self):
+    def test_matches_in_the_html_page(self):
         shown = subprocess.run([UNPACKED / "usr/bin/qrxinspect", "report", "--html", os.devnull], capture_output=True,
                                text=True, check=False).stdout
         self.assertIn(f"<footer>qrxinspect {VERSION}</footer>", shown)
 
-    def test_changelogs(self):
+    def test_matches_in_the_change_logs(self):
         newest = re.search(r"^## \[([\d.]+)\]", (SOURCE / "CHANGELOG.md").read_text(), re.MULTILINE)[1]
         self.assertEqual(newest, VERSION)
         changelog = gzip.decompress((UNPACKED / "usr/share/doc/qrxupdate/changelog.gz").read_bytes()).decode()
         self.assertTrue(changelog.startswith(f"qrxupdate ({VERSION}) "), changelog)
 
-    def test_nothing_else_states_it(self):
+    def test_is_stated_once(self):
         pattern = rf"(^|[^0-9.]){re.escape(VERSION)}($|[^0-9.])"
         stated = output_of("git", "-C", SOURCE, "grep", "--files-with-matches", "--extended-regexp", pattern, "--",
                            "*.txt", "*.cmake", "*.in", "*.scd", "*.cpp", "*.h", ":!tests", ":!bench", ":!scripts")
