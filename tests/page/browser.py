@@ -1,116 +1,72 @@
-"""A headless Chromium, driven through its DevTools pipe: one page, looked at from inside."""
+"""A headless Chromium that shows one page at a time."""
 
 import base64
 import json
-import os
-import shutil
-import subprocess
+import pathlib
 import sys
-import tempfile
 
-NAMES = ("chromium", "chromium-browser")
+DRIVER = pathlib.Path("/usr/bin/chromedriver")
+ARGUMENTS = ("--headless", "--no-sandbox", "--disable-gpu", "--hide-scrollbars", "--disable-quic", "--no-first-run",
+             "--disable-background-networking", "--disable-component-update", "--disable-sync")
+
+try:
+    from selenium import webdriver
+    from selenium.webdriver.chrome.service import Service
+except ImportError:
+    webdriver = None
 
 
-def find():
-    """The browser's path; ends the test as skipped where there is none."""
-    path = next(filter(None, map(shutil.which, NAMES)), None)
-    if path is None:
-        print("skipped: needs chromium")
+def skip_unless_possible():
+    """Ends the test as skipped where Debian's selenium or chromedriver is missing."""
+    if webdriver is None or not DRIVER.exists():
+        print("skipped: needs the packages python3-selenium and chromium-driver")
         sys.exit(77)
-    return path
 
 
 class Browser:
-    """Shows one page after the other; a context manager, which ends the browser."""
-
-    def __init__(self):
-        self.profile = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
-        read_commands, self.commands = os.pipe()
-        self.answers, write_answers = os.pipe()
-        # The browser talks on its descriptors 3 and 4.
-        script = f'exec "$0" "$@" 3<&{read_commands} 4>&{write_answers}'
-        self.process = subprocess.Popen(
-            ["/bin/bash", "-c", script, find(), "--headless", "--no-sandbox", "--disable-gpu", "--hide-scrollbars",
-             "--remote-debugging-pipe", f"--user-data-dir={self.profile.name}", "about:blank"],
-            pass_fds=(read_commands, write_answers), stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL)
-        os.close(read_commands)
-        os.close(write_answers)
-        self.rest, self.count, self.session, self.events = b"", 0, None, []
-        target = self.call("Target.createTarget", url="about:blank")["targetId"]
-        self.session = self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
-        for part in ("Page", "Runtime", "Network", "Log"):
-            self.call(f"{part}.enable")
+    """A browser with an empty profile; leaving the block ends it."""
 
     def __enter__(self):
+        options = webdriver.ChromeOptions()
+        for argument in ARGUMENTS:
+            options.add_argument(argument)
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
+        self._driver = webdriver.Chrome(service=Service(str(DRIVER)), options=options)
         return self
 
     def __exit__(self, *_):
-        self.process.kill()
-        self.process.wait()
-        os.close(self.commands)
-        os.close(self.answers)
-        self.profile.cleanup()
-
-    def next_message(self):
-        """The next message of the browser."""
-        while b"\0" not in self.rest:
-            part = os.read(self.answers, 1 << 16)
-            if not part:
-                raise RuntimeError("the browser has ended")
-            self.rest += part
-        message, self.rest = self.rest.split(b"\0", 1)
-        return json.loads(message)
-
-    def call(self, method, **parameters):
-        """Has the browser do something, and returns what it answers."""
-        self.count += 1
-        message = {"id": self.count, "method": method, "params": parameters}
-        if self.session:
-            message["sessionId"] = self.session
-        os.write(self.commands, json.dumps(message).encode() + b"\0")
-        while True:
-            answer = self.next_message()
-            if answer.get("id") == self.count:
-                if "error" in answer:
-                    raise RuntimeError(f"{method}: {answer['error']}")
-                return answer["result"]
-            self.events.append(answer)
+        self._driver.quit()
 
     def show(self, path, width=1280, height=800, dark=False, media="screen"):
-        """Loads a file, as on a screen of that size."""
-        self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1,
-                  mobile=width < 600)
+        """Loads a file on a screen of this size, in pixels."""
+        self._call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1,
+                   mobile=width < 600)
         scheme = {"name": "prefers-color-scheme", "value": "dark" if dark else "light"}
-        self.call("Emulation.setEmulatedMedia", media=media, features=[scheme])
-        self.events.clear()
-        self.call("Page.navigate", url=path.resolve().as_uri())
-        while not any(event.get("method") == "Page.loadEventFired" for event in self.events):
-            self.events.append(self.next_message())
+        self._call("Emulation.setEmulatedMedia", media=media, features=[scheme])
+        for log in ("browser", "performance"):
+            self._driver.get_log(log)  # and empty it
+        self._driver.get(path.resolve().as_uri())
 
     def value(self, expression):
-        """What a script's expression comes to in the page."""
-        answer = self.call("Runtime.evaluate", expression=expression, returnByValue=True)
-        if "exceptionDetails" in answer:
-            raise RuntimeError(answer["exceptionDetails"])
-        return answer["result"].get("value")
+        """The value of a JavaScript expression in the page."""
+        return self._driver.execute_script(f"return ({expression})")
 
     def requests(self):
-        """The addresses that the page shown last asked for."""
-        self.value("0")
-        return [event["params"]["request"]["url"] for event in self.events
-                if event.get("method") == "Network.requestWillBeSent"]
+        """The addresses that the page has requested since the last call, or since it was shown."""
+        events = [json.loads(entry["message"])["message"] for entry in self._driver.get_log("performance")]
+        return [event["params"]["request"]["url"] for event in events if event["method"] == "Network.requestWillBeSent"]
 
     def refusals(self):
-        """How often the page's policy refused something since it was shown."""
-        self.value("0")
-        return sum("Content Security Policy" in event["params"]["entry"]["text"] for event in self.events
-                   if event.get("method") == "Log.entryAdded")
+        """How often the page's policy has refused something since the last call, or since the page was shown."""
+        return sum("Content Security Policy" in entry["message"] for entry in self._driver.get_log("browser"))
 
     def picture(self):
-        """What the screen shows, as PNG."""
-        return base64.b64decode(self.call("Page.captureScreenshot", format="png")["data"])
+        """The screen, as PNG."""
+        return self._driver.get_screenshot_as_png()
 
     def paper(self):
         """The page printed, as PDF."""
-        return base64.b64decode(self.call("Page.printToPDF", preferCSSPageSize=True)["data"])
+        return base64.b64decode(self._call("Page.printToPDF", preferCSSPageSize=True)["data"])
+
+    def _call(self, method, **parameters):
+        return self._driver.execute_cdp_cmd(method, parameters)

@@ -1,4 +1,4 @@
-"""A page whose every value is hostile runs nothing, loads nothing and shows the values as texts.
+"""A page of hostile values runs no script, loads nothing and shows the values as text.
 
 Usage: hostile_test.py QRXINSPECT FOLDER
 """
@@ -12,7 +12,7 @@ import browser
 from reports import failure, inventory, make_page, update
 
 QRXINSPECT = pathlib.Path(sys.argv[1])
-browser.find()
+browser.skip_unless_possible()
 
 VALUES = (
     "<script>document.title = 'ran'</script>",
@@ -24,11 +24,11 @@ VALUES = (
     "<a href=\"javascript:document.title='ran'\">click</a>",
     "]]>--><!-- <iframe src=\"https://reports.example/\">",
 )
-KEPT = "document.title === 'Firmware reports' && !document.querySelector('h2, img, svg, iframe, a, table style')"
+IS_INTACT = "document.title === 'Firmware reports' && !document.querySelector('h2, img, svg, iframe, a, table style')"
 
 
 def escaped(value):
-    """The value as a sound report holds it."""
+    """The value as XML text."""
     for character, entity in (("&", "&amp;"), ("<", "&lt;"), (">", "&gt;"), ('"', "&quot;")):
         value = value.replace(character, entity)
     return value
@@ -48,40 +48,40 @@ class Hostile(unittest.TestCase):
             (self.folder / name).write_text(text)
         return make_page(QRXINSPECT, self.folder, names)
 
-    def test_values_in_sound_reports_are_texts(self):
+    def test_shows_values_of_valid_reports_as_text(self):
         for value in VALUES:
             with self.subTest(value):
                 page = self.page_of({"a.xml": update(escaped(value), escaped(value)), "b.xml": inventory(escaped(value)),
                                      "c.xml": failure(escaped(value))})
                 self.browser.show(page)
-                self.assertTrue(self.browser.value(KEPT))
+                self.assertTrue(self.browser.value(IS_INTACT))
                 texts = self.browser.value("Array.from(document.querySelectorAll('td')).map((cell) => cell.textContent)")
                 self.assertEqual(texts.count(value), 4)
-                self.assertEqual(self.browser.refusals(), 0, "the escaping held; the policy had nothing to refuse")
+                self.assertEqual(self.browser.refusals(), 0, "escaping suffices: the policy has nothing to refuse")
                 self.assertEqual(self.browser.requests(), [page.resolve().as_uri()])
 
-    def test_values_that_damage_their_report_are_texts(self):
+    def test_shows_values_that_damage_their_report_as_text(self):
         for value in VALUES:
             with self.subTest(value):
                 page = self.page_of({"a.xml": update(value), "b.xml": failure(value + "&")})
                 self.browser.show(page)
-                self.assertTrue(self.browser.value(KEPT))
+                self.assertTrue(self.browser.value(IS_INTACT))
                 texts = self.browser.value("Array.from(document.querySelectorAll('pre')).map((pre) => pre.textContent)")
                 self.assertTrue(any(value in text for text in texts), texts)
                 self.assertEqual(self.browser.requests(), [page.resolve().as_uri()])
 
-    def test_a_file_name_is_text(self):
+    def test_shows_file_names_as_text(self):
         name = "<img src=x onerror=document.title='ran'>.xml"
         page = self.page_of({name: inventory("1")})
         self.browser.show(page)
-        self.assertTrue(self.browser.value(KEPT))
+        self.assertTrue(self.browser.value(IS_INTACT))
         self.assertEqual(self.browser.value("document.querySelector('tbody td').textContent"), name)
 
-    def test_the_policy_stops_what_would_get_through(self):
+    def test_policy_stops_injected_elements(self):
         page = self.page_of({"a.xml": inventory("1")})
-        intruder = "<script>document.title = 'ran'</script><img src=x onerror=\"document.title = 'ran'\">" \
+        injected = "<script>document.title = 'ran'</script><img src=x onerror=\"document.title = 'ran'\">" \
                    "<style>table { display: none }</style></main>"
-        page.write_text(page.read_text().replace("</main>", intruder))
+        page.write_text(page.read_text().replace("</main>", injected))
         self.browser.show(page)
         self.assertEqual(self.browser.value("document.title"), "Firmware reports")
         self.assertNotEqual(self.browser.value("getComputedStyle(document.querySelector('table')).display"), "none")

@@ -1,6 +1,6 @@
-"""The page of 1 and of 40 reports on screens, phones and paper: nothing is cut off, hidden or too pale to read.
+"""The page of 1 and of 40 reports on screens, phones and paper: no text is clipped, hidden or too pale to read.
 
-Usage: layout_test.py QRXINSPECT FOLDER    FOLDER gets the pictures, for people to look at
+Usage: layout_test.py QRXINSPECT FOLDER    FOLDER receives the screenshots, for people to look at
 """
 
 import pathlib
@@ -14,14 +14,14 @@ import browser
 from reports import make_page, write_mixed
 
 QRXINSPECT, PICTURES = (pathlib.Path(argument) for argument in sys.argv[1:3])
-browser.find()
+browser.skip_unless_possible()
 
 SCREENS = {"wide": (1280, 800), "narrow": (1000, 800), "phone": (390, 844), "tablet": (800, 1000)}
-# What a browser's usual margins of 1 cm leave of a sheet.
+# In CSS pixels, within the browser's default margins of 1 cm.
 A4 = (718, 1047)
 
-# The contrast of each text with what is behind it, as WCAG counts it; the least of all.
-LEAST_CONTRAST = """
+# The lowest contrast between a text and its background, by the formula of WCAG 2.
+LOWEST_CONTRAST = """
 (() => {
   const parse = (colour) => (colour.match(/[\\d.]+/g) || []).map(Number);
   const light = (channels) => {
@@ -35,19 +35,19 @@ LEAST_CONTRAST = """
     }
     return [255, 255, 255];
   };
-  let least = 21;
+  let lowest = 21;
   for (const element of document.querySelectorAll('h1, li, td, .pill, summary, pre, footer, th button')) {
     const style = getComputedStyle(element);
     if (element.offsetParent === null || style.display === 'none') continue;
     const [a, b] = [light(parse(style.color).slice(0, 3)), light(behind(element))];
-    least = Math.min(least, (Math.max(a, b) + 0.05) / (Math.min(a, b) + 0.05));
+    lowest = Math.min(lowest, (Math.max(a, b) + 0.05) / (Math.min(a, b) + 0.05));
   }
-  return least;
+  return lowest;
 })()
 """
 
-# Texts that their box or the screen cuts off.
-CUT_OFF = """
+# The texts that their box or the screen clips.
+CLIPPED = """
 Array.from(document.querySelectorAll('h1, li, td, summary, th')).filter((element) => {
   const box = element.getBoundingClientRect();
   return element.offsetParent !== null && (box.left < 0 || box.right > innerWidth + 0.5 ||
@@ -73,33 +73,33 @@ class Layout(unittest.TestCase):
     def tearDownClass(cls):
         cls.folder.cleanup()
 
-    def test_it_fits_every_screen(self):
+    def test_fits_every_screen(self):
         for count, page in self.pages.items():
             for name, (width, height) in SCREENS.items():
                 for dark in (False, True):
                     with self.subTest(reports=count, screen=name, dark=dark):
                         self.browser.show(page, width, height, dark)
-                        self.keep_picture(f"{count}-{name}-{'dark' if dark else 'light'}", width, height)
+                        self.save_picture(f"{count}-{name}-{'dark' if dark else 'light'}", width, height)
                         self.assertEqual(self.browser.value("document.querySelectorAll('tbody tr').length"), count)
                         self.assertLessEqual(self.browser.value("document.documentElement.scrollWidth"), width)
-                        self.assertEqual(self.browser.value(CUT_OFF), [])
-                        self.assertGreaterEqual(self.browser.value(LEAST_CONTRAST), 4.5)
+                        self.assertEqual(self.browser.value(CLIPPED), [])
+                        self.assertGreaterEqual(self.browser.value(LOWEST_CONTRAST), 4.5)
 
-    def keep_picture(self, name, width, height):
-        """Keeps what the screen shows, which must be something."""
+    def save_picture(self, name, width, height):
+        """Saves a screenshot, which must not be empty."""
         picture = self.browser.picture()
         (PICTURES / f"{name}.png").write_bytes(picture)
         self.assertEqual(struct.unpack(">II", picture[16:24]), (width, height))
-        self.assertGreater(len(picture), 5000, "an empty screen is smaller")
+        self.assertGreater(len(picture), 5000, "an empty screen compresses better")
 
-    def test_dark_screens_get_a_dark_page(self):
-        paper = "getComputedStyle(document.body).backgroundColor.match(/\\d+/g).map(Number).reduce((a, b) => a + b)"
+    def test_is_dark_in_dark_mode(self):
+        brightness = "getComputedStyle(document.body).backgroundColor.match(/\\d+/g).map(Number).reduce((a, b) => a + b)"
         self.browser.show(self.pages[1])
-        self.assertGreater(self.browser.value(paper), 3 * 200)
+        self.assertGreater(self.browser.value(brightness), 3 * 200)
         self.browser.show(self.pages[1], dark=True)
-        self.assertLess(self.browser.value(paper), 3 * 60)
+        self.assertLess(self.browser.value(brightness), 3 * 60)
 
-    def test_a_click_on_a_heading_sorts(self):
+    def test_sorts_by_the_clicked_heading(self):
         self.browser.show(self.pages[40])
         ascending = [f"rack-{number}.xml" for number in range(1, 41)]
         for expected, state in ((ascending, "ascending"), (ascending[::-1], "descending"), (ascending, "ascending")):
@@ -112,14 +112,14 @@ class Layout(unittest.TestCase):
         self.assertEqual(set(outcomes), {"success", "failure", "damaged"})
         self.assertEqual(self.browser.value("document.querySelector('th').getAttribute('aria-sort')"), "none")
 
-    def test_a_search_leaves_what_matches(self):
+    def test_shows_only_rows_that_match_the_search(self):
         self.browser.show(self.pages[40])
-        self.browser.value("search.value = 'SIGNING rack-3'; search.dispatchEvent(new Event('input'))")
+        self.browser.value("search.value = 'SIGNING rack-3', search.dispatchEvent(new Event('input'))")
         shown = self.browser.value("Array.from(document.querySelectorAll('tbody tr')).filter((row) => "
                                    "row.offsetParent).map((row) => row.cells[0].textContent)")
         self.assertEqual(shown, ["rack-3.xml"])
 
-    def test_paper_gets_all_rows_and_no_controls(self):
+    def test_prints_all_rows_and_no_controls(self):
         self.browser.show(self.pages[40], media="print")
         self.assertEqual(self.browser.value("getComputedStyle(search).display"), "none")
         self.assertEqual(self.browser.value("document.querySelectorAll('tbody tr').length"), 40)
@@ -128,8 +128,8 @@ class Layout(unittest.TestCase):
             (PICTURES / "40-paper.png").write_bytes(self.browser.picture())
             self.assertEqual(self.browser.value("getComputedStyle(document.body).backgroundColor"), "rgb(255, 255, 255)")
             self.assertLessEqual(self.browser.value("document.documentElement.scrollWidth"), A4[0])
-            self.assertEqual(self.browser.value(CUT_OFF), [])
-            self.assertGreaterEqual(self.browser.value(LEAST_CONTRAST), 4.5)
+            self.assertEqual(self.browser.value(CLIPPED), [])
+            self.assertGreaterEqual(self.browser.value(LOWEST_CONTRAST), 4.5)
         paper = self.browser.paper()
         (PICTURES / "40.pdf").write_bytes(paper)
         self.assertTrue(paper.startswith(b"%PDF"))

@@ -1,4 +1,4 @@
-"""Reports to make pages of, and the pages."""
+"""Reports, and pages made of them."""
 
 import pathlib
 import subprocess
@@ -26,7 +26,7 @@ def failure(message):
 
 
 def mixed(number):
-    """The report of one chassis of many: most succeed, some fail, one in twenty is damaged."""
+    """The report of one chassis of many: most succeeded, some failed, one in twenty is damaged."""
     if number % 20 == 7:
         return update("1.40.200").replace("QRX", "Q<X")
     if number % 5 == 3:
@@ -35,7 +35,7 @@ def mixed(number):
 
 
 def write_mixed(folder, count):
-    """Writes the reports of that many chassis; returns their names."""
+    """Writes the reports of `count` chassis; returns their file names."""
     names = [f"rack-{number}.xml" for number in range(1, count + 1)]
     for number, name in enumerate(names, start=1):
         (pathlib.Path(folder) / name).write_text(mixed(number))
@@ -43,7 +43,7 @@ def write_mixed(folder, count):
 
 
 def make_page(qrxinspect, folder, names):
-    """The page of these reports."""
+    """Has qrxinspect make the page of these reports; returns its path."""
     page = pathlib.Path(folder) / "page.html"
     ended = subprocess.run([qrxinspect, "report", "--html", "--", *names], cwd=folder, check=False, capture_output=True)
     page.write_bytes(ended.stdout)
