@@ -1,4 +1,4 @@
-// The two operations against a platform library that answers in every combination.
+// Both operations, with every combination of the platform library's answers.
 
 #include "QRXInventory.h"
 #include "QRXUpdate.h"
@@ -162,11 +162,11 @@ private:
     WorkingTempDir folder_;
 };
 
-TEST_F(Combinations, OfAnInventory) {
+TEST_F(Combinations, ReportsEachOutcomeOfAnInventory) {
     EXPECT_EQ(Table(TABLES "/inventory.table").forEach(runInventory), 10U * 2 * 2 * 7 * 2 * 2 * 9);
 }
 
-TEST_F(Combinations, OfAnUpdate) {
+TEST_F(Combinations, ReportsEachOutcomeOfAnUpdate) {
     EXPECT_EQ(Table(TABLES "/update.table").forEach(runUpdate), 2U * 2 * 7 * 2 * 2 * 2 * 2 * 2 * 2 * 4);
 }
 

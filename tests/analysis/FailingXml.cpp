@@ -1,8 +1,8 @@
 /**
- * Preloaded into a program, lets calls of one libxml2 function fail.
+ * Preloaded into a program, makes calls of one libxml2 function fail.
  *
- * FAILING_XML is the function's name, or its name, a colon and the number, from 1, of the only call that
- * fails.
+ * FAILING_XML is the function's name, optionally followed by a colon and the number, from 1, of the only call
+ * that fails.
  */
 
 #include <dlfcn.h>

@@ -1,7 +1,7 @@
 /**
- * Preloaded into a program, lets one of libxml2's allocations fail: the one whose number, from 1, stands in
- * FAILING_XML_ALLOCATION. At exit, how many there were is written to the file that XML_ALLOCATIONS names. A
- * crash ends the program with status 97 when libxml2 was at work, and with 98 when it was anybody else.
+ * Preloaded into a program, makes one of libxml2's allocations fail: the one whose number, from 1, is in
+ * FAILING_XML_ALLOCATION. At exit, writes the number of allocations to the file named by XML_ALLOCATIONS. A
+ * crash ends the program with status 97 inside libxml2, and with 98 elsewhere.
  */
 
 #include <dlfcn.h>

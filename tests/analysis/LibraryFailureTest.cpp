@@ -42,26 +42,26 @@ protected:
     Workplace place_;
 };
 
-TEST_F(LibraryFailure, APackageThatIsNotParsedIsAMalformedOne) {
+TEST_F(LibraryFailure, TreatsAnUnparsedPackageAsMalformed) {
     runInventory("xmlParseFile");
     EXPECT_EQ(report(), place_.expected("package-malformed-inventory/expected/after/report.xml"));
     EXPECT_EQ(place_.log(), place_.expected("package-malformed-inventory/expected/after/debug.log"));
 }
 
-TEST_F(LibraryFailure, AnInventoryThatIsNotParsedIsAMalformedOne) {
+TEST_F(LibraryFailure, TreatsAnUnparsedInventoryAsMalformed) {
     runInventory("xmlParseMemory");
     EXPECT_EQ(report(), place_.expected(kNotFoundReport));
     EXPECT_EQ(place_.log(), place_.expected("inventory-malformed-document/expected/after/debug.log"));
 }
 
-TEST_F(LibraryFailure, WithoutAContextThePackageTellsNothing) {
+TEST_F(LibraryFailure, ReadsNothingFromThePackageWithoutAContext) {
     runInventory("xmlXPathNewContext:1");
     EXPECT_EQ(report(), place_.expected(kNotFoundReport));
     EXPECT_TRUE(logs("CSoftwareComponentInfo::GetNodeSet() Error in xmlXPathNewContext"));
     EXPECT_TRUE(logs("Record Not Found : ComponentID is "));
 }
 
-TEST_F(LibraryFailure, WithoutAContextTheInventoryHasNoRecord) {
+TEST_F(LibraryFailure, FindsNoRecordWithoutAContext) {
     runInventory("xmlXPathNewContext:2");
     EXPECT_EQ(report(), place_.expected(kNotFoundReport));
     EXPECT_TRUE(logs("CIdentityModuleInventory::getnodeset :: Error in xmlXPathNewContext"));
@@ -69,20 +69,20 @@ TEST_F(LibraryFailure, WithoutAContextTheInventoryHasNoRecord) {
     EXPECT_TRUE(logs("CQRXInventory::isTVKRecordPresent() :: bReturnCode is 1"));
 }
 
-TEST_F(LibraryFailure, WithoutAnEvaluationThePackageTellsNothing) {
+TEST_F(LibraryFailure, ReadsNothingFromThePackageWithoutAnEvaluation) {
     runInventory("xmlXPathEvalExpression:1");
     EXPECT_EQ(report(), place_.expected(kNotFoundReport));
     EXPECT_TRUE(logs("CSoftwareComponentInfo::GetNodeSet() Error in xmlXPathEvalExpression"));
 }
 
-TEST_F(LibraryFailure, WithoutAnEvaluationTheInventoryHasNoRecord) {
+TEST_F(LibraryFailure, FindsNoRecordWithoutAnEvaluation) {
     runInventory("xmlXPathEvalExpression:2");
     EXPECT_EQ(report(), place_.expected(kNotFoundReport));
     EXPECT_TRUE(logs("CIdentityModuleInventory::getnodeset :: Error in xmlXPathEvalExpression"));
     EXPECT_TRUE(logs("CIdentityModuleInventory::GetInvFromTVK:: component ID not found"));
 }
 
-TEST_F(LibraryFailure, WithoutABufferTheLookUpFails) {
+TEST_F(LibraryFailure, FailsTheLookUpWithoutABuffer) {
     runInventory("xmlBufferCreate");
     EXPECT_EQ(report(), place_.expected(kNotFoundReport));
     EXPECT_TRUE(logs("CIdentityModuleInventory::GetInvFromTVK:: component ID found"));
@@ -90,7 +90,7 @@ TEST_F(LibraryFailure, WithoutABufferTheLookUpFails) {
     EXPECT_TRUE(logs("Record Not Found : ComponentID is 25227"));
 }
 
-TEST_F(LibraryFailure, AnUpdateGoesOnWithoutWhatThePackageWouldTell) {
+TEST_F(LibraryFailure, UpdatesWithoutTheContentsOfThePackage) {
     place_.takeCase("update-success");
     const Outcome outcome =
         runPreloaded(FAILING_XML_LIBRARY, {"-u"}, {{"FAILING_XML", "xmlXPathNewContext"}});
@@ -103,8 +103,8 @@ TEST_F(LibraryFailure, AnUpdateGoesOnWithoutWhatThePackageWouldTell) {
         R"(<RebootRequired>0</RebootRequired></SVMExecution>)");
 }
 
-/** Every allocation of libxml2 in a whole inventory, each failing in a run of its own. */
-TEST_F(LibraryFailure, EachAllocationThatFailsLeavesAReportOfTheRun) {
+/** Fails each of libxml2's allocations in a whole inventory, one per run. */
+TEST_F(LibraryFailure, WritesAReportWhicheverAllocationFails) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "skipped: AddressSanitizer ends the runs in which libxml2 itself uses freed memory";
 #endif
@@ -117,8 +117,8 @@ TEST_F(LibraryFailure, EachAllocationThatFailsLeavesAReportOfTheRun) {
     const long allocations = std::stol(readFile(count));
     ASSERT_GT(allocations, 100);
 
-    // What may come out beside the report of a component that is found and of one that is not: without memory
-    // for its version, a component is found without one.
+    // Besides "found" and "not found", a component may be found without a version, if memory for the version
+    // runs out.
     const std::map<std::string, std::string> reports{
         {found, "found"},
         {place_.expected(kNotFoundReport), "not found"},

@@ -1,5 +1,5 @@
-// The program in surroundings that do not wish it well: what it was asked for comes out, or is lost as
-// documented, and the rest of the run is as ever.
+// The program in hostile surroundings: it does what was asked, or loses only what the documents say, and the
+// rest of the run is unaffected.
 
 #include "Workplace.h"
 
@@ -15,7 +15,7 @@ constexpr const char* kReport = "inventory-success/expected/after/report.xml";
 constexpr const char* kCalls = "inventory-success/expected/calls";
 constexpr std::size_t kLongestArgument = 131'071;  // bytes, as the kernel has it
 
-/** Whether a program runs at all in the way that a test needs. */
+/** Whether a program that a test needs can be run. */
 bool runs(const std::vector<std::string>& arguments) {
     Command command;
     command.arguments = arguments;
@@ -26,7 +26,7 @@ class Surroundings : public testing::Test {
 protected:
     Surroundings() { place_.takeCase(kCase); }
 
-    /** The inventory with these arguments, started by way of another program if one is given. */
+    /** Runs an inventory with these arguments, through another program if one is given. */
     Outcome inventory(const std::vector<std::string>& arguments,
                       const std::vector<std::string>& starter = {}) {
         Command command = place_.command(arguments);
@@ -52,13 +52,13 @@ protected:
     Workplace place_;
 };
 
-TEST_F(Surroundings, TenThousandArguments) {
+TEST_F(Surroundings, AcceptsTenThousandArguments) {
     std::vector<std::string> arguments(9'997, "-v");
     arguments.insert(arguments.end(), {"-i", "-o", "report.xml"});
     expectReportIn(inFolder("report.xml"), inventory(arguments));
 }
 
-TEST_F(Surroundings, AnErrorInTheLastOfTenThousandArgumentsOpensNothing) {
+TEST_F(Surroundings, OpensNothingIfTheLastOfTenThousandArgumentsIsWrong) {
     std::vector<std::string> arguments{"-i", "-o", "report.xml", "-d"};
     arguments.resize(9'999, "-v");
     arguments.emplace_back("-V");
@@ -70,23 +70,23 @@ TEST_F(Surroundings, AnErrorInTheLastOfTenThousandArgumentsOpensNothing) {
     EXPECT_EQ(place_.calls(), "");
 }
 
-TEST_F(Surroundings, AnUnknownArgumentOfTheGreatestLength) {
+TEST_F(Surroundings, RejectsAnUnknownArgumentOfTheGreatestLength) {
     const Outcome outcome = inventory({"-i", std::string(kLongestArgument, 'i')});
     EXPECT_EQ(outcome.exitStatus, 1);
     EXPECT_EQ(outcome.output.size(), 381U);
     EXPECT_EQ(place_.calls(), "");
 }
 
-TEST_F(Surroundings, AReportNameOfTheGreatestLengthCannotBeOpened) {
+TEST_F(Surroundings, SurvivesAReportNameOfTheGreatestLength) {
     expectReportOnStandardOutput(inventory({"-i", "-o", std::string(kLongestArgument, 'r')}));
 }
 
-TEST_F(Surroundings, ALogNameOfTheGreatestLengthCannotBeOpened) {
+TEST_F(Surroundings, SurvivesALogNameOfTheGreatestLength) {
     expectReportIn(inFolder("report.xml"),
                    inventory({"-i", "-o", "report.xml", "-d", std::string(kLongestArgument, 'd')}));
 }
 
-TEST_F(Surroundings, ALocaleWithAnotherDecimalPointAndGrouping) {
+TEST_F(Surroundings, IgnoresTheLocalesDecimalPointAndGrouping) {
     const TempDir locales;
     if (!runs({"/usr/bin/localedef", "-i", "de_DE", "-f", "UTF-8", (locales / "de_DE.UTF-8").string()})) {
         GTEST_SKIP() << "skipped: needs the locale sources of the package locales";
@@ -97,19 +97,19 @@ TEST_F(Surroundings, ALocaleWithAnotherDecimalPointAndGrouping) {
     EXPECT_EQ(place_.log(), place_.expected("inventory-success/expected/after/debug.log"));
 }
 
-TEST_F(Surroundings, AReportThroughALinkGoesWhereTheLinkLeads) {
+TEST_F(Surroundings, WritesTheReportThroughALink) {
     std::filesystem::create_symlink("elsewhere.xml", inFolder("report.xml"));
     expectReportIn(inFolder("elsewhere.xml"), inventory({"-i", "-o", "report.xml"}));
     EXPECT_TRUE(std::filesystem::is_symlink(inFolder("report.xml")));
 }
 
-TEST_F(Surroundings, AReportThroughALinkToItselfGoesToStandardOutput) {
+TEST_F(Surroundings, WritesToStandardOutputIfTheReportIsALinkToItself) {
     std::filesystem::create_symlink("report.xml", inFolder("report.xml"));
     expectReportOnStandardOutput(inventory({"-i", "-o", "report.xml"}));
 }
 
-/** Starts a program without root's right to pass over permissions; nothing is needed where there is no such
- * right. */
+/** The command that starts a program without root's right to ignore permissions; empty for other users, who
+ * do not have it. */
 std::vector<std::string> withoutOverride() {
     if (geteuid() != 0) {
         return {};
@@ -117,7 +117,7 @@ std::vector<std::string> withoutOverride() {
     return {"/usr/bin/setpriv", "--bounding-set=-dac_override,-dac_read_search"};
 }
 
-TEST_F(Surroundings, AReportInAFolderWithoutRightsGoesToStandardOutput) {
+TEST_F(Surroundings, WritesToStandardOutputIfTheReportsFolderIsReadOnly) {
     std::filesystem::create_directory(inFolder("locked"));
     ASSERT_EQ(chmod(inFolder("locked").c_str(), S_IRUSR | S_IXUSR), 0);
     const Outcome outcome = inventory({"-i", "-o", "locked/report.xml"}, withoutOverride());
@@ -126,14 +126,14 @@ TEST_F(Surroundings, AReportInAFolderWithoutRightsGoesToStandardOutput) {
     EXPECT_TRUE(std::filesystem::is_empty(inFolder("locked")));
 }
 
-TEST_F(Surroundings, AReportFileWithoutRightsStaysAsItWas) {
+TEST_F(Surroundings, LeavesAReadOnlyReportFileUnchanged) {
     writeFile(inFolder("report.xml"), "kept");
     ASSERT_EQ(chmod(inFolder("report.xml").c_str(), S_IRUSR), 0);
     expectReportOnStandardOutput(inventory({"-i", "-o", "report.xml"}, withoutOverride()));
     EXPECT_EQ(readFile(inFolder("report.xml")), "kept");
 }
 
-TEST_F(Surroundings, AWorkingFolderWithoutRightsToWriteCostsTheLogOnly) {
+TEST_F(Surroundings, LosesOnlyTheLogInAReadOnlyWorkingFolder) {
     ASSERT_EQ(chmod(place_.directory().c_str(), S_IRUSR | S_IXUSR), 0);
     const Outcome outcome = inventory({"-i", "-d"}, withoutOverride());
     ASSERT_EQ(chmod(place_.directory().c_str(), S_IRWXU), 0);
@@ -141,15 +141,15 @@ TEST_F(Surroundings, AWorkingFolderWithoutRightsToWriteCostsTheLogOnly) {
     EXPECT_FALSE(std::filesystem::exists(inFolder("debug.log")));
 }
 
-TEST_F(Surroundings, APackageDescriptionWithoutRightsIsOneThatIsMissing) {
+TEST_F(Surroundings, TreatsAnUnreadablePackageDescriptionAsMissing) {
     ASSERT_EQ(chmod(inFolder("package.xml").c_str(), 0), 0);
     const Outcome outcome = inventory({"-i"}, withoutOverride());
     EXPECT_EQ(outcome.exitStatus, 0);
     EXPECT_EQ(outcome.output, place_.expected("package-missing-inventory/expected/after/report.xml"));
 }
 
-/** On a file system of one page that is full when the program starts. */
-TEST_F(Surroundings, AFullDiskLosesTheReportAndNothingElse) {
+/** The report goes to a file system of one page, which is full when the program starts. */
+TEST_F(Surroundings, LosesOnlyTheReportOnAFullDisk) {
     const std::vector<std::string> namespaces =
         geteuid() == 0 ? std::vector<std::string>{"/usr/bin/unshare", "--mount"}
                        : std::vector<std::string>{"/usr/bin/unshare", "-Ur", "--mount"};

@@ -12,17 +12,17 @@ namespace test {
 using Cells = std::map<std::string, std::string>;
 
 /**
- * A table of decisions, as tests/analysis/inventory.table explains itself: values, and rows that say what
- * follows from each combination of them.
+ * A decision table: values, and rows that give the outcome of each combination of them.
+ * tests/analysis/inventory.table explains the format.
  */
 class Table {
 public:
-    /** Throws std::runtime_error on a file that is no table. */
+    /** Throws std::runtime_error if the file is not a table. */
     explicit Table(const std::filesystem::path& file);
 
-    /** Calls `use` for every combination of the values, and what follows. Throws std::runtime_error when a
-     *  combination falls into no row or into several, or when a row is for no combination.
-     *  @return how many combinations there are */
+    /** Calls `use` for every combination of the values, with its outcome. Throws std::runtime_error if a
+     *  combination matches no row or several, or if a row matches no combination.
+     *  @return the number of combinations */
     std::size_t forEach(const std::function<void(const Cells& given, const Cells& expected)>& use) const;
 
 private:
