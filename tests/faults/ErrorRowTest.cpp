@@ -299,7 +299,7 @@ protected:
         const auto& row = GetParam();
         EXPECT_THAT(told[0], HasSubstr(" " + call + ": error " + std::to_string(row.number) + ", " +
                                        row.cause + ": "));
-        EXPECT_THAT(told[0], EndsWith("; to do: " + row.remedy));
+        EXPECT_THAT(told[0], EndsWith("; hint: " + row.remedy));
     }
 
     void expectRefusedUpdate(const Trigger& trigger) {

@@ -50,7 +50,7 @@ class Entries(AttackTest):
             report = update.stdout.read()
             _, update.returncode, usage = os.wait4(update.pid, 0)
         self.assertIn('<Message id="1">Complete Signed Unzip is failed</Message>', report)
-        self.assertIn("error 605, archive beyond the bounds: archive: more entries than allowed", self.chassis.log())
+        self.assertIn("error 605, archive exceeds the limits: archive: more entries than allowed", self.chassis.log())
         self.assertEqual(self.snapshot(), self.before)
         self.assertLess(usage.ru_maxrss, BOUND_KIB)
 

@@ -76,7 +76,7 @@ class Mounts(AttackTest):
     def test_on_a_disk_that_takes_no_byte_the_cause_goes_to_standard_error(self):
         ended = self.update_with_free_space(1_500_000, then="full")
         self.assert_refused(ended, "Start copying file failed")
-        self.assert_told_without_a_log(ended.stderr, "error 403, no space: ")
+        self.assert_told_without_a_log(ended.stderr, "error 403, no space left: ")
 
     def test_on_a_disk_that_fills_up_the_old_state_stays(self):
         # Small packed, so that there seems to be space; too large unpacked.
@@ -85,7 +85,7 @@ class Mounts(AttackTest):
         self.assert_refused(ended, "Complete Signed Unzip is failed")
 
     def assert_told_without_a_log(self, told, cause):
-        self.assertRegex(told, rf"libvtek \(simulation\): StartCopyFile: {cause}.+; to do: .+")
+        self.assertRegex(told, rf"libvtek \(simulation\): StartCopyFile: {cause}.+; hint: .+")
 
     def sign_package(self, content):
         """Makes a package of one file."""

@@ -49,7 +49,7 @@ std::vector<Declared> declareCommands(CLI::App& app) {
 int report(const vtek::Error& error) {
     const int number = static_cast<int>(error.number);
     std::cerr << "vtekctl: " << toPrintable(error.message) << " (error " << number << ")\n";
-    std::cerr << "vtekctl: to do: " << vtek::errorInfo(error.number).remedy << '\n';
+    std::cerr << "vtekctl: hint: " << vtek::errorInfo(error.number).remedy << '\n';
     return error.number == vtek::ErrorNumber::InvalidArgument ? kUsage : kRefused;
 }
 

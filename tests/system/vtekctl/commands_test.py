@@ -77,7 +77,7 @@ class Roots(VtekctlCase):
                         ["trust", "add", self.description], ["trust", "list"], ["trust", "remove", "x"], ["history"],
                         ["rollback"], ["recover"], ["run", "--", "true"], ["verify", self.description]):
             with self.subTest(command):
-                self.assert_refused(101, *command, saying="to do: make one with `vtekctl init`, or set VTEK_ROOT")
+                self.assert_refused(101, *command, saying="hint: create one with `vtekctl init`, or set VTEK_ROOT")
 
 
 class Settings(VtekctlCase):
@@ -139,9 +139,9 @@ COMPONENT  VERSION   TYPE  DEVICE  APPLICATION
 
     def test_settings_that_are_refused(self):
         before = snapshot(self.root)
-        for name, value, saying in (("lock-wait", "3601", "lock-wait takes 0 to 3600"),
-                                    ("ipmi-transport", "/dev/null", "ipmi-transport takes simulated or /dev/ipmiN"),
-                                    ("nonsense", "1", "no setting is called 'nonsense'")):
+        for name, value, saying in (("lock-wait", "3601", "lock-wait must be 0 to 3600"),
+                                    ("ipmi-transport", "/dev/null", "ipmi-transport must be simulated or /dev/ipmiN"),
+                                    ("nonsense", "1", "there is no setting 'nonsense'")):
             self.assert_refused(802, "set", name, value, status=USAGE, saying=saying)
         self.assert_refused(802, "set", "lock-wait", status=USAGE, saying="give a value for lock-wait")
         self.assertEqual(snapshot(self.root), before)
@@ -373,7 +373,7 @@ class Firmware(VtekctlCase):
         self.assert_refused(803, "rollback")
         self.update()
         self.assertEqual(self.done("rollback"), f"component {COMPONENT} is back from {NEW} to {INSTALLED}\n")
-        self.assert_refused(803, "rollback", saying="to do: only the last update can be undone, once")
+        self.assert_refused(803, "rollback", saying="hint: only the last update can be undone, and only once")
         self.assertEqual([entry["outcome"] for entry in self.answer("history")], ["updated", "rolled back"])
 
     def test_recover_clears_what_is_left_over(self):

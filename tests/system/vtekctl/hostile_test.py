@@ -246,7 +246,7 @@ class Files(VtekctlCase):
         for command in (["show"], ["history"], ["inventory", "export"], ["set", "lock-wait", "1"], ["rollback"],
                         ["recover"]):
             with self.subTest(command):
-                self.assert_refused(112, *command, saying="to do: restore state.db from a backup, or make a new root")
+                self.assert_refused(112, *command, saying="hint: restore state.db from a backup, or create a new root")
 
     def test_a_root_that_others_may_write_to_is_not_used(self):
         self.root.chmod(0o777)

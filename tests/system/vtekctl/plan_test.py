@@ -38,7 +38,7 @@ class Plan(VtekctlCase):
         self.assertEqual(ended.returncode, REFUSED, ended.stderr)
         self.assertRegex(ended.stdout, rf"(?m)^{step} +failed +{finding}")
         self.assertTrue(ended.stdout.endswith("\nthe update would fail\n"), ended.stdout)
-        self.assertRegex(ended.stderr, rf"\Avtekctl: {finding}.* \(error {number}\)\nvtekctl: to do: .+\n\Z")
+        self.assertRegex(ended.stderr, rf"\Avtekctl: {finding}.* \(error {number}\)\nvtekctl: hint: .+\n\Z")
         plan = self.json_plan(REFUSED)
         self.assertFalse(plan["wouldSucceed"])
         found = {entry["step"]: entry for entry in plan["steps"]}
@@ -191,7 +191,7 @@ the update would succeed
 
     def test_another_package_xml(self):
         (self.package / "package.xml").write_text(DESCRIPTION + "\n")
-        self.assert_fails("policy", 306, "package.xml is not the one that the payload was signed with", ["unpack"])
+        self.assert_fails("policy", 306, "package.xml does not match the digest in the signed manifest", ["unpack"])
 
     def test_an_archive_that_does_not_unpack(self):
         self.done("set", "unpack-entries", "3")

@@ -88,7 +88,7 @@ protected:
             EXPECT_THAT(ended.error, HasSubstr("standard output could not be written"));
         } else if (ended.status != tools::kDone) {
             EXPECT_THAT(ended.error, HasSubstr(" (error "));
-            EXPECT_THAT(ended.error, HasSubstr("to do: "));
+            EXPECT_THAT(ended.error, HasSubstr("hint: "));
         }
     }
 

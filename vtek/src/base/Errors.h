@@ -6,9 +6,9 @@
 namespace vtek {
 
 /**
- * Every cause of a failure. The hundreds tell where in an update it belongs: 1 the root and its state, 2 the
- * payload's signature, 3 what the payload is for, 4 the start of the copy, 5 the copy, 6 the unpacking, 7 the
- * commit, 8 the use of the library, 9 IPMI. A number never changes its meaning.
+ * Every cause of a failure. The hundreds group the causes: 1 the root and its state, 2 the payload and its
+ * signature, 3 what the payload is for, 4 the start of the copy, 5 the copy, 6 unpacking, 7 the commit, 8 the
+ * use of the library, 9 IPMI. A number never changes its meaning.
  */
 enum class ErrorNumber : int {
     None = 0,
@@ -72,7 +72,7 @@ enum class ErrorNumber : int {
     OutOfOrder = 801,
     InvalidArgument = 802,
     NothingToRollBack = 803,
-    // 804 is free: it was the number of a library that no longer exists.
+    // 804 is retired: it belonged to a library that no longer exists.
     Internal = 899,
 
     IpmiFailed = 901,
@@ -83,13 +83,13 @@ enum class ErrorNumber : int {
 struct ErrorInfo {
     ErrorNumber number;
     std::string_view cause;   ///< what is wrong, in a few words
-    std::string_view remedy;  ///< what the administrator can do about it
+    std::string_view remedy;  ///< how the administrator can fix it, in the imperative
 };
 
-/** Every error but None, in the order of the numbers. */
+/** All errors except None, ordered by number. */
 const std::vector<ErrorInfo>& errorTable();
 
-/** The row of one error. */
+/** Returns the row of an error, which must not be None. */
 const ErrorInfo& errorInfo(ErrorNumber number);
 
 }  // namespace vtek

@@ -13,7 +13,9 @@ namespace vtek {
 
 namespace {
 
-constexpr std::size_t kPieceSize = 256 * 1024;  // of takePieces: large enough that system calls cost nothing
+// Bytes that takePieces reads at a time: enough to make the cost of the system calls negligible.
+constexpr std::size_t kPieceSize = 256 * 1024;
+constexpr std::size_t kBlockSize = 16 * 1024;  // of readWhole, which reads small files
 
 /** Repeats a system call as long as a signal interrupts it. */
 template <class Call>
@@ -23,6 +25,28 @@ auto uninterrupted(Call call) {
         result = call();
     }
     return result;
+}
+
+/**
+ * Reads until a buffer is full or the file ends: one read may return less than it was asked for.
+ *
+ * @param readSome  reads into (buffer, size) at a distance from the start; returns what read(2) does
+ */
+template <class ReadSome>
+ssize_t readUntilFull(void* buffer, std::size_t size, ReadSome readSome) {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t n =
+            uninterrupted([&] { return readSome(static_cast<char*>(buffer) + done, size - done, done); });
+        if (n < 0) {
+            return -1;
+        }
+        if (n == 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    return static_cast<ssize_t>(done);
 }
 
 struct CloseFolder {
@@ -36,7 +60,7 @@ const int kWorkingFolder = AT_FDCWD;
 
 void UniqueFd::reset() {
     if (fd_ >= 0) {
-        const int before = errno;
+        const int before = errno;  // callers report errno after their descriptors are gone
         close(std::exchange(fd_, -1));
         errno = before;
     }
@@ -56,7 +80,7 @@ UniqueFd aboveStandard(UniqueFd fd) {
 
 Result<RegularFile> openRegularFile(int folder, const std::string& path, Links links,
                                     const std::string& shown, ErrorNumber onFailure) {
-    // Without O_NONBLOCK the open of a FIFO waits for a writer.
+    // Without O_NONBLOCK, opening a FIFO waits for a writer. O_NOCTTY: a terminal must not become ours.
     const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | (links == Links::Refused ? O_NOFOLLOW : 0);
     RegularFile file{openAt(folder, path, flags), {}};
     if (!file.fd || fstat(file.fd.get(), &file.info) != 0) {
@@ -69,37 +93,14 @@ Result<RegularFile> openRegularFile(int folder, const std::string& path, Links l
 }
 
 ssize_t readFully(int fd, void* buffer, std::size_t size) {
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t n =
-            uninterrupted([&] { return read(fd, static_cast<char*>(buffer) + done, size - done); });
-        if (n < 0) {
-            return -1;
-        }
-        if (n == 0) {
-            break;
-        }
-        done += static_cast<std::size_t>(n);
-    }
-    return static_cast<ssize_t>(done);
+    return readUntilFull(buffer, size,
+                         [fd](char* to, std::size_t left, std::size_t) { return read(fd, to, left); });
 }
 
 ssize_t readFullyAt(int fd, void* buffer, std::size_t size, std::uint64_t offset) {
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t n = uninterrupted([&] {
-            return pread(fd, static_cast<char*>(buffer) + done, size - done,
-                         static_cast<off_t>(offset + done));
-        });
-        if (n < 0) {
-            return -1;
-        }
-        if (n == 0) {
-            break;
-        }
-        done += static_cast<std::size_t>(n);
-    }
-    return static_cast<ssize_t>(done);
+    return readUntilFull(buffer, size, [fd, offset](char* to, std::size_t left, std::size_t done) {
+        return pread(fd, to, left, static_cast<off_t>(offset + done));
+    });
 }
 
 bool writeFully(int fd, const void* data, std::size_t size) {
@@ -128,6 +129,7 @@ bool syncFileSystem(int fd) {
 }
 
 bool listFolder(int folder, std::vector<std::string>& names) {
+    // A descriptor of our own: closedir closes it, and its position does not move the caller's.
     UniqueFd own = openAt(folder, ".", O_RDONLY | O_DIRECTORY);
     if (!own) {
         return false;
@@ -139,7 +141,7 @@ bool listFolder(int folder, std::vector<std::string>& names) {
     static_cast<void>(own.release());
     names.clear();
     for (;;) {
-        errno = 0;
+        errno = 0;  // the only way to tell the end of the folder from a failure
         const dirent* entry = readdir(stream.get());
         if (entry == nullptr) {
             break;
@@ -175,7 +177,7 @@ std::int64_t takePieces(int fd, std::uint64_t length, const TakePiece& take) {
 
 bool readWhole(int fd, std::size_t bound, std::string& content) {
     content.clear();
-    char block[16384];
+    char block[kBlockSize];
     for (;;) {
         const ssize_t n = readFully(fd, block, sizeof block);
         if (n < 0) {

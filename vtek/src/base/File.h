@@ -40,21 +40,21 @@ private:
     int fd_ = -1;
 };
 
-/** The folder that openAt and its like start from when a path is to be taken as it is. */
+/** The folder argument that resolves relative paths from the working directory (AT_FDCWD). */
 extern const int kWorkingFolder;
 
 /**
- * Opens a file relative to a folder, with O_CLOEXEC, never as one of the descriptors 0 to 2: what the library
- * opens must not be mistaken for a standard stream that its caller has closed.
+ * Opens a file relative to a folder, with O_CLOEXEC. The descriptor is never 0, 1 or 2, so that it cannot be
+ * mistaken for a standard stream that the caller has closed.
  *
  * @return an empty descriptor on failure, with errno set
  */
 UniqueFd openAt(int folder, const std::string& path, int flags, mode_t mode = 0);
 
-/** The same open file as a descriptor above 2, or as it is when it is one already or empty. */
+/** Moves an open file to a descriptor above 2. Returns an empty descriptor, or one above 2, unchanged. */
 UniqueFd aboveStandard(UniqueFd fd);
 
-/** A regular file, open for reading, and its state when it was opened. */
+/** A regular file, open for reading, with its metadata from when it was opened. */
 struct RegularFile {
     UniqueFd fd;
     struct stat info;
@@ -62,60 +62,60 @@ struct RegularFile {
     std::uint64_t size() const { return static_cast<std::uint64_t>(info.st_size); }
 };
 
-/** Whether a symbolic link in place of a file is followed. */
+/** Whether a symbolic link in the place of a file is followed. */
 enum class Links { Followed, Refused };
 
 /**
- * Opens a regular file for reading, relative to a folder. Anything else, such as a FIFO that nobody writes
- * to, is refused at once.
+ * Opens a regular file for reading, relative to a folder. Refuses anything else immediately, even a FIFO
+ * without a writer.
  *
- * @param shown      how messages name the file
- * @param onFailure  the number of every failure
+ * @param shown      the file's name in messages
+ * @param onFailure  the error number for every failure
  */
 Result<RegularFile> openRegularFile(int folder, const std::string& path, Links links,
                                     const std::string& shown, ErrorNumber onFailure);
 
-/** Reads until size bytes are there or the file ends. @return bytes read, or -1 with errno set */
+/** Reads until the buffer is full or the file ends. @return bytes read, or -1 with errno set */
 ssize_t readFully(int fd, void* buffer, std::size_t size);
 
 /** Like readFully, from an offset, without moving the descriptor. */
 ssize_t readFullyAt(int fd, void* buffer, std::size_t size, std::uint64_t offset);
 
-/** Writes everything. @return false with errno set on failure */
+/** Writes all of the data. @return false with errno set on failure */
 bool writeFully(int fd, const void* data, std::size_t size);
 bool writeFully(int fd, std::string_view text);
 
-/** Makes a file's or a folder's content durable. @return false with errno set on failure */
+/** Syncs the content of a file or folder to disk. @return false with errno set on failure */
 bool syncFd(int fd);
 
 /**
- * Makes everything durable on the file system that a descriptor is on.
+ * Syncs the whole file system that a descriptor is on.
  *
- * @return false with errno set on failure, also when something could not be written since the descriptor was
- * opened
+ * @return false with errno set on failure, including any failed write to that file system since the
+ * descriptor was opened
  */
 bool syncFileSystem(int fd);
 
 /**
- * The names in an open folder without "." and "..", in the order of their bytes.
+ * Lists the names in an open folder, without "." and "..", in byte order.
  *
  * @return false with errno set on failure
  */
 bool listFolder(int folder, std::vector<std::string>& names);
 
-/** Takes a piece of a file. @return false to stop */
+/** Receives a piece of a file. @return false to stop */
 using TakePiece = std::function<bool(std::string_view)>;
 
 /**
  * Reads a file from its start, piece by piece, without moving the descriptor.
  *
- * @param length  bytes to read at most
- * @return how many bytes were taken, fewer than length where the file ends or a piece was refused; -1 with
- * errno set when the file cannot be read
+ * @param length  maximum number of bytes to read
+ * @return the number of bytes taken, less than length if the file ends or a piece is refused; -1 with errno
+ * set if the file cannot be read
  */
 std::int64_t takePieces(int fd, std::uint64_t length, const TakePiece& take);
 
-/** Everything up to a bound that a file holds. @return false with errno set; EFBIG beyond the bound */
+/** Reads the rest of a file into content. @return false with errno set; EFBIG if it exceeds bound bytes */
 bool readWhole(int fd, std::size_t bound, std::string& content);
 
 }  // namespace vtek

@@ -10,9 +10,10 @@ namespace vtek {
 
 namespace {
 
-// What the kernel has memory for at once. For larger pieces it looks for larger pages, which in a virtual
-// machine can take five times as long as the writing.
+// Bytes per write. For larger pieces the kernel allocates larger pages, which in a virtual machine can take
+// five times as long as the write itself.
 constexpr std::size_t kPieceSize = 32 * 1024;
+// Bytes after which the kernel is told to start writing to disk, so that the final sync has little left.
 constexpr std::uint64_t kWriteOutStep = 2 * 1024 * 1024;
 
 }  // namespace
@@ -32,8 +33,8 @@ bool FileWriter::write(std::string_view data) {
     return true;
 }
 
-/** No more than a hint: whether the disk has taken it shows when the file is made durable. */
 void FileWriter::beginWriteOut() {
+    // Only a hint, so its result does not matter: a failed write is reported by the final sync.
     sync_file_range(fd_, static_cast<off64_t>(begun_), static_cast<off64_t>(written_ - begun_),
                     SYNC_FILE_RANGE_WRITE);
     begun_ = written_;

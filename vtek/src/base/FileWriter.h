@@ -5,13 +5,13 @@
 
 namespace vtek {
 
-/** Writes a file from its start to its end, and has the disk work meanwhile. */
+/** Writes a file sequentially and starts the write to disk while more data arrives. */
 class FileWriter {
 public:
-    /** @param fd  of a new file; stays the caller's */
+    /** @param fd  a new file; remains owned by the caller */
     explicit FileWriter(int fd) : fd_(fd) {}
 
-    /** Writes everything behind what was written before. @return false with errno set on failure */
+    /** Appends the data. @return false with errno set on failure */
     bool write(std::string_view data);
 
 private:
@@ -19,7 +19,7 @@ private:
 
     int fd_;
     std::uint64_t written_ = 0;
-    std::uint64_t begun_ = 0;  ///< up to where the kernel was told to write out
+    std::uint64_t begun_ = 0;  ///< offset up to which the kernel was told to write out
 };
 
 }  // namespace vtek

@@ -15,14 +15,15 @@ namespace {
 
 constexpr const char* kFile = "vtek.log";
 constexpr const char* kOlderFile = "vtek.log.1";
-constexpr off_t kSizeBound = 1024 * 1024;
+constexpr off_t kSizeBound = 1024 * 1024;  // a full log is renamed: at most two of them exist
+constexpr mode_t kLogMode = 0640;          // readable by the group, not by others
 constexpr const char* kBanner =
     "This log belongs to a SIMULATED platform library (stand-in for libvtek.so.0).";
 
 std::string failureText(const char* call, const Error& error) {
     const ErrorInfo& info = errorInfo(error.number);
     return std::string(call) + ": error " + std::to_string(static_cast<int>(error.number)) + ", " +
-           std::string(info.cause) + ": " + error.message + "; to do: " + std::string(info.remedy);
+           std::string(info.cause) + ": " + error.message + "; hint: " + std::string(info.remedy);
 }
 
 }  // namespace
@@ -33,7 +34,7 @@ void Log::write(const std::string& sourceFile, unsigned int line, const std::str
 
 void Log::failure(const char* call, const Error& error) {
     if (root_ != nullptr && !writeLine(failureText(call, error))) {
-        tellFailure(call, error);
+        reportFailure(call, error);
     }
 }
 
@@ -50,15 +51,17 @@ bool Log::writeLine(const std::string& line) {
 
 void Log::open() {
     file_.reset();
+    // The folder is checked each time: its owner may have been changed since the last line.
     const auto folder = root_->openFolder(kLogFolder, ErrorNumber::RootUnsafe);
     if (!folder) {
         return;
     }
+    // O_NOFOLLOW and O_NONBLOCK: a planted symlink or FIFO must neither redirect nor block the log.
     constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-    file_ = openAt(folder->get(), kFile, kFlags, 0640);
+    file_ = openAt(folder->get(), kFile, kFlags, kLogMode);
     if (file_ && isFull()) {
         renameat(folder->get(), kFile, folder->get(), kOlderFile);
-        file_ = openAt(folder->get(), kFile, kFlags, 0640);
+        file_ = openAt(folder->get(), kFile, kFlags, kLogMode);
     }
     struct stat info {};
     if (file_ && fstat(file_.get(), &info) == 0 && info.st_size == 0) {
@@ -71,7 +74,7 @@ bool Log::isFull() const {
     return fstat(file_.get(), &info) == 0 && info.st_size >= kSizeBound;
 }
 
-void tellFailure(const char* call, const Error& error) {
+void reportFailure(const char* call, const Error& error) {
     const std::string text = oneLine("libvtek (simulation): " + failureText(call, error));
     writeFully(STDERR_FILENO, text + "\n");
     syslog(LOG_USER | LOG_ERR, "%s", text.c_str());

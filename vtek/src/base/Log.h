@@ -8,22 +8,20 @@
 namespace vtek {
 
 /**
- * The library's own log, log/vtek.log of a root: one line per message, bounded in size. A message that cannot
- * be written is dropped, since a log must not stop an update; a failure is told elsewhere then.
+ * The library's log, log/vtek.log in a root: one line per message, limited in size. Messages that cannot be
+ * written are dropped, because a log must not stop an update; failures then go to reportFailure.
  */
 class Log {
 public:
-    /** @param root  null, when tellFailure has said why, drops every line; else it must live as long as the
-     * log
-     */
+    /** @param root  must outlive the log; null drops every line, for a process that has no usable root */
     explicit Log(const Root* root) : root_(root) {}
 
-    /** Writes a caller's line with its place in the source; line breaks and control characters in the message
-     * are shown as "?". */
+    /** Writes a message with the caller's source file and line; "?" replaces line breaks and control
+     * characters. */
     void write(const std::string& sourceFile, unsigned int line, const std::string& message);
 
-    /** Writes why a call failed, and what to do about it; to where tellFailure does when the file takes no
-     * line, as on a read-only mount or a full disk. */
+    /** Writes why a call failed and how to fix it. If the log cannot be written, as on a read-only mount or a
+     * full disk, calls reportFailure. */
     void failure(const char* call, const Error& error);
 
 private:
@@ -35,7 +33,8 @@ private:
     UniqueFd file_;
 };
 
-/** Tells standard error and the system's log why a call failed when the root's own log cannot. */
-void tellFailure(const char* call, const Error& error);
+/** Writes why a call failed to standard error and the system log, for when the root's log cannot be
+ * written. */
+void reportFailure(const char* call, const Error& error);
 
 }  // namespace vtek

@@ -22,6 +22,7 @@ Progress::~Progress() {
 
 void Progress::add(std::uint64_t bytes) {
     done_ += bytes;
+    // Divides first, since done * 100 could overflow; the + 1 keeps a small total from dividing by 0.
     const std::uint64_t percent = std::min<std::uint64_t>(100, done_ / (total_ / 100 + 1));
     if (visible_ && percent > shownPercent_) {
         shownPercent_ = percent;

@@ -9,10 +9,10 @@ namespace vtek {
 /** Receives the number of bytes processed since the last call. */
 using ByteCounter = std::function<void(std::uint64_t)>;
 
-/** Shows on standard error how far a long step is, when that is a terminal; else says nothing. */
+/** Shows the progress of a long step on standard error, if that is a terminal. */
 class Progress {
 public:
-    /** @param total  the bytes that the step will take */
+    /** @param total  number of bytes that the step will process */
     Progress(std::string step, std::uint64_t total);
     ~Progress();
     Progress(const Progress&) = delete;

@@ -9,13 +9,13 @@
 
 namespace vtek {
 
-/** Why something failed: the number that getVTEKError hands out, and one line for the log. */
+/** A failure: the number that getVTEKError returns, and one line for the log. */
 struct Error {
     ErrorNumber number;
     std::string message;
 };
 
-/** A value, or the reason why there is none. */
+/** A value, or the error that prevented it. */
 template <class T>
 class [[nodiscard]] Result {
 public:
@@ -35,7 +35,7 @@ private:
     std::variant<T, Error> content_;
 };
 
-/** Success, or the reason of the failure. */
+/** Success, or an error. */
 template <>
 class [[nodiscard]] Result<void> {
 public:
@@ -51,15 +51,16 @@ private:
 
 using Status = Result<void>;
 
-/** The error of the system call that has just failed: what was tried, then errno's text. */
+/** Makes an error from errno: what was tried, then errno's text. */
 Error systemError(ErrorNumber number, const std::string& what);
 
-/** Like systemError, of a change to the repository: no space where the disk or a quota is full. */
+/** Like systemError, for a change to the repository: NoSpace if disk or quota is full, else
+ * RepositoryUnwritable. */
 Error repositoryError(const std::string& what);
 
 }  // namespace vtek
 
-/** Leaves the function with the error of a failed Status. */
+/** Returns from the function with the error if the Status is a failure. */
 #define VTEK_TRY(expression)                         \
     do {                                             \
         if (auto status_ = (expression); !status_) { \
@@ -76,6 +77,6 @@ Error repositoryError(const std::string& what);
     }                                                 \
     declaration = std::move(*holder)
 
-/** Declares a variable with a Result's value, or leaves the function with its error. */
+/** Declares a variable with the value of a Result, or returns from the function with its error. */
 #define VTEK_ASSIGN(declaration, expression) \
     VTEK_ASSIGN_(VTEK_JOIN(result_, __LINE__), declaration, expression)

@@ -13,14 +13,12 @@ namespace vtek {
 namespace {
 
 constexpr const char* kDefaultRoot = "/var/lib/vtek";
-constexpr mode_t kOpenToReaders = 0755;
-constexpr mode_t kPrivate = 0700;
 
 Result<std::filesystem::path> absolutePath(const std::string& path) {
     std::error_code failure;
     auto absolute = std::filesystem::absolute(path, failure).lexically_normal();
     if (path.empty() || failure) {
-        return Error{ErrorNumber::RootMissing, "no usable path for the root: '" + path + "'"};
+        return Error{ErrorNumber::RootMissing, "not a usable path for the root: '" + path + "'"};
     }
     if (!absolute.has_filename()) {
         absolute = absolute.parent_path();
@@ -28,7 +26,7 @@ Result<std::filesystem::path> absolutePath(const std::string& path) {
     return absolute;
 }
 
-/** A folder above the root: open to all only when sticky, so that nobody can rename what others own. */
+/** Checks a folder above the root. A sticky one may be writable by all: nobody can rename what others own. */
 Status checkParent(struct stat info, uid_t caller, const std::string& name) {
     if ((info.st_mode & S_ISVTX) != 0) {
         info.st_mode &= static_cast<mode_t>(~(S_IWGRP | S_IWOTH));
@@ -40,12 +38,13 @@ Error cannotEnter(const std::string& name) {
     const bool missing = errno == ENOENT;
     const bool link = errno == ELOOP || errno == ENOTDIR;
     const Error error = systemError(missing ? ErrorNumber::RootMissing : ErrorNumber::RootUnsafe, name);
-    return link ? Error{error.number, name + " is a link or no folder"} : error;
+    return link ? Error{error.number, name + " is a symlink or not a folder"} : error;
 }
 
 }  // namespace
 
 std::string rootPathFromEnvironment() {
+    // secure_getenv: whoever starts a set-user-ID program must not choose its root.
     const char* path = secure_getenv("VTEK_ROOT");
     return path != nullptr && *path != '\0' ? path : kDefaultRoot;
 }
@@ -55,13 +54,15 @@ Status checkOwner(const struct stat& info, uid_t caller, const std::string& name
         return Error{onFailure, name + " belongs to user " + std::to_string(info.st_uid)};
     }
     if ((info.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-        return Error{onFailure, name + " can be written by others"};
+        return Error{onFailure, name + " is writable by others"};
     }
     return {};
 }
 
 Result<Root> Root::open(const std::string& path, uid_t caller) {
     VTEK_ASSIGN(const std::filesystem::path absolute, absolutePath(path));
+    // Opens one name after the other, each relative to the checked folder above it, so that nobody can swap a
+    // folder between its check and its use. O_PATH needs no read access, which a folder above may deny.
     UniqueFd folder = openAt(kWorkingFolder, "/", O_PATH | O_DIRECTORY);
     std::filesystem::path reached = "/";
     for (const auto& name : absolute.relative_path()) {
@@ -77,6 +78,7 @@ Result<Root> Root::open(const std::string& path, uid_t caller) {
         }
     }
     struct stat info {};
+    // Listing and syncing the root need a readable descriptor, which O_PATH does not give.
     UniqueFd readable = openAt(folder.get(), ".", O_RDONLY | O_DIRECTORY);
     if (!readable || fstat(readable.get(), &info) != 0) {
         return cannotEnter(absolute.string());
@@ -87,7 +89,7 @@ Result<Root> Root::open(const std::string& path, uid_t caller) {
 
 Result<Root> Root::create(const std::string& path, uid_t caller) {
     VTEK_ASSIGN(const std::filesystem::path absolute, absolutePath(path));
-    if (mkdir(absolute.c_str(), kOpenToReaders) != 0 && errno != EEXIST) {
+    if (mkdir(absolute.c_str(), kReadableFolder) != 0 && errno != EEXIST) {
         return systemError(ErrorNumber::RootMissing, "make " + absolute.string());
     }
     VTEK_ASSIGN(Root root, open(absolute.string(), caller));
@@ -98,10 +100,10 @@ Result<Root> Root::create(const std::string& path, uid_t caller) {
     if (!names.empty()) {
         return Error{ErrorNumber::InvalidArgument, root.path() + " is not empty"};
     }
-    const std::pair<const char*, mode_t> folders[] = {{kTrustFolder, kOpenToReaders},
-                                                      {kRepositoryFolder, kOpenToReaders},
-                                                      {kStagingFolder, kPrivate},
-                                                      {kLogFolder, kOpenToReaders}};
+    const std::pair<const char*, mode_t> folders[] = {{kTrustFolder, kReadableFolder},
+                                                      {kRepositoryFolder, kReadableFolder},
+                                                      {kStagingFolder, kPrivateFolder},
+                                                      {kLogFolder, kReadableFolder}};
     for (const auto& [name, mode] : folders) {
         if (mkdirat(root.folder(), name, mode) != 0) {
             return systemError(ErrorNumber::RootMissing, "make " + root.path() + "/" + name);
@@ -130,8 +132,9 @@ Status Root::checkFile(const std::string& name, Presence presence, ErrorNumber o
         }
         return systemError(onFailure, shown);
     }
+    // A second hard link is a name outside the checked folders, under which the file can be opened or kept.
     if (!S_ISREG(info.st_mode) || info.st_nlink != 1) {
-        return Error{onFailure, shown + " is a link or no plain file"};
+        return Error{onFailure, shown + " is a link or not a regular file"};
     }
     return checkOwner(info, caller_, shown, onFailure);
 }

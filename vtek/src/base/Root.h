@@ -10,43 +10,58 @@
 
 namespace vtek {
 
-/** The folder of the simulated chassis: $VTEK_ROOT, which a privileged program ignores, else /var/lib/vtek.
+/**
+ * The layout of a root: the state (SQLite), the trusted certificates, one folder per firmware generation, the
+ * update in progress, the log, and the lock of the process that changes the repository.
  */
+inline constexpr const char* kStateFile = "state.db";
+inline constexpr const char* kTrustFolder = "trust";
+inline constexpr const char* kRepositoryFolder = "repository";
+inline constexpr const char* kStagingFolder = "staging";
+inline constexpr const char* kLogFolder = "log";
+inline constexpr const char* kLockFile = "lock";
+
+/** The modes of its folders: staging is private until its content is published. */
+inline constexpr mode_t kPrivateFolder = 0700;
+inline constexpr mode_t kReadableFolder = 0755;
+
+/** The path of the root: $VTEK_ROOT, else /var/lib/vtek. A privileged program ignores the variable. */
 std::string rootPathFromEnvironment();
 
-/** Whether the state of a file or folder keeps everybody but root and the caller from changing it. */
+/** Checks owner and mode: only root and the caller may be able to change the file or folder. */
 Status checkOwner(const struct stat& info, uid_t caller, const std::string& name, ErrorNumber onFailure);
 
 /**
- * One simulated chassis on disk, opened only when nobody but root and the caller can tamper with it.
- *
- * Layout: state.db, trust/, repository/<generation>/, staging/, log/, lock.
+ * The folder of one simulated chassis. Opening it guarantees that only root and the caller can tamper with
+ * it.
  */
 class Root {
 public:
     /**
-     * Opens a root. The path may not lead through links; the root and every folder above it must belong to
-     * root or the caller and be closed to other writers; above the root, sticky folders may be open to all.
+     * Opens a root. Refuses symlinks anywhere in the path. Refuses folders in the path that belong to anyone
+     * but root and the caller, or that others may write to; above the root, sticky folders such as /tmp are
+     * accepted.
      *
-     * @param caller  the user that may own the root beside user 0
+     * @param caller  the user who may own the root, besides user 0
      */
     static Result<Root> open(const std::string& path, uid_t caller);
 
-    /** Makes the folder and the folders in it, then opens it. An existing empty folder will do. */
+    /** Creates a root and its folders and opens it. The folder must not exist yet, or be empty. */
     static Result<Root> create(const std::string& path, uid_t caller);
 
-    /** The absolute path, without links. */
+    /** The absolute path, free of symlinks. */
     const std::string& path() const { return path_; }
     int folder() const { return folder_.get(); }
     uid_t caller() const { return caller_; }
 
-    /** Opens one of the root's own folders after the same checks; the number is for a failure. */
+    /** Opens one of the root's folders after the same checks. @param onFailure  the error number to report */
     Result<UniqueFd> openFolder(const char* name, ErrorNumber onFailure) const;
 
     /** Whether a file may be missing. */
     enum class Presence { Required, Optional };
 
-    /** Refuses a file of the root that is a link, no plain file, or open to other writers. */
+    /** Refuses a file in the root that is not a regular file, has several hard links, or is writable by
+     * others. */
     Status checkFile(const std::string& name, Presence presence, ErrorNumber onFailure) const;
 
 private:
@@ -57,12 +72,5 @@ private:
     UniqueFd folder_;
     uid_t caller_;
 };
-
-inline constexpr const char* kStateFile = "state.db";
-inline constexpr const char* kTrustFolder = "trust";
-inline constexpr const char* kRepositoryFolder = "repository";
-inline constexpr const char* kStagingFolder = "staging";
-inline constexpr const char* kLogFolder = "log";
-inline constexpr const char* kLockFile = "lock";
 
 }  // namespace vtek

@@ -4,14 +4,14 @@
 
 namespace vtek {
 
-/** Whether a certificate whose issuer has no revocation list in the trust store is accepted. */
+/** Whether to accept a certificate whose issuer has no revocation list in the trust store. */
 enum class Revocation { IfPresent, Required };
 
-/** Bounds on what an archive may unpack to. */
+/** Limits on what an archive may unpack to. */
 struct UnpackLimits {
-    std::uint64_t entries;
-    std::uint64_t depth;       ///< folders above an entry
-    std::uint64_t totalBytes;  ///< of all files together
+    std::uint64_t entries;     ///< files and folders
+    std::uint64_t depth;       ///< folders above an entry, at most
+    std::uint64_t totalBytes;  ///< of all files together, unpacked
     std::uint64_t ratio;       ///< unpacked bytes per byte of the archive, beyond the first MiB
 };
 

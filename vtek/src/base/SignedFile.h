@@ -9,16 +9,16 @@
 namespace vtek {
 
 /**
- * A file that carries a detached signature over its first bytes, held open from the first look to the last:
- * the signed bytes, then the signature, then a trailer.
+ * A file with a detached signature at its end: the signed bytes, the signature, a trailer. It stays open from
+ * the check to the copy, so that replacing it by another file changes nothing.
  */
 struct SignedFile {
     UniqueFd file;
-    std::string name;                      ///< within its folder
-    std::uint64_t signedLength;            ///< bytes that the signature covers
-    std::vector<unsigned char> signature;  ///< a DER CMS
-    std::string trailer;
-    std::uint64_t size;  ///< of the whole file
+    std::string name;                      ///< in its folder
+    std::uint64_t signedLength;            ///< bytes that the signature covers, from offset 0
+    std::vector<unsigned char> signature;  ///< CMS in DER
+    std::string trailer;                   ///< as it stands at the end of the file
+    std::uint64_t size;                    ///< of the whole file, in bytes
 };
 
 }  // namespace vtek

@@ -5,6 +5,12 @@
 
 namespace vtek {
 
+namespace {
+
+constexpr std::size_t kShownBytes = 80;  // of a name in a message: enough to recognise it, no more
+
+}  // namespace
+
 bool parseNumber(std::string_view text, std::uint64_t least, std::uint64_t most, std::uint64_t& value) {
     // cppcheck-suppress danglingTemporaryLifetime ; the text outlives the call, whoever made it
     const char* end = text.data() + text.size();
@@ -14,7 +20,7 @@ bool parseNumber(std::string_view text, std::uint64_t least, std::uint64_t most,
 
 std::string utcText(std::time_t time) {
     tm utc{};
-    char text[32] = "";
+    char text[32] = "";  // 20 characters, or more in the year 10000
     if (gmtime_r(&time, &utc) != nullptr) {
         std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
     }
@@ -28,7 +34,7 @@ std::string oneLine(std::string text) {
 }
 
 std::string shownName(std::string_view name) {
-    std::string text(name.substr(0, 80));
+    std::string text(name.substr(0, kShownBytes));
     std::replace_if(
         text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
     return "'" + text + "'";

@@ -7,17 +7,17 @@
 
 namespace vtek {
 
-/** Reads a whole text as a decimal number between two bounds. @return whether it is one */
+/** Parses the whole text as a decimal number. @return whether it is one, between least and most */
 bool parseNumber(std::string_view text, std::uint64_t least, std::uint64_t most, std::uint64_t& value);
 
-/** A UTC time as 2024-05-31T12:00:00Z. */
+/** Formats a time in UTC, as 2024-05-31T12:00:00Z. */
 std::string utcText(std::time_t time);
 
-/** The text on one line that a terminal shows and does not obey: "?" replaces each control character. */
+/** Replaces each control character by "?", so that the text stays one line and a terminal obeys none of it.
+ */
 std::string oneLine(std::string text);
 
-/** A stranger's name as a log shows it: quoted, at most 80 bytes, "?" for each byte that is not printable
- * ASCII. */
+/** Quotes an untrusted name for a log: at most 80 bytes, "?" for each byte that is not printable ASCII. */
 std::string shownName(std::string_view name);
 
 }  // namespace vtek

@@ -12,6 +12,7 @@
 namespace vtek {
 
 bool syncTree(int folder, const std::string& name) {
+    // O_NOFOLLOW: a tree of ours holds no symlinks, so one is a failure. O_NONBLOCK: a FIFO must not block.
     const UniqueFd opened = openAt(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
     if (!opened) {
         return false;
@@ -27,6 +28,7 @@ bool syncTree(int folder, const std::string& name) {
 }
 
 bool removeTree(int folder, const std::string& name) {
+    // Unlinking first removes a symlink itself, so that what it points to is never entered.
     if (unlinkat(folder, name.c_str(), 0) == 0 || errno == ENOENT) {
         return true;
     }

@@ -5,14 +5,14 @@
 namespace vtek {
 
 /**
- * Makes every file and folder of a tree durable, the folders after what is in them, the top one last.
+ * Syncs every file and folder of a tree to disk, each folder after its content. A symlink is a failure.
  *
- * @param folder  the folder that holds the tree
+ * @param folder  the folder that contains the tree
  * @return false with errno set on failure
  */
 bool syncTree(int folder, const std::string& name);
 
-/** Removes a tree, never through a link; a tree that is not there is removed already. @return as syncTree */
+/** Removes a tree without following symlinks; a missing tree is a success. @return as syncTree */
 bool removeTree(int folder, const std::string& name);
 
 }  // namespace vtek

@@ -16,7 +16,7 @@ namespace vtek {
 namespace {
 
 std::string describeUser(uid_t user) {
-    std::array<char, 4096> buffer{};
+    std::array<char, 4096> buffer{};  // for the strings of one entry, which are far shorter
     passwd record{};
     passwd* found = nullptr;
     const std::string number = std::to_string(user);
@@ -33,6 +33,7 @@ std::string realUser() {
 }
 
 std::string loginUser() {
+    // The kernel's value for a process that no login has started, such as a service.
     constexpr std::uint64_t kNobody = std::numeric_limits<uid_t>::max();
     const UniqueFd file = openAt(kWorkingFolder, "/proc/self/loginuid", O_RDONLY);
     std::string text;

@@ -4,10 +4,11 @@
 
 namespace vtek {
 
-/** Who runs this process: name and number. */
+/** The real user of this process, as "name (number)", or the number alone. */
 std::string realUser();
 
-/** Who logged in to start it, however it was started since; "unknown" where the system does not tell. */
+/** The user who logged in, even if the process now runs as another user, for example through sudo; "unknown"
+ * if the system does not record it. */
 std::string loginUser();
 
 }  // namespace vtek

@@ -9,6 +9,7 @@ const int kXmlOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNIN
 
 namespace {
 
+// Also white space: a parser would turn it into a plain blank inside an attribute.
 constexpr std::string_view kSpecial = "&<>\"\t\n\r";
 
 std::string_view replacement(char c) {
@@ -30,6 +31,7 @@ std::string_view replacement(char c) {
     }
 }
 
+/** The production Char of XML 1.0: no control characters, no surrogates, no U+FFFE or U+FFFF. */
 bool isXmlCharacter(int c) {
     return c == '\t' || c == '\n' || c == '\r' || (c >= 0x20 && c <= 0xD7FF) ||
            (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);

@@ -19,18 +19,18 @@ using XmlDocPtr = std::unique_ptr<xmlDoc, FreeXml>;
 using XmlReaderPtr = std::unique_ptr<xmlTextReader, FreeXml>;
 using XmlTextPtr = std::unique_ptr<xmlChar, FreeXml>;
 
-/** Said with every parse: nothing from the network, nothing printed; a document type is refused by the
- * callers. */
+/** The options of every parse: no network access, no messages on standard error. Callers refuse a document
+ * type, and with it every entity. */
 extern const int kXmlOptions;
 
 inline const char* toChars(const xmlChar* text) {
     return reinterpret_cast<const char*>(text);
 }
 
-/** Appends text as it must stand between an attribute's double quotes. */
+/** Appends text, escaped for an attribute value in double quotes. */
 void appendEscaped(std::string& out, std::string_view text);
 
-/** Whether text is UTF-8 and made of characters that an XML document can hold. */
+/** Whether text is valid UTF-8 and contains only characters that XML allows. */
 bool isXmlText(std::string_view text);
 
 }  // namespace vtek

@@ -9,6 +9,10 @@ namespace vtek {
 
 namespace {
 
+constexpr std::size_t kLongestName = 64;  // bytes of a version or a chassis type
+// SQLite and libarchive count bytes with signed 64-bit numbers.
+constexpr std::uint64_t kUnbounded = std::numeric_limits<std::int64_t>::max();
+
 template <std::uint64_t Least, std::uint64_t Most>
 bool isNumber(std::string_view text) {
     std::uint64_t value = 0;
@@ -16,7 +20,7 @@ bool isNumber(std::string_view text) {
 }
 
 bool isVersion(std::string_view text) {
-    return text.size() <= 64 &&
+    return text.size() <= kLongestName &&
            std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c <= '~'; });
 }
 
@@ -28,6 +32,7 @@ bool isNameList(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) >= ' '; });
 }
 
+/** Only the kernel's IPMI devices: a setting must not make a privileged caller open any other file. */
 bool isTransport(std::string_view text) {
     constexpr std::string_view kDevice = "/dev/ipmi";
     return text == "simulated" ||
@@ -37,8 +42,6 @@ bool isTransport(std::string_view text) {
 bool isRevocation(std::string_view text) {
     return text == "if-present" || text == "required";
 }
-
-constexpr std::uint64_t kUnbounded = std::numeric_limits<std::int64_t>::max();
 
 std::vector<std::string> splitNames(std::string_view list) {
     std::vector<std::string> names;
@@ -52,7 +55,7 @@ std::vector<std::string> splitNames(std::string_view list) {
     return names;
 }
 
-/** Reads settings one after the other and remembers the first that holds what it must not. */
+/** Reads settings by name and remembers the first invalid value. */
 class Reader {
 public:
     explicit Reader(const SettingTexts& changed) : changed_(changed) {}
@@ -64,8 +67,8 @@ public:
             return value;
         }
         if (status_) {
-            status_ =
-                Error{ErrorNumber::StateCorrupt, "setting " + std::string(name) + " holds '" + value + "'"};
+            status_ = Error{ErrorNumber::StateCorrupt,
+                            "setting " + std::string(name) + " has the invalid value '" + value + "'"};
         }
         return std::string(info.initial);
     }
@@ -90,29 +93,30 @@ private:
 const std::vector<SettingInfo>& settingTable() {
     static const std::vector<SettingInfo> table{
         {"repository-kind", "1", "0 to 3",
-         "the kind of repository that the platform offers: 0 none, 1 full, 2 lite, 3 liter", isNumber<0, 3>},
+         "kind of repository that the platform offers: 0 none, 1 full, 2 lite, 3 liter", isNumber<0, 3>},
         {"chassis-type", "LAB-CHASSIS", "text without blanks",
-         "the type of this chassis; a payload names those it is for", isName},
+         "type of this chassis; a payload lists the types it is for", isName},
         {"ipmi-transport", "simulated", "simulated or /dev/ipmiN", "who answers IPMI requests", isTransport},
         {"ipmi-completion", "0", "0 to 255", "completion code of a simulated answer", isNumber<0, 255>},
         {"ipmi-mode", "2", "0 to 255",
-         "byte 42 of a simulated answer: 2 when the chassis is managed at the server", isNumber<0, 255>},
-        {"ipmi-flag", "1", "0 to 255",
-         "byte 43 of a simulated answer: 1 when shared components may be updated", isNumber<0, 255>},
+         "byte 42 of a simulated answer: 2 if the chassis is managed at the server", isNumber<0, 255>},
+        {"ipmi-flag", "1", "0 to 255", "byte 43 of a simulated answer: 1 if shared components may be updated",
+         isNumber<0, 255>},
         {"revocation", "if-present", "if-present or required",
          "whether every issuer must have a revocation list", isRevocation},
-        {"signer-names", "", "names separated by ';'",
-         "the common names of the signers that are accepted; empty for all", isNameList},
-        {"minimum-version", "", "a version", "lower versions are refused; empty for none", isVersion},
-        {"allow-version", "", "a version", "this one version below the minimum is accepted once", isVersion},
-        {"lock-wait", "10", "0 to 3600", "seconds that an update waits for another one to finish",
+        {"signer-names", "", "names separated by ';'", "common names of the accepted signers; empty for all",
+         isNameList},
+        {"minimum-version", "", "a version", "refuse lower versions; empty for no minimum", isVersion},
+        {"allow-version", "", "a version", "accept this version once, although it is below the minimum",
+         isVersion},
+        {"lock-wait", "10", "0 to 3600", "seconds that an update waits for another to finish",
          isNumber<0, 3600>},
-        {"unpack-entries", "10000", "1 to 1000000", "files and folders that an archive may hold",
+        {"unpack-entries", "10000", "1 to 1000000", "most files and folders in an archive",
          isNumber<1, 1000000>},
-        {"unpack-depth", "32", "1 to 100", "folders that may lie above an archive's entry", isNumber<1, 100>},
-        {"unpack-bytes", "17179869184", "a number of bytes", "size of an archive's files together",
-         isNumber<1, kUnbounded>},
-        {"unpack-ratio", "200", "1 to 10000", "unpacked bytes per archive byte, beyond the first MiB",
+        {"unpack-depth", "32", "1 to 100", "most folders above an entry of an archive", isNumber<1, 100>},
+        {"unpack-bytes", "17179869184", "a number of bytes",
+         "most bytes of an archive's files together, unpacked", isNumber<1, kUnbounded>},
+        {"unpack-ratio", "200", "1 to 10000", "most unpacked bytes per archive byte, beyond the first MiB",
          isNumber<1, 10000>},
     };
     return table;
@@ -157,10 +161,10 @@ Result<Settings> loadSettings(Store& store) {
 Status changeSetting(Store& store, std::string_view name, std::string_view value) {
     const SettingInfo* info = findSetting(name);
     if (info == nullptr) {
-        return Error{ErrorNumber::InvalidArgument, "no setting is called '" + std::string(name) + "'"};
+        return Error{ErrorNumber::InvalidArgument, "there is no setting '" + std::string(name) + "'"};
     }
     if (!info->accepts(value)) {
-        return Error{ErrorNumber::InvalidArgument, std::string(name) + " takes " + std::string(info->form)};
+        return Error{ErrorNumber::InvalidArgument, std::string(name) + " must be " + std::string(info->form)};
     }
     return store.setSetting(name, value);
 }

@@ -11,10 +11,18 @@ Library& Library::instance() {
     return library;
 }
 
+Result<Store> Library::openStore() const {
+    if (!root_) {
+        return root_.error();
+    }
+    return Store::open(*root_, Store::Mode::Read);
+}
+
+// The root is checked for the effective user, since the kernel uses that one's rights.
 Library::Library()
     : root_(Root::open(rootPathFromEnvironment(), geteuid())), log_(root_ ? &*root_ : nullptr) {
     if (!root_) {
-        tellFailure("constructor", root_.error());
+        reportFailure("constructor", root_.error());
     }
 }
 

@@ -2,17 +2,22 @@
 
 #include "base/Log.h"
 #include "base/Root.h"
+#include "chassis/Store.h"
 
 namespace vtek {
 
-/** What every entry of the library's face shares: the root, looked for once per process, and its log. */
+/** What all public functions of the library share: the root, opened once per process, and its log. */
 class Library {
 public:
-    /** The process's library; made at its first use. */
+    /** Returns the only instance; the first call creates it. */
     static Library& instance();
 
-    /** The root, or why there is none. */
+    /** The root, or the error of opening it. */
     const Result<Root>& root() const { return root_; }
+
+    /** Opens the root's state for reading. */
+    Result<Store> openStore() const;
+
     Log& log() { return log_; }
 
 private:

@@ -23,6 +23,7 @@ Result<CheckedPayload> checkPayload(const Root& root, Store& store, SignedFile p
     VTEK_ASSIGN(VerifiedSignature signature,
                 verifySignature(payload, trust, {now, settings.revocation, settings.signerNames},
                                 [&](std::uint64_t bytes) { progress.add(bytes); }));
+    // Only now may the content be parsed: its bytes are authentic.
     VTEK_ASSIGN(Manifest manifest, readManifest(signature.start));
     VTEK_ASSIGN(const Fit fit, checkPolicy(store, manifest));
     VTEK_TRY(checkPackage(folder, manifest, ErrorNumber::PackageUnreadable, ErrorNumber::PackageMismatch));
@@ -34,7 +35,7 @@ Status checkPackage(int folder, const Manifest& manifest, ErrorNumber unreadable
                 openRegularFile(folder, kPackageFile, Links::Refused, kPackageFile, unreadable));
     VTEK_ASSIGN(const std::string digest, digestOfFile(file.fd.get(), unreadable));
     if (digest != manifest.packageDigest) {
-        return Error{mismatch, "package.xml is not the one that the payload was signed with"};
+        return Error{mismatch, "package.xml does not match the digest in the signed manifest"};
     }
     return {};
 }

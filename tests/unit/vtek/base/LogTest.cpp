@@ -77,8 +77,8 @@ TEST_F(LogTest, AFailureSaysWhatToDo) {
     log_.failure("IsPayloadSigned", {ErrorNumber::PayloadMissing, "details"});
     EXPECT_THAT(linesOf(file()).back(),
                 MatchesRegex(std::string(kStamp) +
-                             "IsPayloadSigned: error 201, no payload: details; to do: start the "
-                             "update in the package's folder, with its .fwp file"));
+                             "IsPayloadSigned: error 201, no payload: details; hint: start the "
+                             "update in the folder that contains the .fwp file"));
 }
 
 TEST_F(LogTest, IsBounded) {
@@ -108,8 +108,8 @@ TEST_F(LogTest, AFailureThatTheFileDoesNotTakeGoesToStandardError) {
     log_.write("a", 1, "no failure");
     EXPECT_EQ(
         testing::internal::GetCapturedStderr(),
-        "libvtek (simulation): IsPayloadSigned: error 201, no payload: a?b; to do: start the update in the "
-        "package's folder, with its .fwp file\n");
+        "libvtek (simulation): IsPayloadSigned: error 201, no payload: a?b; hint: start the update in the "
+        "folder that contains the .fwp file\n");
 }
 
 TEST_F(LogTest, AFailureThatIsNotWrittenWholeGoesToStandardError) {
@@ -124,7 +124,7 @@ TEST_F(LogTest, AFailureThatIsNotWrittenWholeGoesToStandardError) {
             _exit(0);
         },
         testing::ExitedWithCode(0),
-        "libvtek .simulation.: IsPayloadSigned: error 201, no payload: details; to do: ");
+        "libvtek .simulation.: IsPayloadSigned: error 201, no payload: details; hint: ");
 }
 
 TEST(Log, WithoutARootIsSilent) {

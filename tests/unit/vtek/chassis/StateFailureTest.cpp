@@ -284,7 +284,7 @@ TEST(LogFailure, LosesNothing) {
         failing.in([&] { log.failure("AddFile", {ErrorNumber::CopyFailed, "details"}); });
         const std::string told = testing::internal::GetCapturedStderr();
         SCOPED_TRACE(failing.name());
-        EXPECT_THAT(contentOf(file) + told, HasSubstr("AddFile: error 503, copy failed: details; to do: "));
+        EXPECT_THAT(contentOf(file) + told, HasSubstr("AddFile: error 503, copy failed: details; hint: "));
     } while (failing.happened());
 }
 

@@ -78,7 +78,7 @@ TEST_F(Face, ARefusedPayloadLeavesThePathAloneAndSaysWhyInTheLog) {
     EXPECT_FALSE(wynd.IsPayloadSigned(path));
     EXPECT_EQ(path, "as before");
     EXPECT_EQ(wynd.getVTEKError(), 204);
-    EXPECT_THAT(log(), HasSubstr("IsPayloadSigned: error 204, payload not in the format: fw.fwp: "));
+    EXPECT_THAT(log(), HasSubstr("IsPayloadSigned: error 204, invalid payload: fw.fwp: "));
     EXPECT_FALSE(wynd.StartCopyFile());
     EXPECT_EQ(wynd.getVTEKError(), 801);
 }
@@ -204,7 +204,7 @@ TEST(FaceWithoutARoot, OffersNothingAndSaysWhy) {
     logWyndMsg("a", 1, "dropped");
     const std::string said = testing::internal::GetCapturedStderr();
     EXPECT_THAT(said, HasSubstr("libvtek (simulation): constructor: error 101, no root: /nowhere: No such "
-                                "file or directory; to do: "));
+                                "file or directory; hint: "));
     EXPECT_EQ(said.find("constructor"), said.rfind("constructor")) << "a root is looked for once";
 }
 
