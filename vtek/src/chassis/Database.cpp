@@ -7,10 +7,12 @@ namespace vtek {
 
 namespace {
 
+// How long to wait for the commit of another connection, which takes far less.
 constexpr int kBusyMilliseconds = 5000;
+constexpr int kPrimaryCode = 0xFF;  // the low byte of SQLite's extended result codes
 
 ErrorNumber numberOf(int code) {
-    switch (code & 0xFF) {
+    switch (code & kPrimaryCode) {
         case SQLITE_BUSY:
         case SQLITE_LOCKED:
             return ErrorNumber::StateBusy;
@@ -96,6 +98,7 @@ std::string Statement::text(int column) const {
 
 std::string_view Statement::textView(int column) const {
     const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
+    // SQLite reports a lack of memory here only by a null pointer for a value that is not NULL.
     if (bytes == nullptr && !isNull(column)) {
         throw std::bad_alloc();
     }
@@ -115,11 +118,13 @@ Result<Database> Database::open(const std::string& path, Access access) {
     sqlite3* raw = nullptr;
     const int code = sqlite3_open_v2(path.c_str(), &raw,
                                      flagsOf(access) | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_EXRESCODE, nullptr);
-    Database database(raw);
+    Database database(raw);  // owns the connection, which SQLite makes even if the open fails
     if (code != SQLITE_OK) {
         return Error{ErrorNumber::StateUnreadable, path + ": " + sqlite3_errstr(code)};
     }
     sqlite3_busy_timeout(raw, kBusyMilliseconds);
+    // The file may be damaged or planted. DEFENSIVE keeps SQL from writing to the schema and to internal
+    // tables; without TRUSTED_SCHEMA, views and triggers in the file cannot call functions with side effects.
     sqlite3_db_config(raw, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(raw, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     return database;
@@ -151,12 +156,14 @@ Result<std::int64_t> Database::number(std::string_view sql) {
 }
 
 Result<Transaction> Transaction::begin(Database& database) {
+    // IMMEDIATE takes the write lock now: a later upgrade from a read lock could fail half-way.
     VTEK_TRY(database.execute("BEGIN IMMEDIATE"));
     return Transaction(database);
 }
 
 Transaction::~Transaction() {
     if (database_ != nullptr) {
+        // A failed rollback needs no report: the journal undoes the changes when the file is opened next.
         static_cast<void>(static_cast<bool>(database_->execute("ROLLBACK")));
     }
 }

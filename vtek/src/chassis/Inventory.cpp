@@ -9,8 +9,9 @@ namespace vtek {
 
 namespace {
 
-constexpr std::size_t kPieceSize = 64 * 1024;
+constexpr std::size_t kPieceSize = 64 * 1024;  // bytes of the document to collect before they are written
 
+// The key of the first application of the first device of component ?1.
 constexpr const char* kFirstApplication =
     "(SELECT application.id FROM device JOIN application ON application.device = device.id "
     "WHERE device.id = (SELECT MIN(id) FROM device WHERE component_id = ?1) ORDER BY application.id LIMIT 1)";
@@ -60,7 +61,7 @@ void appendDevice(std::string& out, const InventoryDevice& device) {
 Status Inventory::add(const InventoryDevice& device) {
     if (!isFit(device)) {
         return Error{ErrorNumber::InvalidArgument,
-                     "a text of the device is not UTF-8 or holds control characters"};
+                     "a text of the device is not UTF-8 or contains control characters"};
     }
     VTEK_TRY(prepareToAdd());
     VTEK_TRY(addDevice_->bind(1, device.componentId).bindOptional(2, device.display).run());
@@ -128,16 +129,14 @@ Status Inventory::forEach(const std::function<void(const InventoryDevice&)>& vis
         database_.prepare("SELECT device.id, component_id, device.display, application.id, component_type, "
                           "version, application.display FROM device LEFT JOIN application "
                           "ON application.device = device.id ORDER BY device.id, application.id"));
+    // One row per application, or a single one with NULLs for a device without any (LEFT JOIN): a new key in
+    // the first column ends the device before it.
     std::optional<InventoryDevice> device;
     std::int64_t id = 0;
-    for (;;) {
-        VTEK_ASSIGN(const bool found, rows.step());
-        if (device && (!found || rows.number(0) != id)) {
+    VTEK_TRY(rows.forEachRow([&] {
+        if (device && rows.number(0) != id) {
             visit(*device);
             device.reset();
-        }
-        if (!found) {
-            return {};
         }
         if (!device) {
             id = rows.number(0);
@@ -147,7 +146,11 @@ Status Inventory::forEach(const std::function<void(const InventoryDevice&)>& vis
             device->applications.push_back(
                 {optionalText(rows, 4), optionalText(rows, 5), optionalText(rows, 6)});
         }
+    }));
+    if (device) {
+        visit(*device);
     }
+    return {};
 }
 
 Status Inventory::write(const std::function<void(std::string_view)>& sink) {

@@ -10,14 +10,14 @@
 
 namespace vtek {
 
-/** One application of a device, as in the inventory document; what is absent there is absent here. */
+/** One Application element of the inventory document; a missing attribute is a missing value. */
 struct InventoryApplication {
     std::optional<std::string> componentType;
     std::optional<std::string> version;
     std::optional<std::string> display;
 };
 
-/** One device of the controller's inventory. */
+/** One Device element of the inventory document. */
 struct InventoryDevice {
     std::string componentId;
     std::optional<std::string> display;
@@ -25,42 +25,44 @@ struct InventoryDevice {
 };
 
 /**
- * The controller's inventory: devices in the order in which they were added, in a database.
+ * The controller's inventory in a database: devices in the order in which they were added.
  *
- * Several devices may share a component id; look-ups and updates mean the first one, as every reader of the
- * inventory document does.
+ * Several devices may share a component id. Look-ups and updates use the first, as readers of the inventory
+ * document do.
  */
 class Inventory {
 public:
+    /** @param database  must outlive the inventory */
     explicit Inventory(Database& database) : database_(database) {}
 
-    /** Adds a device at the end; its texts must be fit for XML. */
+    /** Adds a device at the end. Fails with InvalidArgument if a text cannot be written as XML. */
     Status add(const InventoryDevice& device);
 
-    /** Removes every device of a component. @return how many there were */
+    /** Removes all devices of a component. @return how many were removed */
     Result<int> remove(std::string_view componentId);
 
+    /** Removes all devices. */
     Status clear();
 
-    /** The version of the component's first application; absent when the inventory does not hold one. */
+    /** Returns the version of the component's first application, or nothing if there is none. */
     Result<std::optional<std::string>> version(std::string_view componentId);
 
-    /** Changes that version; a component that the inventory does not hold is a failure. */
+    /** Changes that version. Fails with ComponentUnknown if there is none. */
     Status setVersion(std::string_view componentId, std::string_view version);
 
-    /** Hands every device to a visitor, one at a time, so that any number of them needs little memory. */
+    /** Calls visit for each device; only one device at a time is in memory. */
     Status forEach(const std::function<void(const InventoryDevice&)>& visit);
 
-    /** Writes the whole inventory as an SVMInventory document, in pieces. */
+    /** Writes the inventory as an SVMInventory document, in pieces of about 64 KiB. */
     Status write(const std::function<void(std::string_view)>& sink);
 
     /**
-     * Replaces the inventory by an SVMInventory document: its Device elements with componentID and display,
-     * and their Application elements with componentType, version and display. Anything else in it is passed
-     * over.
+     * Replaces the inventory with an SVMInventory document: its Device elements with componentID and display,
+     * and their Application elements with componentType, version and display. Ignores everything else in it.
+     * On failure the old inventory stays.
      *
-     * @param fd  stands at the document's first byte
-     * @return how many devices the inventory now has
+     * @param fd  positioned at the first byte of the document
+     * @return the number of devices in the new inventory
      */
     Result<int> import(int fd);
 
@@ -68,7 +70,7 @@ private:
     Status prepareToAdd();
 
     Database& database_;
-    std::optional<Statement> addDevice_;  // kept from one device to the next
+    std::optional<Statement> addDevice_;  // prepared once for all devices
     std::optional<Statement> addApplication_;
 };
 

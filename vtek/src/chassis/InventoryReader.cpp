@@ -9,7 +9,7 @@ namespace vtek {
 
 namespace {
 
-/** Reads for libxml2, which would report a failed read of its own on standard error. */
+/** Reads for libxml2. Its own reading would report a failure on standard error. */
 int readDocument(void* context, char* buffer, int size) {
     return static_cast<int>(readFully(*static_cast<int*>(context), buffer, static_cast<std::size_t>(size)));
 }
@@ -20,7 +20,7 @@ Result<InventoryReader> InventoryReader::open(int fd) {
     auto source = std::make_unique<int>(fd);
     XmlReaderPtr reader(xmlReaderForIO(readDocument, nullptr, source.get(), nullptr, nullptr, kXmlOptions));
     if (!reader) {
-        return Error{ErrorNumber::Internal, "no XML reader"};
+        return Error{ErrorNumber::Internal, "cannot create an XML reader"};
     }
     return InventoryReader(std::move(source), std::move(reader));
 }
@@ -47,8 +47,9 @@ Result<bool> InventoryReader::advance() {
     if (outcome == 0) {
         return false;
     }
+    // Only a document type can declare entities, so refusing it leaves nothing to expand.
     if (xmlTextReaderNodeType(reader_.get()) == XML_READER_TYPE_DOCUMENT_TYPE) {
-        return invalid("a document type is not accepted");
+        return invalid("a document type is not allowed");
     }
     if (!std::exchange(rootSeen_,
                        rootSeen_ || xmlTextReaderNodeType(reader_.get()) == XML_READER_TYPE_ELEMENT) &&
@@ -81,6 +82,8 @@ Status InventoryReader::readApplications(InventoryDevice& device) {
     }
     for (;;) {
         VTEK_ASSIGN(const bool more, advance());
+        // Depth 0 is the root element, 1 its devices, 2 their applications: depth 1 is the end of this
+        // device.
         if (!more || xmlTextReaderDepth(reader_.get()) <= 1) {
             return {};
         }

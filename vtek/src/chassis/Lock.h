@@ -8,12 +8,12 @@
 namespace vtek {
 
 /**
- * The right to change a root's repository: held by one process at a time, given back when the object or its
- * process goes, and telling who holds it.
+ * The lock of a root's repository. One process at a time holds it, until the object is destroyed or the
+ * process ends. The lock file describes its holder.
  */
 class Lock {
 public:
-    /** Waits for the lock; when the time is over, the error names the holder. */
+    /** Waits for the lock. After the time-out, fails with RepositoryBusy and names the holder. */
     static Result<Lock> acquire(const Root& root, std::chrono::milliseconds patience);
 
 private:
@@ -21,7 +21,7 @@ private:
     UniqueFd file_;
 };
 
-/** This process as it is named to others: its id, start time and command. */
+/** Describes this process in one printable line: its id, start time and command. */
 std::string describeProcess();
 
 }  // namespace vtek

@@ -11,44 +11,46 @@
 
 namespace vtek {
 
-/** Everything that can be set on a simulated chassis, with its value. */
+/** The settings of a simulated chassis. The settings table explains each. */
 struct Settings {
     int repositoryKind;
     std::string chassisType;
-    std::string ipmiTransport;  ///< "simulated", or the path of a kernel device
+    std::string ipmiTransport;  ///< "simulated", or a device such as /dev/ipmi0
     int ipmiCompletion;
     int ipmiMode;
     int ipmiFlag;
     Revocation revocation;
-    std::vector<std::string> signerNames;  ///< empty: any name
-    std::string minimumVersion;            ///< empty: no floor
-    std::string allowedVersion;            ///< below the floor, allowed once; empty: none
+    std::vector<std::string> signerNames;  ///< accepted common names; empty: all
+    std::string minimumVersion;            ///< the version floor; empty: none
+    std::string allowedVersion;            ///< accepted once although below the floor; empty: none
     int lockWaitSeconds;
     UnpackLimits unpack;
 };
 
-/** How one setting is called, what it is without being set, and what may be given. */
+/** One row of the settings table. */
 struct SettingInfo {
     std::string_view name;
-    std::string_view initial;
-    std::string_view form;  ///< the values that are taken, in words
-    std::string_view meaning;
+    std::string_view initial;  ///< the default value
+    std::string_view form;     ///< the accepted values, in words
+    std::string_view meaning;  ///< one line for the help
     bool (*accepts)(std::string_view value);
 };
 
-/** Every setting, in the order in which they are shown. */
+/** All settings, in the order in which they are shown. */
 const std::vector<SettingInfo>& settingTable();
 
-/** The row of a setting, or null. */
+/** Returns the row of a setting, or null if there is none of that name. */
 const SettingInfo* findSetting(std::string_view name);
 
-/** The values in force, with the defaults for what was never set. */
+/** Reads the settings, with defaults for those never set. Fails with StateCorrupt on a value that is not
+ * accepted. */
 Result<Settings> loadSettings(Store& store);
 
-/** One setting's value as text, out of those that were changed from their defaults. */
+/** Returns the value of one setting as text. @param changed  the result of Store::settings */
 std::string settingText(const SettingTexts& changed, const SettingInfo& info);
 
-/** Changes one setting after checking its name and value. */
+/** Changes one setting. Fails with InvalidArgument if there is none of that name or the value is not
+ * accepted. */
 Status changeSetting(Store& store, std::string_view name, std::string_view value);
 
 }  // namespace vtek

@@ -8,11 +8,16 @@ namespace vtek {
 
 namespace {
 
-// "VTEK" in the file's header, and the number of the layout below.
-constexpr std::int64_t kApplicationId = 0x5654454B;
-constexpr std::int64_t kLayout = 1;
-constexpr mode_t kReadableState = 0644;
+constexpr std::int64_t kApplicationId = 0x5654454B;  // "VTEK" in the header of the SQLite file
+constexpr std::int64_t kLayout = 1;                  // the version of the schema below
+constexpr mode_t kReadableState = 0644;              // anyone may read an inventory
 
+/**
+ * The schema. kApplicationId and kLayout stand in it as literals, because a PRAGMA takes no parameters.
+ *
+ * synchronous = EXTRA also syncs the folder after the journal is deleted. Without that, a power cut could
+ * bring the journal back, and the next reader would undo a commit that was already reported.
+ */
 constexpr const char* kSchema = R"(
     PRAGMA journal_mode = DELETE;
     PRAGMA synchronous = EXTRA;
@@ -47,7 +52,7 @@ Status checkLayout(Database& database) {
     VTEK_ASSIGN(const std::int64_t layout, database.number("PRAGMA user_version"));
     if (id != kApplicationId || layout != kLayout) {
         return Error{ErrorNumber::StateLayout, "state.db has layout " + std::to_string(layout) +
-                                                   ", this library uses " + std::to_string(kLayout)};
+                                                   "; this library supports " + std::to_string(kLayout)};
     }
     return {};
 }
@@ -55,10 +60,11 @@ Status checkLayout(Database& database) {
 }  // namespace
 
 Status Store::create(const Root& root) {
+    // Created here and not by SQLite, to refuse an existing file or symlink and to choose the mode.
     const UniqueFd file =
         openAt(root.folder(), kStateFile, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, kReadableState);
     if (!file) {
-        return systemError(ErrorNumber::StateUnreadable, "make " + statePath(root));
+        return systemError(ErrorNumber::StateUnreadable, "create " + statePath(root));
     }
     VTEK_ASSIGN(Database database, Database::open(statePath(root), Database::Access::ReadWrite));
     VTEK_TRY(database.execute(kSchema));
@@ -67,7 +73,7 @@ Status Store::create(const Root& root) {
 
 Result<Store> Store::open(const Root& root, Mode mode) {
     VTEK_TRY(root.checkFile(kStateFile, Root::Presence::Required, ErrorNumber::StateUnreadable));
-    // A journal beside the database is played back by SQLite, so it must be as trustworthy as the database.
+    // SQLite plays back a journal next to the database, so the journal must be just as trustworthy.
     VTEK_TRY(root.checkFile(std::string(kStateFile) + "-journal", Root::Presence::Optional,
                             ErrorNumber::StateUnreadable));
     if (mode == Mode::Read) {
@@ -76,13 +82,15 @@ Result<Store> Store::open(const Root& root, Mode mode) {
         if (layout) {
             return Store(std::move(reader));
         }
-        // A process died inside its commit: only a writer may play its journal back.
+        // A process died inside its commit, and only a writable connection can play back its journal.
         if (layout.error().number != ErrorNumber::RepositoryUnwritable) {
             return layout.error();
         }
     }
     VTEK_ASSIGN(Database database, Database::open(statePath(root), Database::Access::ReadWrite));
     VTEK_TRY(checkLayout(database));
+    // None of these is stored in the file. Temporary tables in memory leave no file for others to tamper
+    // with.
     VTEK_TRY(
         database.execute("PRAGMA synchronous = EXTRA; PRAGMA temp_store = MEMORY; PRAGMA foreign_keys = ON"));
     return Store(std::move(database));
@@ -93,7 +101,7 @@ Status Store::checkIntegrity() {
     VTEK_ASSIGN(const bool found, check.step());
     if (!found || check.textView(0) != "ok") {
         return Error{ErrorNumber::StateCorrupt,
-                     "state.db: " + (found ? check.text(0) : "no answer to the check")};
+                     "state.db: " + (found ? check.text(0) : "the integrity check returned nothing")};
     }
     return {};
 }
@@ -101,13 +109,8 @@ Status Store::checkIntegrity() {
 Result<SettingTexts> Store::settings() {
     VTEK_ASSIGN(Statement query, database_.prepare("SELECT name, value FROM setting"));
     SettingTexts values;
-    for (;;) {
-        VTEK_ASSIGN(const bool found, query.step());
-        if (!found) {
-            return values;
-        }
-        values.emplace(query.text(0), query.text(1));
-    }
+    VTEK_TRY(query.forEachRow([&] { values.emplace(query.text(0), query.text(1)); }));
+    return values;
 }
 
 Status Store::setSetting(std::string_view name, std::string_view value) {
@@ -125,6 +128,7 @@ Result<std::int64_t> Store::currentGeneration() {
 }
 
 Result<std::int64_t> Store::nextGeneration() {
+    // AUTOINCREMENT remembers the highest number ever used, also of rows that are gone.
     return database_.number(
         "SELECT COALESCE((SELECT seq FROM sqlite_sequence WHERE name = 'generation'), 0) + 1");
 }
@@ -164,7 +168,7 @@ Result<Generation> Store::dropGeneration() {
     VTEK_ASSIGN(const auto newest, generation(number));
     VTEK_ASSIGN(const std::int64_t undoable, database_.number("SELECT previous IS NOT NULL FROM in_force"));
     if (!newest || undoable == 0) {
-        return Error{ErrorNumber::NothingToRollBack, "no earlier generation is kept"};
+        return Error{ErrorNumber::NothingToRollBack, "there is no earlier generation"};
     }
     VTEK_TRY(database_.execute("UPDATE in_force SET generation = previous, previous = NULL"));
     VTEK_ASSIGN(Statement drop, database_.prepare("DELETE FROM generation WHERE number = ?"));
@@ -175,13 +179,8 @@ Result<Generation> Store::dropGeneration() {
 Result<std::vector<std::int64_t>> Store::keptGenerations() {
     VTEK_ASSIGN(Statement query, database_.prepare("SELECT number FROM generation ORDER BY number"));
     std::vector<std::int64_t> numbers;
-    for (;;) {
-        VTEK_ASSIGN(const bool found, query.step());
-        if (!found) {
-            return numbers;
-        }
-        numbers.push_back(query.number(0));
-    }
+    VTEK_TRY(query.forEachRow([&] { numbers.push_back(query.number(0)); }));
+    return numbers;
 }
 
 Status Store::appendHistory(const HistoryEntry& entry) {
@@ -209,15 +208,12 @@ Result<std::vector<HistoryEntry>> Store::history() {
         database_.prepare("SELECT time, outcome, generation, component_id, from_version, to_version, signer, "
                           "payload_digest, override, real_user, login_user FROM history ORDER BY id"));
     std::vector<HistoryEntry> entries;
-    for (;;) {
-        VTEK_ASSIGN(const bool found, query.step());
-        if (!found) {
-            return entries;
-        }
+    VTEK_TRY(query.forEachRow([&] {
         entries.push_back({query.text(0), query.text(1), query.number(2), query.text(3), query.text(4),
                            query.text(5), query.text(6), query.text(7), query.number(8) != 0, query.text(9),
                            query.text(10)});
-    }
+    }));
+    return entries;
 }
 
 }  // namespace vtek

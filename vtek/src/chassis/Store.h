@@ -11,22 +11,22 @@
 
 namespace vtek {
 
-/** Values of settings, by name. */
+/** The values of settings by name. */
 using SettingTexts = std::map<std::string, std::string, std::less<>>;
 
-/** One firmware that an update put in force. */
+/** One installed firmware. */
 struct Generation {
-    std::int64_t number;
+    std::int64_t number;  ///< also the name of its folder in repository/
     std::string componentId;
     std::string version;
-    std::string replacedVersion;  ///< what a rollback goes back to
-    std::string payloadDigest;
-    std::string signer;
+    std::string replacedVersion;  ///< the version before the update, which a rollback restores
+    std::string payloadDigest;    ///< SHA-256 of the whole file, in hex
+    std::string signer;           ///< the subject of the signer's certificate
 };
 
-/** One line of the history. */
+/** One entry of the history. */
 struct HistoryEntry {
-    std::string time;     ///< UTC, as 2024-05-31T12:00:00Z; filled in by the store when appended
+    std::string time;     ///< UTC, as 2024-05-31T12:00:00Z; set by appendHistory
     std::string outcome;  ///< "updated", "rolled back", "override granted"
     std::int64_t generation = 0;
     std::string componentId;
@@ -34,33 +34,33 @@ struct HistoryEntry {
     std::string toVersion;
     std::string signer;
     std::string payloadDigest;
-    bool override = false;  ///< the version floor was waived for this update
+    bool override = false;  ///< the version floor was overridden for this update
     std::string realUser;
     std::string loginUser;
 };
 
 /**
- * What a root remembers: settings, the controller's inventory, generations and history, in one SQLite
- * database.
+ * The state of a root in one SQLite database: settings, the controller's inventory, generations and history.
  *
- * Readers need no right to write and see the last committed state beside a running update.
+ * Readers need no write access and see the last committed state while an update runs.
  */
 class Store {
 public:
     enum class Mode { Read, Write };
 
-    /** Makes the database of a new root. */
+    /** Creates the database of a new root. */
     static Status create(const Root& root);
 
-    /** Opens the database after checking its owner, mode and layout. */
+    /** Opens the database after checking its owner, mode and layout. Reading falls back to a writable
+     * connection if a process died inside its commit. */
     static Result<Store> open(const Root& root, Mode mode);
 
     Database& database() { return database_; }
 
-    /** Refuses a database whose pages or rows do not hang together. */
+    /** Fails with StateCorrupt if SQLite's quick check finds damage. */
     Status checkIntegrity();
 
-    /** The values of the settings that were changed from their defaults. */
+    /** Returns the settings that differ from their defaults. */
     Result<SettingTexts> settings();
     Status setSetting(std::string_view name, std::string_view value);
     Status clearSetting(std::string_view name);
@@ -68,23 +68,25 @@ public:
     /** The number of the generation in force; 0 before the first update. */
     Result<std::int64_t> currentGeneration();
 
-    /** The number that the next update takes; never given twice. */
+    /** The number for the next generation; numbers are never reused. */
     Result<std::int64_t> nextGeneration();
 
+    /** Returns a generation, or nothing if it is not kept. */
     Result<std::optional<Generation>> generation(std::int64_t number);
 
-    /** Puts a new generation in force; the one before it becomes the one that a rollback goes back to. */
+    /** Puts a new generation in force. Keeps the one before it for a rollback and forgets all older ones. */
     Status addGeneration(const Generation& generation);
 
-    /** Puts the previous generation in force again and forgets the newest. @return what was undone */
+    /** Puts the previous generation in force again and forgets the newest. @return the newest */
     Result<Generation> dropGeneration();
 
-    /** The generations whose folders must be kept. */
+    /** The generations whose folders must be kept, in ascending order. */
     Result<std::vector<std::int64_t>> keptGenerations();
 
+    /** Appends an entry with the current time. */
     Status appendHistory(const HistoryEntry& entry);
 
-    /** The history, oldest first. */
+    /** Returns the history, oldest entry first. */
     Result<std::vector<HistoryEntry>> history();
 
 private:

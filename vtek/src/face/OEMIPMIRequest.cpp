@@ -1,4 +1,4 @@
-#include "chassis/Store.h"
+#include "chassis/Settings.h"
 #include "face/Library.h"
 #include "ipmi/Ipmi.h"
 #include <vtek/permission.h>
@@ -16,16 +16,14 @@ _EsmIPMICmdIoctlReq IPMIReqBuf;
 
 namespace {
 
-constexpr unsigned char kFailed = 0xFF;
 using vtek::permission::kMessageAt;
-/** The longest message, in bytes. */
+
+constexpr unsigned char kFailed = 0xFF;  // the completion code "unspecified error"
+// The longest message, in bytes.
 constexpr std::size_t kMessageBound = sizeof(_EsmIPMICmdIoctlReq::bytes) - kMessageAt;
 
-Result<Bytes> exchange(const Result<vtek::Root>& root, eOEMIPMIRequestType type, const Bytes& data) {
-    if (!root) {
-        return root.error();
-    }
-    VTEK_ASSIGN(vtek::Store store, vtek::Store::open(*root, vtek::Store::Mode::Read));
+Result<Bytes> exchange(const Library& library, eOEMIPMIRequestType type, const Bytes& data) {
+    VTEK_ASSIGN(vtek::Store store, library.openStore());
     VTEK_ASSIGN(const vtek::Settings settings, loadSettings(store));
     VTEK_ASSIGN(const auto transport, vtek::openIpmi(settings));
     return transport->exchange(static_cast<std::uint8_t>(type), data);
@@ -37,12 +35,14 @@ unsigned char OEMIPMIRequest(eOEMIPMIRequestType type, unsigned char /*value*/, 
                              unsigned short requestLength, unsigned short responseLength) {
     Library& library = Library::instance();
     if (buffer == nullptr || requestLength > kMessageBound || responseLength > kMessageBound) {
-        library.log().failure("OEMIPMIRequest", {ErrorNumber::IpmiFailed, "a message beyond the buffer"});
+        library.log().failure("OEMIPMIRequest",
+                              {ErrorNumber::IpmiFailed, "the request or response exceeds the buffer"});
         return kFailed;
     }
+    // The program is not prepared for exceptions from this call.
     try {
         unsigned char* message = buffer->bytes + kMessageAt;
-        const auto answer = exchange(library.root(), type, Bytes(message, message + requestLength));
+        const auto answer = exchange(library, type, Bytes(message, message + requestLength));
         if (!answer) {
             library.log().failure("OEMIPMIRequest", answer.error());
             return kFailed;

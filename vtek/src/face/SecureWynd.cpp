@@ -24,7 +24,7 @@ using vtek::Update;
 
 struct secureWynd::Impl {
     Library& library = Library::instance();
-    std::optional<Store> store;  ///< open while the session is
+    std::optional<Store> store;  ///< open during the session
     std::optional<Update> update;
     std::string payloadPath;
     int lastError = 0;
@@ -34,7 +34,8 @@ struct secureWynd::Impl {
         library.log().failure(call, error);
     }
 
-    /** Runs one call of the face; whatever goes wrong in it becomes a number, a line in the log and false. */
+    /** Runs one public call. Turns any failure in it, exceptions too, into a number, a line in the log and
+     * false. */
     template <class Work>
     bool attempt(const char* call, Work work) {
         try {
@@ -50,8 +51,7 @@ struct secureWynd::Impl {
     }
 
     Status openSession() {
-        VTEK_ASSIGN(const auto* root, usableRoot());
-        VTEK_ASSIGN(Store opened, Store::open(*root, Store::Mode::Read));
+        VTEK_ASSIGN(Store opened, library.openStore());
         VTEK_ASSIGN(const Settings settings, loadSettings(opened));
         if (settings.repositoryKind == NO_WYND) {
             return Error{ErrorNumber::RepositoryAbsent, "this chassis is set to have no repository"};
@@ -61,8 +61,7 @@ struct secureWynd::Impl {
     }
 
     Result<int> repositoryKind() const {
-        VTEK_ASSIGN(const auto* root, usableRoot());
-        VTEK_ASSIGN(Store opened, Store::open(*root, Store::Mode::Read));
+        VTEK_ASSIGN(Store opened, library.openStore());
         VTEK_ASSIGN(const Settings settings, loadSettings(opened));
         return settings.repositoryKind;
     }
@@ -70,7 +69,7 @@ struct secureWynd::Impl {
     Status query(std::stringstream& out, exmlMode mode) {
         if (!store || mode != QUERY_INVENTORY) {
             return Error{ErrorNumber::OutOfOrder,
-                         "the inventory is queried in an open session, in its own mode"};
+                         "an inventory query needs an open session and its own mode"};
         }
         return Inventory(store->database()).write([&](std::string_view piece) {
             out.write(piece.data(), static_cast<std::streamsize>(piece.size()));
@@ -81,6 +80,7 @@ struct secureWynd::Impl {
         if (!store) {
             return noUpdate();
         }
+        // The program starts in the package's folder and passes no path.
         std::error_code failure;
         const auto folder = std::filesystem::current_path(failure);
         if (failure) {
@@ -97,7 +97,7 @@ struct secureWynd::Impl {
             return noUpdate();
         }
         if (mode != ADD_PAYLOAD || source != payloadPath) {
-            return Error{ErrorNumber::DestinationInvalid, "only the payload that was checked can be added"};
+            return Error{ErrorNumber::DestinationInvalid, "only the checked payload can be added"};
         }
         return update->add(destination);
     }
@@ -106,14 +106,6 @@ struct secureWynd::Impl {
 
     static Status noUpdate() {
         return Error{ErrorNumber::OutOfOrder, "no payload has been checked in an open session"};
-    }
-
-private:
-    Result<const vtek::Root*> usableRoot() const {
-        if (!library.root()) {
-            return library.root().error();
-        }
-        return &*library.root();
     }
 };
 
@@ -138,9 +130,9 @@ ewyndSupport secureWynd::IsWyndPresent() {
             return static_cast<ewyndSupport>(*kind);
         }
     } catch (const std::exception&) {
-        // Not there to be told apart from a state that cannot be read.
+        // Treated like an unreadable state.
     }
-    // A root whose state cannot be read is there; opening the session tells what is wrong with it.
+    // The root exists even if its state is unreadable; opening the session then reports why.
     return WYND_FULL;
 }
 

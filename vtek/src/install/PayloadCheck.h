@@ -13,7 +13,7 @@
 
 namespace vtek {
 
-/** A payload that may be installed, still open. */
+/** A payload that passed the check, still open. */
 struct CheckedPayload {
     SignedFile payload;
     VerifiedSignature signature;
@@ -22,16 +22,20 @@ struct CheckedPayload {
 };
 
 /**
- * Decides whether a payload may be installed on a chassis: its signature over every byte, then its manifest
- * against the inventory, the chassis and the settings, then package.xml beside it against the manifest.
+ * Decides whether a payload may be installed on a chassis. Checks the signature first, then the manifest
+ * against the inventory and the settings, then package.xml against the manifest.
  *
- * @param folder  where package.xml is
- * @param now     the moment at which certificates must be valid
+ * @param folder  the folder that contains package.xml
+ * @param now     the time at which the certificates must be valid
  */
 Result<CheckedPayload> checkPayload(const Root& root, Store& store, SignedFile payload, int folder,
                                     std::time_t now);
 
-/** Refuses with one number a package.xml that cannot be read, with the other one that is not the manifest's.
+/**
+ * Checks that the package.xml in a folder has the digest that the manifest states.
+ *
+ * @param unreadable  the error number if the file cannot be read
+ * @param mismatch    the error number if its digest differs
  */
 Status checkPackage(int folder, const Manifest& manifest, ErrorNumber unreadable, ErrorNumber mismatch);
 

@@ -33,8 +33,9 @@ Result<Fit> checkPolicy(Store& store, const Manifest& manifest) {
     VTEK_ASSIGN(const Settings settings, loadSettings(store));
     VTEK_TRY(checkComponent(store, manifest));
     VTEK_TRY(checkChassis(settings, manifest));
+    // strverscmp compares runs of digits as numbers: 9.0 is below 10.0.
     if (strverscmp(manifest.version.c_str(), settings.minimumVersion.c_str()) >= 0) {
-        return Fit::AsItIs;
+        return Fit::Regular;
     }
     if (manifest.version == settings.allowedVersion) {
         return Fit::ByOverride;

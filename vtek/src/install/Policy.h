@@ -5,12 +5,12 @@
 
 namespace vtek {
 
-/** How a manifest fits a chassis. */
-enum class Fit { AsItIs, ByOverride };
+/** Why a manifest fits a chassis: its version reaches the floor, or was allowed once. */
+enum class Fit { Regular, ByOverride };
 
 /**
- * Decides whether what a manifest describes may be installed: its component is in the controller's inventory,
- * it is made for this type of chassis, and its version is not below the floor, or allowed once.
+ * Decides whether a manifest fits the chassis: the controller's inventory contains the component, the chassis
+ * type is one of the manifest's, and the version is not below the floor, or is allowed once.
  */
 Result<Fit> checkPolicy(Store& store, const Manifest& manifest);
 

@@ -19,14 +19,11 @@ namespace vtek {
 
 namespace {
 
-constexpr mode_t kPrivate = 0700;
-constexpr mode_t kOpenToReaders = 0755;
-
-/** Whatever keeps a transaction from its end is a failed commit, unless it has a name of its own. */
+/** Maps transaction errors to CommitFailed, except those with their own number. */
 Error commitError(const Error& error) {
     switch (error.number) {
         case ErrorNumber::ComponentUnknown:
-            return {ErrorNumber::ComponentGone, error.message + " any more"};
+            return {ErrorNumber::ComponentGone, error.message + " any longer"};
         case ErrorNumber::ChassisMismatch:
         case ErrorNumber::VersionBelowFloor:
             return error;
@@ -51,6 +48,7 @@ HistoryEntry describe(const char* outcome, const Generation& generation) {
 }  // namespace
 
 Result<Repository> Repository::open(const Root& root) {
+    // The settings say how long to wait for the lock, so they are read before it is taken.
     VTEK_ASSIGN(Store reader, Store::open(root, Store::Mode::Read));
     VTEK_ASSIGN(const Settings settings, loadSettings(reader));
     VTEK_ASSIGN(Lock lock, Lock::acquire(root, std::chrono::seconds(settings.lockWaitSeconds)));
@@ -71,6 +69,7 @@ Repository::~Repository() {
 }
 
 void Repository::tidyUp() {
+    // A failure needs no report: the next update removes what remains.
     static_cast<void>(static_cast<bool>(removeUnnamed()));
 }
 
@@ -112,7 +111,7 @@ Status requireSpace(const Root& root, std::uint64_t bytes) {
     VTEK_ASSIGN(const UniqueFd staging, root.openFolder(kStagingFolder, ErrorNumber::RepositoryUnwritable));
     struct statvfs info {};
     if (fstatvfs(staging.get(), &info) != 0) {
-        return systemError(ErrorNumber::RepositoryUnwritable, "look for free space");
+        return systemError(ErrorNumber::RepositoryUnwritable, "determine the free space");
     }
     const std::uint64_t free = std::uint64_t{info.f_bavail} * info.f_frsize;
     if (free < bytes) {
@@ -126,22 +125,24 @@ Result<UniqueFd> Repository::stage() {
     VTEK_ASSIGN(number_, store_.nextGeneration());
     const std::string name = std::to_string(number_);
     UniqueFd folder;
-    if (mkdirat(staging_.get(), name.c_str(), kPrivate) == 0) {
+    if (mkdirat(staging_.get(), name.c_str(), kPrivateFolder) == 0) {
         folder = openAt(staging_.get(), name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
     }
     if (!folder) {
-        return repositoryError("make staging/" + name);
+        return repositoryError("create staging/" + name);
     }
     return folder;
 }
 
 Status Repository::publish() {
     const std::string name = std::to_string(number_);
-    if (fchmodat(staging_.get(), name.c_str(), kOpenToReaders, 0) != 0 ||
+    // NOREPLACE: numbers are never reused, so a folder of this name is not ours to replace.
+    if (fchmodat(staging_.get(), name.c_str(), kReadableFolder, 0) != 0 ||
         renameat2(staging_.get(), name.c_str(), generations_.get(), name.c_str(), RENAME_NOREPLACE) != 0) {
         return systemError(ErrorNumber::CommitFailed, "move the new files to repository/" + name);
     }
-    // Both folders and all files at once. What the database does not name is in force for nobody.
+    // One syncfs covers all files and both folders, and is faster than an fsync for each. A power cut before
+    // it does no harm, because the database does not name the generation yet.
     if (!syncFileSystem(staging_.get())) {
         return systemError(ErrorNumber::SyncFailed, "sync the new files");
     }
@@ -153,7 +154,7 @@ Status Repository::commit(const Manifest& manifest, const VerifiedSignature& sig
     if (!written) {
         return commitError(written.error());
     }
-    // In force now, whatever happens below; what cannot be removed is removed by the next update.
+    // The update is in force from here on: the destructor must not remove its folder.
     number_ = 0;
     tidyUp();
     return {};
@@ -161,6 +162,7 @@ Status Repository::commit(const Manifest& manifest, const VerifiedSignature& sig
 
 Status Repository::writeUpdate(const Manifest& manifest, const VerifiedSignature& signature) {
     VTEK_ASSIGN(Transaction transaction, Transaction::begin(store_.database()));
+    // Again, because settings and inventory may have changed since the payload was checked.
     VTEK_ASSIGN(const Fit fit, checkPolicy(store_, manifest));
     Inventory inventory(store_.database());
     VTEK_ASSIGN(const auto replaced, inventory.version(manifest.componentId));

@@ -14,42 +14,43 @@
 namespace vtek {
 
 /**
- * A root's repository, held for change: its lock, its database and its folders.
+ * The repository of a root, opened for changes: its lock, database and folders.
  *
- * repository/<number>/ holds the files of a generation; a generation is in force when the database says so,
- * and only then. What lies on disk without being named there is left over from a process that died.
+ * repository/<number>/ contains the files of a generation. The database alone decides which generation is in
+ * force. Folders that it does not name are leftovers of a process that died.
  */
 class Repository {
 public:
-    /** Takes the lock, waiting as long as the settings say, opens the database and clears what is left over.
-     */
+    /** Takes the lock, waiting as long as the setting lock-wait allows, opens the database and removes
+     * leftovers. */
     static Result<Repository> open(const Root& root);
 
     Repository(Repository&&) = default;
     Repository& operator=(Repository&&) = delete;
 
-    /** Removes what was staged or published and is not in force. */
+    /** Removes what was staged or published but is not in force. */
     ~Repository();
 
     Store& store() { return store_; }
 
-    /** How many leftovers of dead processes were removed when the repository was opened. */
+    /** The number of leftovers that open removed. */
     int recovered() const { return recovered_; }
 
-    /** Makes the private folder in which the next generation is put together. @return the open folder */
+    /** Creates the private folder for the files of the next generation. @return the open folder */
     Result<UniqueFd> stage();
 
-    /** Makes the staged files durable in their final place, which nothing names yet. */
+    /** Moves the staged files to their final place and syncs them to disk. They are not in force yet. */
     Status publish();
 
     /**
-     * The commit point: one transaction decides once more whether the manifest fits the chassis, puts the
-     * published generation in force, changes the controller's inventory and writes the history. Afterwards
-     * older generations are removed, but the one before.
+     * The commit point: one transaction checks the manifest against the chassis again, puts the published
+     * generation in force, updates the controller's inventory and appends to the history. Then removes all
+     * older generations except the previous one.
      */
     Status commit(const Manifest& manifest, const VerifiedSignature& signature);
 
-    /** Puts the previous generation in force again, the inventory's version and the history with it. */
+    /** Puts the previous generation in force again, restores the version in the inventory and appends to the
+     * history. @return the generation that was undone */
     Result<Generation> rollBack();
 
 private:
@@ -68,11 +69,11 @@ private:
     Store store_;
     UniqueFd staging_;
     UniqueFd generations_;
-    std::int64_t number_ = 0;
+    std::int64_t number_ = 0;  ///< of the staged generation; 0 if there is none
     int recovered_ = 0;
 };
 
-/** Refuses an update when the file system of the staging folder has not this many bytes free. */
+/** Fails with NoSpace if the file system of the staging folder has fewer free bytes. */
 Status requireSpace(const Root& root, std::uint64_t bytes);
 
 }  // namespace vtek

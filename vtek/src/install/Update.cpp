@@ -15,7 +15,7 @@ namespace vtek {
 
 namespace {
 
-constexpr std::uint64_t kSpareBytes = 1024 * 1024;  // for the database and folders
+constexpr std::uint64_t kSpareBytes = 1024 * 1024;  // for the database, its journal and folders
 
 }  // namespace
 
@@ -53,7 +53,8 @@ Status Update::add(const std::string& destination) {
 
 Result<UniqueFd> Update::createCopy(const std::string& destination) {
     if (!isPlainPath(destination)) {
-        return Error{ErrorNumber::DestinationInvalid, "no place in the repository: '" + destination + "'"};
+        return Error{ErrorNumber::DestinationInvalid,
+                     "not a path within the repository: '" + destination + "'"};
     }
     Beneath staging(staged_.get());
     UniqueFd copy;
@@ -61,7 +62,7 @@ Result<UniqueFd> Update::createCopy(const std::string& destination) {
         copy = staging.createFile(destination);
     }
     if (!copy) {
-        return systemError(ErrorNumber::CopyFailed, "make " + destination);
+        return systemError(ErrorNumber::CopyFailed, "create " + destination);
     }
     return copy;
 }
@@ -80,7 +81,7 @@ Status Update::copyPayload(int copy) {
         progress.add(piece.size());
         return static_cast<bool>(written);
     };
-    // One byte more than there should be, to see whether there is one.
+    // Asks for one byte more than was checked, to notice a payload that has grown.
     const std::int64_t copied = takePieces(payload.file.get(), payload.size + 1, copyPiece);
     VTEK_TRY(written);
     if (copied < 0) {
@@ -88,7 +89,7 @@ Status Update::copyPayload(int copy) {
     }
     if (static_cast<std::uint64_t>(copied) != payload.size ||
         fingerprint.value() != checked_->signature.fingerprint) {
-        return Error{ErrorNumber::PayloadChanged, payload.name + " is not what it was when it was checked"};
+        return Error{ErrorNumber::PayloadChanged, payload.name + " has changed since it was checked"};
     }
     return {};
 }
@@ -102,7 +103,7 @@ Status Update::unpack() {
                 unpackArchive(copy_.get(), checked_->payload.signedLength, staging, place_, settings.unpack,
                               [&](std::uint64_t bytes) { progress.add(bytes); }));
     if (content.manifest != checked_->manifest) {
-        return Error{ErrorNumber::ManifestChanged, "the copy's manifest is not the one that was checked"};
+        return Error{ErrorNumber::ManifestChanged, "the manifest of the copy is not the checked one"};
     }
     step_ = Step::Unpacked;
     return {};
@@ -111,17 +112,18 @@ Status Update::unpack() {
 Status Update::commit() {
     VTEK_TRY(require(Step::Unpacked));
     const Manifest& manifest = checked_->manifest;
+    // Again, because package.xml lies in a folder that others may write to.
     VTEK_TRY(checkPackage(folder_, manifest, ErrorNumber::PackageChanged, ErrorNumber::PackageChanged));
     VTEK_TRY(repository_->publish());
     VTEK_TRY(repository_->commit(manifest, checked_->signature));
     step_ = Step::Committed;
-    repository_.reset();
+    repository_.reset();  // releases the lock now: the caller may keep this object for long
     return {};
 }
 
 Status Update::require(Step step) const {
     if (step_ != step) {
-        return Error{ErrorNumber::OutOfOrder, "a step of the update was called before its time or twice"};
+        return Error{ErrorNumber::OutOfOrder, "a step of the update was called too early or twice"};
     }
     return {};
 }

@@ -10,36 +10,42 @@
 
 namespace vtek {
 
-/** The free bytes without which no update starts: for the copy, and at least as much again for what comes out
- * of it. */
+/** Free bytes that an update needs to start: room for the copy, as much again for its unpacked files, and a
+ * reserve. Both sizes are in bytes. */
 std::uint64_t spaceToStart(std::uint64_t payloadSize);
 
 /**
- * One update of the controller's firmware, step by step; each step needs the one before it. Destroyed before
- * commit has succeeded, it leaves no trace.
+ * One update of the controller's firmware. The steps must be called once each, in this order. If the object
+ * is destroyed before commit has succeeded, nothing of the update remains.
  */
 class Update {
 public:
     /**
-     * @param root    the chassis; stays the caller's, as the folder does
-     * @param folder  holds the payload and package.xml
-     * @param now     the moment at which certificates must be valid
+     * @param root    the chassis; must outlive the update
+     * @param folder  contains the payload and package.xml; remains owned by the caller
+     * @param now     the time at which the certificates must be valid
      */
     Update(const Root& root, int folder, std::time_t now) : root_(root), folder_(folder), now_(now) {}
 
-    /** Finds the payload and decides whether it may be installed. @return its name in the folder */
+    /** Finds the payload and checks whether it may be installed. @return its name in the folder */
     Result<std::string> check();
 
-    /** Takes the repository's lock and makes room for the copy. */
+    /** Locks the repository and creates the folder for the copy. Fails with NoSpace if the disk is too full.
+     */
     Status start();
 
-    /** Copies the payload to its place in the new generation; its bytes must be those that were checked. */
+    /**
+     * Copies the payload into the new generation. Fails with PayloadChanged if its bytes differ from those
+     * that were checked.
+     *
+     * @param destination  a relative path within the generation
+     */
     Status add(const std::string& destination);
 
-    /** Unpacks the copy into the folder that holds it. */
+    /** Unpacks the copy into the folder that contains it. */
     Status unpack();
 
-    /** Makes everything durable and puts it in force. */
+    /** Syncs the new generation to disk and puts it in force. */
     Status commit();
 
 private:
@@ -57,7 +63,7 @@ private:
     std::optional<Repository> repository_;
     UniqueFd staged_;
     UniqueFd copy_;
-    std::string place_;  ///< the folder that the destination names
+    std::string place_;  ///< the folder part of the destination
 };
 
 }  // namespace vtek

@@ -14,14 +14,16 @@ namespace vtek {
 
 using Bytes = std::vector<std::uint8_t>;
 
+/** The network function of the platform's OEM commands; 0x30 to 0x3F are reserved for OEMs. */
 inline constexpr std::uint8_t kOemNetFunction = 0x30;
 
-/** Who answers IPMI requests. */
+/** Sends IPMI requests to a management controller, real or simulated. */
 class IpmiTransport {
 public:
     virtual ~IpmiTransport() = default;
 
-    /** Sends one OEM request. @return the completion code, then the answer's data; never empty */
+    /** Sends one OEM request and waits for the response. @return the completion code, then the data; never
+     * empty */
     virtual Result<Bytes> exchange(std::uint8_t command, const Bytes& data) = 0;
 };
 
@@ -35,14 +37,14 @@ private:
     Bytes answer_;
 };
 
-/** The transport that the settings ask for. */
+/** Opens the transport that the settings select. */
 Result<std::unique_ptr<IpmiTransport>> openIpmi(const Settings& settings);
 
 /**
- * Puts an answer into the caller's buffer: data cut or filled up with zeros to the length that was asked for.
+ * Copies the data of a response into the caller's buffer, truncated or padded with zeros to length bytes.
  *
  * @param answer  completion code, then data
- * @return the completion code; when it is not 0 the buffer stays as it is
+ * @return the completion code; if it is not 0, the buffer stays unchanged
  */
 std::uint8_t storeAnswer(const Bytes& answer, std::uint8_t* buffer, std::size_t length);
 

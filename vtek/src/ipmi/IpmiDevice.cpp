@@ -30,7 +30,7 @@ Result<std::unique_ptr<IpmiPort>> KernelIpmiPort::open(const std::string& device
 }
 
 Status KernelIpmiPort::send(long id, std::uint8_t netFunction, std::uint8_t command, const Bytes& data) {
-    Bytes copy = data;
+    Bytes copy = data;  // the driver's interface takes a pointer to non-const
     ipmi_system_interface_addr address{};
     address.addr_type = IPMI_SYSTEM_INTERFACE_ADDR_TYPE;
     address.channel = IPMI_BMC_CHANNEL;
@@ -64,7 +64,8 @@ Result<std::optional<IpmiMessage>> KernelIpmiPort::receive(std::chrono::millisec
     received.addr_len = sizeof address;
     received.msg.data = data.data();
     received.msg.data_len = static_cast<unsigned short>(data.size());
-    // A message that is too long is cut, and delivered all the same.
+    // TRUNC delivers a message that exceeds the buffer, truncated, and reports EMSGSIZE. Without it, the
+    // message would stay at the head of the queue.
     if (ioctl(file_.get(), IPMICTL_RECEIVE_MSG_TRUNC, &received) != 0 && errno != EMSGSIZE) {
         return failed("receive");
     }
@@ -83,8 +84,10 @@ Error KernelIpmiPort::failed(const char* what) const {
 }
 
 Result<Bytes> IpmiDevice::exchange(std::uint8_t command, const Bytes& data) {
+    // A new id for each request: a late response to an earlier one must not pass for this one's.
     const long id = ++lastId_;
     VTEK_TRY(port_->send(id, kOemNetFunction, command, data));
+    // One deadline for all messages: a controller that sends many events must not extend the wait.
     const auto deadline = port_->now() + kIpmiPatience;
     for (auto left = kIpmiPatience; left.count() > 0; left = deadline - port_->now()) {
         VTEK_ASSIGN(auto message, port_->receive(left));
@@ -92,11 +95,11 @@ Result<Bytes> IpmiDevice::exchange(std::uint8_t command, const Bytes& data) {
             continue;
         }
         if (message->data.empty()) {
-            return failure("an answer without a completion code");
+            return failure("a response without a completion code");
         }
         return std::move(message->data);
     }
-    return failure("no answer within " + std::to_string(kIpmiPatience.count()) + " ms");
+    return failure("no response within " + std::to_string(kIpmiPatience.count()) + " ms");
 }
 
 }  // namespace vtek

@@ -5,28 +5,30 @@
 
 namespace vtek {
 
-/** A message that came from the management controller. */
+/** A message from the management controller. */
 struct IpmiMessage {
-    long id;        ///< of the request that it answers
-    bool response;  ///< and not an event or a request of somebody else
+    long id;        ///< of the request it belongs to
+    bool response;  ///< false for an event or a request to us
     Bytes data;     ///< completion code, then data
 };
 
-/** Where messages to and from the management controller pass; abstract so that every answer can be tried. */
+/** Interface to the driver of the management controller; abstract, so that tests can script every response.
+ */
 class IpmiPort {
 public:
     virtual ~IpmiPort() = default;
 
+    /** Sends a request. @param id  returned with the response */
     virtual Status send(long id, std::uint8_t netFunction, std::uint8_t command, const Bytes& data) = 0;
 
-    /** Waits for a message of any kind; absent when the time is over. */
+    /** Waits for a message of any kind. @return nothing after the time-out or an interruption */
     virtual Result<std::optional<IpmiMessage>> receive(std::chrono::milliseconds patience) = 0;
 
-    /** How much time has passed since some fixed moment. */
+    /** The time since some fixed moment; never goes back. */
     virtual std::chrono::milliseconds now() const = 0;
 };
 
-/** The kernel's in-band driver. */
+/** The kernel's driver for the management controller of this machine. */
 class KernelIpmiPort : public IpmiPort {
 public:
     /** @param device  such as /dev/ipmi0 */
@@ -44,7 +46,8 @@ private:
     UniqueFd file_;
 };
 
-/** Sends requests through a port and waits for the answer that belongs to each; late answers are dropped. */
+/** Sends each request through a port and waits for its own response. Drops late responses to earlier
+ * requests. */
 class IpmiDevice : public IpmiTransport {
 public:
     explicit IpmiDevice(std::unique_ptr<IpmiPort> port) : port_(std::move(port)) {}
@@ -55,7 +58,8 @@ private:
     long lastId_ = 0;
 };
 
-/** How long an answer may take. */
+/** How long to wait for a response. A controller under load takes up to a few seconds; the program must not
+ * hang on one that does not respond. */
 inline constexpr std::chrono::milliseconds kIpmiPatience{5000};
 
 }  // namespace vtek
