@@ -20,7 +20,7 @@ const std::map<int, std::pair<std::string, std::string>> kCalls{
     {7, {"EndCopyFile", "`Complete Copy File failed`"}},
 };
 
-TEST(Errors, TheDocumentHasARowForEach) {
+TEST(Errors, MatchTheDocumentedRows) {
     const auto rows = test::documentedErrors();
     const auto& table = vtek::errorTable();
     ASSERT_EQ(rows.size(), table.size());
@@ -31,7 +31,7 @@ TEST(Errors, TheDocumentHasARowForEach) {
     }
 }
 
-TEST(Errors, TheDocumentNamesCallAndReportByTheHundreds) {
+TEST(Errors, MatchTheDocumentedCallsAndReports) {
     const auto rows = test::documentedErrors();
     ASSERT_GT(rows.size(), 40U);
     for (const auto& row : rows) {
@@ -43,7 +43,7 @@ TEST(Errors, TheDocumentNamesCallAndReportByTheHundreds) {
     }
 }
 
-TEST(Errors, NumbersRiseAndAreNeverGivenTwice) {
+TEST(Errors, HaveUniqueAscendingNumbers) {
     const auto& table = vtek::errorTable();
     EXPECT_TRUE(std::is_sorted(table.begin(), table.end(),
                                [](const auto& a, const auto& b) { return a.number < b.number; }));
@@ -52,20 +52,20 @@ TEST(Errors, NumbersRiseAndAreNeverGivenTwice) {
               table.end());
 }
 
-TEST(Errors, ANumberLeadsToItsRow) {
+TEST(Errors, FindTheirRowByNumber) {
     for (const auto& info : vtek::errorTable()) {
         EXPECT_EQ(&vtek::errorInfo(info.number), &info) << info.cause;
     }
 }
 
-TEST(Errors, ASystemErrorKeepsItsText) {
+TEST(Errors, KeepTheTextOfErrno) {
     errno = ENOSPC;
     const auto error = vtek::systemError(vtek::ErrorNumber::CopyFailed, "write");
     EXPECT_EQ(error.number, vtek::ErrorNumber::CopyFailed);
     EXPECT_EQ(error.message, "write: No space left on device");
 }
 
-TEST(Errors, AFullDiskOrQuotaIsNoSpaceAndEverythingElseIsNotWritable) {
+TEST(Errors, MapFullDiskAndQuotaToNoSpace) {
     for (const int full : {ENOSPC, EDQUOT}) {
         errno = full;
         EXPECT_EQ(vtek::repositoryError("write").number, vtek::ErrorNumber::NoSpace);

@@ -38,7 +38,7 @@ extern "C" int sync_file_range(int fd, off64_t from, off64_t size, unsigned int 
 
 namespace {
 
-TEST(File, DescriptorsStayAboveTheStandardOnes) {
+TEST(File, KeepsDescriptorsAboveStandardStreams) {
     for (const int standard : {0, 1, 2}) {
         const int saved = dup(standard);
         close(standard);
@@ -52,12 +52,12 @@ TEST(File, DescriptorsStayAboveTheStandardOnes) {
     }
 }
 
-TEST(File, DescriptorsAreKeptFromOtherPrograms) {
+TEST(File, OpensDescriptorsCloseOnExec) {
     const auto file = vtek::openAt(vtek::kWorkingFolder, "/dev/null", O_RDONLY);
     EXPECT_EQ(fcntl(file.get(), F_GETFD), FD_CLOEXEC);
 }
 
-TEST(File, ReadWholeStopsAtItsBound) {
+TEST(File, RefusesContentBeyondTheBound) {
     const test::TempDir folder;
     test::writeFile(folder / "file", std::string(20000, 'x'));
     std::string content;
@@ -69,13 +69,13 @@ TEST(File, ReadWholeStopsAtItsBound) {
     EXPECT_EQ(errno, EFBIG);
 }
 
-TEST(File, TellsWhatCannotBeMadeDurable) {
+TEST(File, ReportsFailedSync) {
     const auto device = vtek::openAt(vtek::kWorkingFolder, "/dev/null", O_WRONLY);
     EXPECT_FALSE(vtek::syncFd(device.get()));
     EXPECT_EQ(errno, EINVAL);
 }
 
-TEST(File, ListsAFolderInOrder) {
+TEST(File, ListsFolderInByteOrder) {
     const test::TempDir folder;
     for (const char* name : {"b", "a", ".hidden", "c"}) {
         test::writeFile(folder / name, "");
@@ -87,7 +87,7 @@ TEST(File, ListsAFolderInOrder) {
     EXPECT_THAT(names, ElementsAre(".hidden", "a", "b", "c"));
 }
 
-TEST(FileWriter, WritesPiecesOfAnySizeOneBehindTheOther) {
+TEST(FileWriter, AppendsPiecesOfAnySize) {
     const test::TempDir folder;
     const auto file =
         vtek::openAt(vtek::kWorkingFolder, (folder / "file").string(), O_WRONLY | O_CREAT | O_EXCL, 0600);
@@ -101,7 +101,7 @@ TEST(FileWriter, WritesPiecesOfAnySizeOneBehindTheOther) {
     EXPECT_EQ(test::readFile(folder / "file"), expected);
 }
 
-TEST(FileWriter, HasEveryTwoMebibytesWrittenOut) {
+TEST(FileWriter, StartsWriteOutEveryTwoMebibytes) {
     const test::TempDir folder;
     const auto file =
         vtek::openAt(vtek::kWorkingFolder, (folder / "file").string(), O_WRONLY | O_CREAT | O_EXCL, 0600);
@@ -117,7 +117,7 @@ TEST(FileWriter, HasEveryTwoMebibytesWrittenOut) {
     whenWritingOut() = [](off64_t, off64_t) {};
 }
 
-TEST(FileWriter, TellsThatItCannotWrite) {
+TEST(FileWriter, ReportsFailedWrite) {
     const auto full = vtek::openAt(vtek::kWorkingFolder, "/dev/full", O_WRONLY);
     vtek::FileWriter writer(full.get());
     EXPECT_FALSE(writer.write("x"));
@@ -133,7 +133,7 @@ std::int64_t readInPieces(const std::string& path, std::uint64_t length, std::st
     });
 }
 
-TEST(Pieces, AreReadInOrderUpToTheLengthOrTheEnd) {
+TEST(File, ReadsPiecesUpToLengthOrEnd) {
     const test::TempDir folder;
     std::string content(500000, 'x');
     for (std::size_t at = 0; at < content.size(); at += 1000) {
@@ -149,7 +149,7 @@ TEST(Pieces, AreReadInOrderUpToTheLengthOrTheEnd) {
     }
 }
 
-TEST(Pieces, EndWhereOneIsRefused) {
+TEST(File, StopsAtRefusedPiece) {
     const test::TempDir folder;
     test::writeFile(folder / "file", std::string(1000000, 'x'));
     const auto file = vtek::openAt(vtek::kWorkingFolder, (folder / "file").string(), O_RDONLY);
@@ -161,13 +161,13 @@ TEST(Pieces, EndWhereOneIsRefused) {
     EXPECT_GT(taken, 0);
 }
 
-TEST(Pieces, OfAFolderCannotBeRead) {
+TEST(File, FailsToReadPiecesOfFolder) {
     std::string read;
     EXPECT_EQ(readInPieces("/", 1, read), -1);
     EXPECT_EQ(errno, EISDIR);
 }
 
-TEST(Digest, IsSha256) {
+TEST(Digest, ComputesSha256) {
     vtek::Digest empty;
     EXPECT_EQ(empty.hex(), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
     vtek::Digest abc;
@@ -176,7 +176,7 @@ TEST(Digest, IsSha256) {
     EXPECT_EQ(abc.hex(), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
 }
 
-TEST(Digest, OfAFileIsThatOfAllThatItHolds) {
+TEST(Digest, CoversWholeFile) {
     const test::TempDir folder;
     for (const std::size_t size : {0U, 65535U, 65536U, 65537U, 200000U}) {
         const std::string content(size, 'x');
@@ -188,14 +188,14 @@ TEST(Digest, OfAFileIsThatOfAllThatItHolds) {
     }
 }
 
-TEST(Digest, OfAFolderIsRefusedByTheNumberThatWasAskedFor) {
+TEST(Digest, ReportsUnreadableFileWithGivenNumber) {
     const auto folder = vtek::openAt(vtek::kWorkingFolder, "/", O_RDONLY);
     const auto digest = digestOfFile(folder.get(), vtek::ErrorNumber::PackageUnreadable);
     ASSERT_FALSE(digest);
     EXPECT_EQ(digest.error().number, vtek::ErrorNumber::PackageUnreadable);
 }
 
-TEST(Tree, RemovesEverythingButWhatLinksLeadTo) {
+TEST(Tree, RemovesTreeWithoutFollowingSymlinks) {
     const test::TempDir folder;
     std::filesystem::create_directories(folder / "tree/a/b");
     std::filesystem::create_directories(folder / "kept");
@@ -210,7 +210,7 @@ TEST(Tree, RemovesEverythingButWhatLinksLeadTo) {
     EXPECT_TRUE(vtek::removeTree(opened.get(), "tree"));
 }
 
-TEST(Tree, SyncsNoTreeThatHoldsALink) {
+TEST(Tree, RefusesToSyncSymlinksAndMissingTrees) {
     const test::TempDir folder;
     std::filesystem::create_directories(folder / "tree");
     std::filesystem::create_symlink("/etc/passwd", folder / "tree/link");

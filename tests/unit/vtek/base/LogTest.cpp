@@ -40,7 +40,7 @@ protected:
 
 constexpr const char* kStamp = "[0-9-]+T[0-9:]+Z \\[[0-9]+\\] ";
 
-TEST_F(LogTest, BeginsBySayingThatItIsASimulation) {
+TEST_F(LogTest, StartsWithSimulationNotice) {
     log_.write("../src/Source", 12, "message");
     const auto lines = linesOf(file());
     ASSERT_EQ(lines.size(), 2U);
@@ -48,13 +48,13 @@ TEST_F(LogTest, BeginsBySayingThatItIsASimulation) {
     EXPECT_THAT(lines[1], MatchesRegex(std::string(kStamp) + "../src/Source:12: message"));
 }
 
-TEST_F(LogTest, ANewRunGoesOnInTheSameFile) {
+TEST_F(LogTest, AppendsToExistingFile) {
     log_.write("a", 1, "first");
     vtek::Log(&root_).write("b", 2, "second");
     EXPECT_EQ(linesOf(file()).size(), 3U);
 }
 
-TEST_F(LogTest, TwoRunsAtOnceLoseNoLine) {
+TEST_F(LogTest, KeepsLinesOfConcurrentRuns) {
     vtek::Log other(&root_);
     log_.write("a", 1, "first");
     other.write("b", 2, "second");
@@ -65,7 +65,7 @@ TEST_F(LogTest, TwoRunsAtOnceLoseNoLine) {
     EXPECT_THAT(lines[3], MatchesRegex(std::string(kStamp) + "a:3: third"));
 }
 
-TEST_F(LogTest, AMessageStaysOneLine) {
+TEST_F(LogTest, KeepsMessageOnOneLine) {
     log_.write("a\nb", 1, "two\nlines\r\x1b[31m\x7f and \xC3\xBC");
     const auto lines = linesOf(file());
     ASSERT_EQ(lines.size(), 2U);
@@ -73,7 +73,7 @@ TEST_F(LogTest, AMessageStaysOneLine) {
                 MatchesRegex(std::string(kStamp) + "a\\?b:1: two\\?lines\\?\\?\\[31m\\? and \xC3\xBC"));
 }
 
-TEST_F(LogTest, AFailureSaysWhatToDo) {
+TEST_F(LogTest, WritesHintForFailure) {
     log_.failure("IsPayloadSigned", {ErrorNumber::PayloadMissing, "details"});
     EXPECT_THAT(linesOf(file()).back(),
                 MatchesRegex(std::string(kStamp) +
@@ -81,7 +81,7 @@ TEST_F(LogTest, AFailureSaysWhatToDo) {
                              "update in the folder that contains the .fwp file"));
 }
 
-TEST_F(LogTest, IsBounded) {
+TEST_F(LogTest, LimitsItsSize) {
     const std::string message(10000, 'm');
     for (int i = 0; i < 350; ++i) {
         log_.write("a", 1, message);
@@ -95,13 +95,13 @@ TEST_F(LogTest, IsBounded) {
     EXPECT_EQ(linesOf(file())[0].substr(0, 8), "This log");
 }
 
-TEST_F(LogTest, NeverFollowsALink) {
+TEST_F(LogTest, RefusesSymlink) {
     std::filesystem::create_symlink(lab_.aside() / "target", file());
     log_.write("a", 1, "message");
     EXPECT_FALSE(std::filesystem::exists(lab_.aside() / "target"));
 }
 
-TEST_F(LogTest, AFailureThatTheFileDoesNotTakeGoesToStandardError) {
+TEST_F(LogTest, ReportsFailureOnStandardErrorWithoutFile) {
     std::filesystem::remove_all(lab_.rootPath() / "log");
     testing::internal::CaptureStderr();
     log_.failure("IsPayloadSigned", {ErrorNumber::PayloadMissing, "a\nb"});
@@ -112,7 +112,7 @@ TEST_F(LogTest, AFailureThatTheFileDoesNotTakeGoesToStandardError) {
         "folder that contains the .fwp file\n");
 }
 
-TEST_F(LogTest, AFailureThatIsNotWrittenWholeGoesToStandardError) {
+TEST_F(LogTest, ReportsFailureOnStandardErrorAfterShortWrite) {
     log_.write("a", 1, "message");
     EXPECT_EXIT(
         {
@@ -127,7 +127,7 @@ TEST_F(LogTest, AFailureThatIsNotWrittenWholeGoesToStandardError) {
         "libvtek .simulation.: IsPayloadSigned: error 201, no payload: details; hint: ");
 }
 
-TEST(Log, WithoutARootIsSilent) {
+TEST(Log, DropsLinesWithoutRoot) {
     vtek::Log(nullptr).write("a", 1, "message");
 }
 

@@ -46,7 +46,7 @@ std::string onAPipe(const std::function<void()>& work) {
     return shown(ends[1], reading.get(), work);
 }
 
-TEST(Progress, IsShownOnATerminalOncePerPercent) {
+TEST(Progress, ShowsEachPercentOnceOnTerminal) {
     EXPECT_EQ(onATerminal([] {
                   Progress progress("copy", 99);
                   progress.add(1);
@@ -56,7 +56,7 @@ TEST(Progress, IsShownOnATerminalOncePerPercent) {
               "\rcopy: 1 %\rcopy: 50 %\n");
 }
 
-TEST(Progress, EndsAtAHundredPercent) {
+TEST(Progress, StopsAtHundredPercent) {
     EXPECT_EQ(onATerminal([] {
                   Progress progress("verify", 10);
                   progress.add(1000);
@@ -65,7 +65,7 @@ TEST(Progress, EndsAtAHundredPercent) {
               "\rverify: 100 %\n");
 }
 
-TEST(Progress, OfNothingIsNotShown) {
+TEST(Progress, ShowsNothingForEmptyStep) {
     EXPECT_EQ(onATerminal([] {
                   Progress progress("unpack", 0);
                   progress.add(0);
@@ -73,7 +73,7 @@ TEST(Progress, OfNothingIsNotShown) {
               "");
 }
 
-TEST(Progress, IsNotShownElsewhere) {
+TEST(Progress, ShowsNothingWithoutTerminal) {
     EXPECT_EQ(onAPipe([] {
                   Progress progress("copy", 100);
                   progress.add(100);

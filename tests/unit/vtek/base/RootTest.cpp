@@ -27,7 +27,7 @@ ErrorNumber openingFails(const std::filesystem::path& path) {
     return root ? ErrorNumber::None : root.error().number;
 }
 
-TEST(Root, IsFoundThroughTheEnvironment) {
+TEST(Root, ReadsPathFromEnvironment) {
     setenv("VTEK_ROOT", "/some/where", 1);
     EXPECT_EQ(vtek::rootPathFromEnvironment(), "/some/where");
     setenv("VTEK_ROOT", "", 1);
@@ -36,7 +36,7 @@ TEST(Root, IsFoundThroughTheEnvironment) {
     EXPECT_EQ(vtek::rootPathFromEnvironment(), "/var/lib/vtek");
 }
 
-TEST(Root, ThatIsNotThereIsToldFromAnUnsafeOne) {
+TEST(Root, DistinguishesMissingFromUnsafe) {
     const test::TempDir folder;
     EXPECT_EQ(openingFails(folder / "missing"), ErrorNumber::RootMissing);
     EXPECT_EQ(openingFails(""), ErrorNumber::RootMissing);
@@ -44,7 +44,7 @@ TEST(Root, ThatIsNotThereIsToldFromAnUnsafeOne) {
     EXPECT_EQ(openingFails(folder / "file"), ErrorNumber::RootUnsafe);
 }
 
-TEST(Root, OpenToOtherWritersIsRefused) {
+TEST(Root, RefusesWriteAccessForOthers) {
     const Lab lab;
     for (const perms open : {perms::group_write, perms::others_write}) {
         std::filesystem::permissions(lab.rootPath(), open, perm_options::add);
@@ -54,13 +54,13 @@ TEST(Root, OpenToOtherWritersIsRefused) {
     EXPECT_EQ(openingFails(lab.rootPath()), ErrorNumber::None);
 }
 
-TEST(Root, AStickyRootIsNoBetter) {
+TEST(Root, RefusesStickyRootWritableByOthers) {
     const Lab lab;
     std::filesystem::permissions(lab.rootPath(), perms::others_write | perms::sticky_bit, perm_options::add);
     EXPECT_EQ(openingFails(lab.rootPath()), ErrorNumber::RootUnsafe);
 }
 
-TEST(Root, BelowAFolderThatIsOpenToOtherWritersIsRefusedUnlessItIsSticky) {
+TEST(Root, RefusesParentWritableByOthersUnlessSticky) {
     const Lab lab;
     const auto parent = lab.rootPath().parent_path();
     std::filesystem::permissions(parent, perms::others_write, perm_options::add);
@@ -69,7 +69,7 @@ TEST(Root, BelowAFolderThatIsOpenToOtherWritersIsRefusedUnlessItIsSticky) {
     EXPECT_EQ(openingFails(lab.rootPath()), ErrorNumber::None);
 }
 
-TEST(Root, OfAStrangerIsRefused) {
+TEST(Root, RefusesOtherOwner) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "skipped: needs root, who alone can give a folder away";
     }
@@ -81,7 +81,7 @@ TEST(Root, OfAStrangerIsRefused) {
     EXPECT_EQ(openingFails(lab.rootPath()), ErrorNumber::RootUnsafe);
 }
 
-TEST(Root, OfTheCallerIsAccepted) {
+TEST(Root, AcceptsCallerAsOwner) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "skipped: needs root, who alone can give a folder away";
     }
@@ -91,7 +91,7 @@ TEST(Root, OfTheCallerIsAccepted) {
     EXPECT_TRUE(Root::open(lab.rootPath().string(), kStranger));
 }
 
-TEST(Root, ThatIsALinkOrLiesBehindOneIsRefused) {
+TEST(Root, RefusesSymlinks) {
     const Lab lab;
     const auto link = lab.aside() / "link";
     std::filesystem::create_directory_symlink(lab.rootPath(), link);
@@ -100,7 +100,7 @@ TEST(Root, ThatIsALinkOrLiesBehindOneIsRefused) {
     EXPECT_EQ(openingFails(lab.aside() / "above/root"), ErrorNumber::RootUnsafe);
 }
 
-TEST(Root, ARelativePathIsTakenFromTheWorkingDirectory) {
+TEST(Root, ResolvesRelativePath) {
     const Lab lab;
     std::filesystem::current_path(lab.package());
     const auto root = Root::open("../root/", geteuid());
@@ -108,7 +108,7 @@ TEST(Root, ARelativePathIsTakenFromTheWorkingDirectory) {
     EXPECT_EQ(root->path(), lab.rootPath().string());
 }
 
-TEST(Root, IsMadeOnlyOfANewOrEmptyFolder) {
+TEST(Root, CreatesOnlyInNewOrEmptyFolder) {
     const test::TempDir folder;
     EXPECT_TRUE(Root::create((folder / "new").string(), geteuid()));
     EXPECT_EQ(Root::create((folder / "new").string(), geteuid()).error().number,
@@ -118,7 +118,7 @@ TEST(Root, IsMadeOnlyOfANewOrEmptyFolder) {
 
 // What lies in the root is held to the same rules.
 
-TEST(RootContent, OthersMayReadItButForStaging) {
+TEST(Root, CreatesReadableFoldersAndPrivateStaging) {
     const test::TempDir folder;
     const mode_t before = umask(0);
     const auto root = Root::create((folder / "new").string(), geteuid());
@@ -135,7 +135,7 @@ TEST(RootContent, OthersMayReadItButForStaging) {
             {"log", 0755}, {"repository", 0755}, {"staging", 0700}, {"state.db", 0644}, {"trust", 0755}}));
 }
 
-TEST(RootContent, StateThatIsALinkSharedOrOpenToOtherWritersIsRefused) {
+TEST(Root, RefusesUnsafeStateFile) {
     const Lab lab;
     const auto state = lab.rootPath() / "state.db";
     std::filesystem::permissions(state, perms::others_write, perm_options::add);
@@ -150,7 +150,7 @@ TEST(RootContent, StateThatIsALinkSharedOrOpenToOtherWritersIsRefused) {
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
 }
 
-TEST(RootContent, ALockThatIsALinkOrOpenToOtherWritersIsRefused) {
+TEST(Root, RefusesUnsafeLockFile) {
     const Lab lab;
     const auto lock = lab.rootPath() / "lock";
     std::filesystem::create_symlink(lab.aside() / "target", lock);
@@ -164,7 +164,7 @@ TEST(RootContent, ALockThatIsALinkOrOpenToOtherWritersIsRefused) {
     EXPECT_EQ(lab.update(), (UpdateOutcome{"done"}));
 }
 
-TEST(RootContent, StateOrALockThatIsNoPlainFileIsRefused) {
+TEST(Root, RefusesFifoAsStateOrLock) {
     const Lab lab;
     ASSERT_EQ(mkfifo((lab.rootPath() / "lock").c_str(), 0644), 0);
     EXPECT_EQ(lab.update(), (UpdateOutcome{"start", ErrorNumber::RepositoryUnwritable}));
@@ -174,7 +174,7 @@ TEST(RootContent, StateOrALockThatIsNoPlainFileIsRefused) {
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
 }
 
-TEST(RootContent, StagingOrRepositoryThatIsOpenToOtherWritersIsRefused) {
+TEST(Root, RefusesStagingOrRepositoryWritableByOthers) {
     for (const std::string name : {"staging", "repository"}) {
         const Lab lab;
         std::filesystem::permissions(lab.rootPath() / name, perms::others_write, perm_options::add);
@@ -182,7 +182,7 @@ TEST(RootContent, StagingOrRepositoryThatIsOpenToOtherWritersIsRefused) {
     }
 }
 
-TEST(RootContent, StagingOrRepositoryThatIsALinkIsRefused) {
+TEST(Root, RefusesSymlinkAsStagingOrRepository) {
     for (const std::string name : {"staging", "repository"}) {
         const Lab lab;
         std::filesystem::remove(lab.rootPath() / name);

@@ -27,7 +27,7 @@ TEST(Text, ReplacesControlCharactersOnOneLine) {
     EXPECT_EQ(vtek::oneLine("a\nb\tc\x7f"), "a?b?c?");
 }
 
-TEST(Text, ShowsStrangersNamesQuotedShortAndInAscii) {
+TEST(Text, QuotesAndShortensUntrustedNames) {
     EXPECT_EQ(vtek::shownName("fw\x1b\xff"), "'fw?" "?'");
     EXPECT_EQ(vtek::shownName(std::string(81, 'a')), "'" + std::string(80, 'a') + "'");
 }

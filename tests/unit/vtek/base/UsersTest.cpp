@@ -15,11 +15,11 @@ std::string described(uid_t user) {
     return record == nullptr ? number : std::string(record->pw_name) + " (" + number + ")";
 }
 
-TEST(Users, TheRealUserHasANameAndANumber) {
+TEST(Users, ReportsNameAndNumberOfRealUser) {
     EXPECT_EQ(vtek::realUser(), described(getuid()));
 }
 
-TEST(Users, ARealUserWithoutANameIsANumber) {
+TEST(Users, ReportsNumberOfUserWithoutName) {
     constexpr uid_t kStranger = 12345;
     if (geteuid() != 0) {
         GTEST_SKIP() << "skipped: needs root, who alone can become a user that nobody knows";
@@ -29,7 +29,7 @@ TEST(Users, ARealUserWithoutANameIsANumber) {
                 testing::ExitedWithCode(0), "");
 }
 
-TEST(Users, ALoginThatTheKernelDoesNotKnowIsUnknown) {
+TEST(Users, ReportsLoginUserOrUnknown) {
     const std::string text = test::readFile("/proc/self/loginuid");
     EXPECT_EQ(vtek::loginUser(),
               text == "4294967295" ? "unknown" : described(static_cast<uid_t>(std::stoul(text))));

@@ -40,7 +40,7 @@ protected:
     Inventory inventory_;
 };
 
-TEST_F(InventoryTest, IsWrittenAsADocument) {
+TEST_F(InventoryTest, WritesDocument) {
     EXPECT_EQ(written(),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
               "<SVMInventory>\n"
@@ -50,7 +50,7 @@ TEST_F(InventoryTest, IsWrittenAsADocument) {
               "</SVMInventory>\n");
 }
 
-TEST_F(InventoryTest, EscapesWhatAnAttributeCannotHold) {
+TEST_F(InventoryTest, EscapesAttributeValues) {
     ASSERT_TRUE(inventory_.clear());
     ASSERT_TRUE(
         inventory_.add({"<&>\"'", "tab\tline\nreturn\r", {{std::nullopt, "\xC3\xBC", std::nullopt}}}));
@@ -63,7 +63,7 @@ TEST_F(InventoryTest, EscapesWhatAnAttributeCannotHold) {
               "</SVMInventory>\n");
 }
 
-TEST_F(InventoryTest, WhatWasWrittenComesBackTheSame) {
+TEST_F(InventoryTest, ImportsWhatItWrote) {
     ASSERT_TRUE(
         inventory_.add({"<&>\"'", "tab\tline\nreturn\r", {{"A", "1", "\xC3\xBC"}, {"B", "", std::nullopt}}}));
     ASSERT_TRUE(inventory_.add({"", std::nullopt, {}}));
@@ -72,7 +72,7 @@ TEST_F(InventoryTest, WhatWasWrittenComesBackTheSame) {
     EXPECT_EQ(written(), document);
 }
 
-TEST_F(InventoryTest, RefusesTextsThatNoDocumentCanHold) {
+TEST_F(InventoryTest, RefusesTextThatXmlCannotHold) {
     for (const std::string& text : {std::string("bell\a"), std::string("\xFF"), std::string("nul\0", 4),
                                     std::string("\x1F"), std::string("\xED\xA0\x80"), std::string("\xC3"),
                                     std::string("\xEF\xBF\xBE"), std::string("\xEF\xBF\xBF")}) {
@@ -84,7 +84,7 @@ TEST_F(InventoryTest, RefusesTextsThatNoDocumentCanHold) {
     }
 }
 
-TEST_F(InventoryTest, TakesEveryCharacterThatADocumentCanHold) {
+TEST_F(InventoryTest, AcceptsEveryXmlCharacter) {
     for (const std::string& text :
          {std::string("\xED\x9F\xBF"), std::string("\xEE\x80\x80"), std::string("\xEF\xBF\xBD"),
           std::string("\xF0\x90\x80\x80"), std::string("\xF4\x8F\xBF\xBF")}) {
@@ -95,12 +95,12 @@ TEST_F(InventoryTest, TakesEveryCharacterThatADocumentCanHold) {
     }
 }
 
-TEST_F(InventoryTest, ImportReplacesEverything) {
+TEST_F(InventoryTest, ReplacesEverythingOnImport) {
     EXPECT_EQ(*import("<SVMInventory><Device componentID='1'/><Device componentID='2'/></SVMInventory>"), 2);
     EXPECT_FALSE(inventory_.version("25227")->has_value());
 }
 
-TEST_F(InventoryTest, ImportPassesOverWhatItDoesNotKnow) {
+TEST_F(InventoryTest, IgnoresUnknownContentOnImport) {
     EXPECT_EQ(*import("<SVMInventory lang='en'><!-- c --><Other><Device componentID='0'/></Other>"
                       "<Device componentID='1' more='x'><Deep><Application version='no'/></Deep>"
                       "<Application version='3' x='y'>text</Application></Device></SVMInventory>"),
@@ -108,7 +108,7 @@ TEST_F(InventoryTest, ImportPassesOverWhatItDoesNotKnow) {
     EXPECT_EQ(**inventory_.version("1"), "3");
 }
 
-TEST_F(InventoryTest, ImportRefusesBadDocumentsAndKeepsTheOldInventory) {
+TEST_F(InventoryTest, RefusesBadDocumentAndKeepsOldInventory) {
     const std::string before = written();
     for (const std::string document :
          {"", "junk", "<SVMInventory>", "<Other/>", "<SVMInventory><Device componentID='1'></SVMInventory>",
@@ -119,12 +119,12 @@ TEST_F(InventoryTest, ImportRefusesBadDocumentsAndKeepsTheOldInventory) {
     }
 }
 
-TEST_F(InventoryTest, AFolderIsNoDocument) {
+TEST_F(InventoryTest, RefusesFolderAsDocument) {
     const auto folder = vtek::openAt(vtek::kWorkingFolder, "/", O_RDONLY);
     EXPECT_FALSE(inventory_.import(folder.get()));
 }
 
-TEST_F(InventoryTest, TheFirstDeviceAndItsFirstApplicationCount) {
+TEST_F(InventoryTest, UsesFirstDeviceAndFirstApplication) {
     ASSERT_EQ(
         *import("<SVMInventory><Device componentID='1'><Application version='a'/><Application version='b'/>"
                 "</Device><Device componentID='1'><Application version='c'/></Device></SVMInventory>"),
@@ -137,19 +137,19 @@ TEST_F(InventoryTest, TheFirstDeviceAndItsFirstApplicationCount) {
     EXPECT_NE(document.find("version=\"c\""), std::string::npos);
 }
 
-TEST_F(InventoryTest, AComponentWithoutApplicationHasNoVersion) {
+TEST_F(InventoryTest, ReturnsNoVersionWithoutApplication) {
     ASSERT_TRUE(inventory_.add({"1", "", {}}));
     EXPECT_FALSE(inventory_.version("1")->has_value());
     EXPECT_EQ(inventory_.setVersion("1", "2").error().number, ErrorNumber::ComponentUnknown);
 }
 
-TEST_F(InventoryTest, RemoveTellsHowManyThereWere) {
+TEST_F(InventoryTest, ReturnsNumberOfRemovedDevices) {
     ASSERT_TRUE(inventory_.add({"25227", "", {{"", "2", ""}}}));
     EXPECT_EQ(*inventory_.remove("25227"), 2);
     EXPECT_EQ(*inventory_.remove("25227"), 0);
 }
 
-TEST_F(InventoryTest, AHundredThousandDevicesArePassedOnInPieces) {
+TEST_F(InventoryTest, WritesHundredThousandDevicesInPieces) {
     constexpr int kMany = 100000;
     {
         auto transaction = vtek::Transaction::begin(store_->database());

@@ -77,7 +77,7 @@ TEST(Lock, NamesItsHolder) {
     EXPECT_THAT(refused.error().message, HasSubstr("command: "));
 }
 
-TEST(Lock, HoldsTheHoldersDescriptionAndNothingElse) {
+TEST(Lock, ReplacesFileContentWithHolder) {
     const Lab lab;
     const auto file = lab.rootPath() / "lock";
     test::writeFile(file, std::string(2000, 'x'));
@@ -87,14 +87,14 @@ TEST(Lock, HoldsTheHoldersDescriptionAndNothingElse) {
     EXPECT_EQ(test::readFile(file), vtek::describeProcess());
 }
 
-TEST(Lock, DescribesAProcessInOneLineThatATerminalShows) {
+TEST(Lock, DescribesProcessInOnePrintableLine) {
     const std::string description = vtek::describeProcess();
     EXPECT_TRUE(std::all_of(description.begin(), description.end(), [](char c) {
         return c >= ' ' && c <= '~';
     })) << description;
 }
 
-TEST(Lock, TellsWhenItsHolderStartedAndNotWhenItTookTheLock) {
+TEST(Lock, ReportsStartOfHolderNotOfLock) {
     const std::time_t started = std::time(nullptr);
     int answer[2];
     ASSERT_EQ(pipe(answer), 0);
@@ -114,7 +114,7 @@ TEST(Lock, TellsWhenItsHolderStartedAndNotWhenItTookTheLock) {
     EXPECT_NEAR(static_cast<double>(timegm(&utc)), static_cast<double>(started), 1.5) << told;
 }
 
-TEST(Lock, NamesTheHolderAndNotADeadOneThatHeldItBefore) {
+TEST(Lock, NamesHolderNotDeadPredecessor) {
     const Lab lab;
     const auto path = lab.rootPath() / "lock";
     test::writeFile(path, "process 999999999, started long ago, command: gone");
@@ -131,7 +131,7 @@ TEST(Lock, NamesTheHolderAndNotADeadOneThatHeldItBefore) {
     EXPECT_THAT(refused.error().message, HasSubstr("held by process " + std::to_string(getpid()) + ","));
 }
 
-TEST(Lock, WaitsAsLongAsItIsTold) {
+TEST(Lock, WaitsUntilTimeout) {
     const Lab lab;
     const Holder holder(lab);
     const vtek::Root root = lab.root();
@@ -142,7 +142,7 @@ TEST(Lock, WaitsAsLongAsItIsTold) {
     EXPECT_LT(waited, milliseconds(3000));
 }
 
-TEST(Lock, IsFreeWhenItsHolderIsKilled) {
+TEST(Lock, ReleasesLockOfKilledHolder) {
     const Lab lab;
     Holder holder(lab);
     holder.kill();
@@ -150,14 +150,14 @@ TEST(Lock, IsFreeWhenItsHolderIsKilled) {
     EXPECT_TRUE(Lock::acquire(root, milliseconds(0)));
 }
 
-TEST(Lock, AFileLeftByADeadProcessHoldsNobodyUp) {
+TEST(Lock, IgnoresFileOfDeadProcess) {
     const Lab lab;
     test::writeFile(lab.rootPath() / "lock", "process 1, started long ago, command: gone");
     const vtek::Root root = lab.root();
     EXPECT_TRUE(Lock::acquire(root, milliseconds(0)));
 }
 
-TEST(Lock, ASecondUpdateIsToldWhoHoldsTheRepository) {
+TEST(Lock, RefusesSecondUpdate) {
     const Lab lab;
     lab.set("lock-wait", "0");
     const auto untouched = lab.snapshot();
@@ -166,14 +166,14 @@ TEST(Lock, ASecondUpdateIsToldWhoHoldsTheRepository) {
     EXPECT_EQ(lab.snapshot(), untouched);
 }
 
-TEST(Lock, InventoriesRunBesideAnUpdate) {
+TEST(Lock, AllowsInventoryDuringUpdate) {
     const Lab lab;
     EXPECT_EQ(lab.update([&](const std::string& step) { EXPECT_EQ(lab.version(), "1.00") << step; }),
               (UpdateOutcome{"done"}));
     EXPECT_EQ(lab.version(), "2.00");
 }
 
-TEST(Lock, ManyUpdatesAtOnceHappenOneAfterTheOther) {
+TEST(Lock, SerialisesConcurrentUpdates) {
     const Lab lab;
     lab.set("lock-wait", "100");
     for (const int count : {2, 10}) {
@@ -197,7 +197,7 @@ TEST(Lock, ManyUpdatesAtOnceHappenOneAfterTheOther) {
     EXPECT_EQ(*store->currentGeneration(), 12);
 }
 
-TEST(Lock, OneOfFiftyUpdatesThatDoNotWaitWinsAtLeastAndTheOthersAreTold) {
+TEST(Lock, RefusesConcurrentUpdatesThatDoNotWait) {
     const Lab lab;
     lab.set("lock-wait", "0");
     std::vector<pid_t> children;

@@ -13,13 +13,13 @@ using testing::ElementsAre;
 using vtek::ErrorNumber;
 using vtek::Store;
 
-TEST(Settings, TakeTheirOwnDefaults) {
+TEST(Settings, AcceptTheirDefaults) {
     for (const auto& info : vtek::settingTable()) {
         EXPECT_TRUE(info.accepts(info.initial)) << info.name;
     }
 }
 
-TEST(Settings, TakeOnlyWhatTheySay) {
+TEST(Settings, AcceptOnlyDocumentedValues) {
     const std::string longest(64, 'v');
     const std::string tooLong(65, 'v');
     const std::pair<const char*, const char*> bad[] = {
@@ -61,11 +61,11 @@ TEST(Settings, TakeOnlyWhatTheySay) {
     }
 }
 
-TEST(Settings, OneThatIsNotThereIsNotFound) {
+TEST(Settings, ReturnNullForUnknownName) {
     EXPECT_EQ(vtek::findSetting("minimum"), nullptr);
 }
 
-TEST(Settings, AreChangedToWhatTheyTakeAlone) {
+TEST(Settings, RefuseUnknownNamesAndInvalidValues) {
     const Lab lab;
     const vtek::Root root = lab.root();
     auto store = Store::open(root, Store::Mode::Write);
@@ -75,7 +75,7 @@ TEST(Settings, AreChangedToWhatTheyTakeAlone) {
     EXPECT_EQ(loadSettings(*store)->lockWaitSeconds, 7);
 }
 
-TEST(Settings, AValueThatItMayNotHaveIsDamage) {
+TEST(Settings, ReportInvalidStoredValueAsCorrupt) {
     const Lab lab;
     const vtek::Root root = lab.root();
     auto store = Store::open(root, Store::Mode::Write);
@@ -83,7 +83,7 @@ TEST(Settings, AValueThatItMayNotHaveIsDamage) {
     EXPECT_EQ(loadSettings(*store).error().number, ErrorNumber::StateCorrupt);
 }
 
-TEST(Settings, SignersAreNamedOneAfterTheOther) {
+TEST(Settings, SplitSignerNames) {
     const Lab lab;
     lab.set("signer-names", "A B;;C;");
     const vtek::Root root = lab.root();

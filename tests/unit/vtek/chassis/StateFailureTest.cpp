@@ -54,7 +54,7 @@ protected:
 };
 INSTANTIATE_TEST_SUITE_P(Of, StateFailure, testing::Values(Calls::Files, Calls::Database));
 
-TEST_P(StateFailure, OfASettingLeavesTheOldValueOrTheNew) {
+TEST_P(StateFailure, KeepsOldOrNewSetting) {
     std::string value = "OLD";
     lab_.set("chassis-type", value);
     FailingCalls failing(GetParam());
@@ -74,7 +74,7 @@ TEST_P(StateFailure, OfASettingLeavesTheOldValueOrTheNew) {
     } while (failing.happened());
 }
 
-TEST_P(StateFailure, OfALookAtTheSettingsMakesNoneUp) {
+TEST_P(StateFailure, InventsNoSettings) {
     lab_.set("chassis-type", "SOME");
     FailingCalls failing(GetParam());
     do {
@@ -90,7 +90,7 @@ TEST_P(StateFailure, OfALookAtTheSettingsMakesNoneUp) {
     } while (failing.happened());
 }
 
-TEST_P(StateFailure, OfALookAtTheHistoryLosesNoLine) {
+TEST_P(StateFailure, LosesNoHistoryEntry) {
     ASSERT_EQ(lab_.update(), (test::UpdateOutcome{"done"}));
     ASSERT_EQ(lab_.update(), (test::UpdateOutcome{"done"}));
     FailingCalls failing(GetParam());
@@ -151,13 +151,13 @@ protected:
 };
 INSTANTIATE_TEST_SUITE_P(Of, InventoryFailure, testing::Values(Calls::Files, Calls::Database, Calls::Xml));
 
-TEST_P(InventoryFailure, OfAnAdditionAddsNothingOrAll) {
+TEST_P(InventoryFailure, AddsNothingOrAll) {
     expectOldOrNew([](vtek::Inventory& inventory) {
         return inventory.add({"1", "one", {{"A", "1", "a"}, {"B", "2", "b"}}});
     });
 }
 
-TEST_P(InventoryFailure, OfARemovalRemovesNothingOrAll) {
+TEST_P(InventoryFailure, RemovesNothingOrAll) {
     expectOldOrNew([](vtek::Inventory& inventory) -> vtek::Status {
         VTEK_ASSIGN(const int count, inventory.remove("25227"));
         EXPECT_EQ(count, 1);
@@ -165,11 +165,11 @@ TEST_P(InventoryFailure, OfARemovalRemovesNothingOrAll) {
     });
 }
 
-TEST_P(InventoryFailure, OfAVersionLeavesTheOldOneOrTheNew) {
+TEST_P(InventoryFailure, KeepsOldOrNewVersion) {
     expectOldOrNew([](vtek::Inventory& inventory) { return inventory.setVersion("25227", "9"); });
 }
 
-TEST_P(InventoryFailure, OfAnImportLeavesTheOldInventoryOrTheNew) {
+TEST_P(InventoryFailure, KeepsOldOrNewInventoryOnImport) {
     const std::string before = inventory();
     const std::string document =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
@@ -197,7 +197,7 @@ TEST_P(InventoryFailure, OfAnImportLeavesTheOldInventoryOrTheNew) {
     } while (failing.happened());
 }
 
-TEST_P(InventoryFailure, OfALookWritesAllOrSaysThatItFailed) {
+TEST_P(InventoryFailure, WritesAllOrReportsFailure) {
     const std::string whole = inventory();
     FailingCalls failing(GetParam());
     do {
@@ -216,7 +216,7 @@ TEST_P(InventoryFailure, OfALookWritesAllOrSaysThatItFailed) {
     } while (failing.happened());
 }
 
-TEST(RootFailure, MakesAWholeRootOrSaysThatItFailed) {
+TEST(RootFailure, CreatesWholeRootOrReportsFailure) {
     const test::TempDir folder;
     FailingCalls failing(Calls::Files);
     do {
@@ -236,7 +236,7 @@ TEST(RootFailure, MakesAWholeRootOrSaysThatItFailed) {
     } while (failing.happened());
 }
 
-TEST(RootFailure, AFolderThatCannotBeLookedAtIsNotSafe) {
+TEST(RootFailure, TreatsUnreadableFolderAsUnsafe) {
     const Lab lab;
     FailingCalls failing(Calls::Files);
     do {
@@ -246,7 +246,7 @@ TEST(RootFailure, AFolderThatCannotBeLookedAtIsNotSafe) {
     } while (failing.happened());
 }
 
-TEST(LockFailure, HoldsTheLockOrSaysThatItFailed) {
+TEST(LockFailure, HoldsLockOrReportsFailure) {
     const Lab lab;
     const vtek::Root root = lab.root();
     FailingCalls failing(Calls::Files);
@@ -258,7 +258,7 @@ TEST(LockFailure, HoldsTheLockOrSaysThatItFailed) {
     } while (failing.happened());
 }
 
-TEST(LockFailure, ASignalWhileItIsTakenIsNone) {
+TEST(LockFailure, ContinuesAfterSignal) {
     const Lab lab;
     const vtek::Root root = lab.root();
     FailingCalls failing(Calls::Files, EINTR);
@@ -272,7 +272,7 @@ std::string contentOf(const std::filesystem::path& file) {
     return std::filesystem::exists(file) ? test::readFile(file) : "";
 }
 
-TEST(LogFailure, LosesNothing) {
+TEST(LogFailure, LosesNoFailure) {
     const Lab lab;
     const vtek::Root root = lab.root();
     const auto file = lab.rootPath() / "log/vtek.log";
@@ -288,7 +288,7 @@ TEST(LogFailure, LosesNothing) {
     } while (failing.happened());
 }
 
-TEST(LogFailure, OfAFullLogThatIsSetAsideLosesNothing) {
+TEST(LogFailure, LosesNoFailureWhenLogIsFull) {
     const Lab lab;
     const vtek::Root root = lab.root();
     const auto file = lab.rootPath() / "log/vtek.log";
@@ -305,7 +305,7 @@ TEST(LogFailure, OfAFullLogThatIsSetAsideLosesNothing) {
     } while (failing.happened());
 }
 
-TEST(UserFailure, AUserWhoCannotBeLookedUpIsANumber) {
+TEST(UsersFailure, ReportsNumberIfLookUpFails) {
     const std::string number = std::to_string(getuid());
     FailingCalls failing(Calls::Files);
     EXPECT_EQ(failing.in([] { return vtek::realUser(); }), number);
@@ -313,7 +313,7 @@ TEST(UserFailure, AUserWhoCannotBeLookedUpIsANumber) {
     EXPECT_THAT(failing.in([] { return vtek::realUser(); }), HasSubstr(" (" + number + ")"));
 }
 
-TEST(UserFailure, ALoginThatCannotBeReadIsUnknown) {
+TEST(UsersFailure, ReportsUnknownIfLoginIsUnreadable) {
     FailingCalls failing(Calls::Files);
     EXPECT_EQ(failing.in([] { return vtek::loginUser(); }), "unknown");
     EXPECT_STREQ(failing.name(), "openat");
@@ -330,7 +330,7 @@ void expectUninterrupted(Work work) {
     } while (failing.happened());
 }
 
-TEST(FileFailure, ACallThatASignalInterruptsIsMadeAgain) {
+TEST(FileFailure, RepeatsInterruptedCalls) {
     const test::TempDir folder;
     const std::string path = (folder / "file").string();
     expectUninterrupted([&] {
@@ -345,7 +345,7 @@ TEST(FileFailure, ACallThatASignalInterruptsIsMadeAgain) {
     });
 }
 
-TEST(FileFailure, AFolderThatCannotBeReadToItsEndIsNotListed) {
+TEST(FileFailure, ReportsIncompleteFolderListing) {
     const test::TempDir folder;
     test::writeFile(folder / "a", "");
     const auto opened = vtek::openAt(vtek::kWorkingFolder, folder.path().string(), O_RDONLY | O_DIRECTORY);
@@ -358,7 +358,7 @@ TEST(FileFailure, AFolderThatCannotBeReadToItsEndIsNotListed) {
     } while (failing.happened());
 }
 
-TEST(TreeFailure, EveryFileAndFolderOfATreeIsMadeDurableOrItIsTold) {
+TEST(TreeFailure, SyncsWholeTreeOrReportsFailure) {
     const test::TempDir folder;
     std::filesystem::create_directories(folder / "tree/inner");
     test::writeFile(folder / "tree/file", "");

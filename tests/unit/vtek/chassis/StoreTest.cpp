@@ -34,7 +34,7 @@ ErrorNumber openingFails(const Lab& lab, Store::Mode mode) {
     return store ? ErrorNumber::None : store.error().number;
 }
 
-TEST(Store, OfAnOlderOrNewerLayoutIsRefused) {
+TEST(Store, RefusesOtherLayouts) {
     for (const char* layout :
          {"PRAGMA user_version = 0", "PRAGMA user_version = 2", "PRAGMA application_id = 7"}) {
         const Lab lab;
@@ -45,20 +45,20 @@ TEST(Store, OfAnOlderOrNewerLayoutIsRefused) {
     }
 }
 
-TEST(Store, ThatIsNoDatabaseIsRefused) {
+TEST(Store, RefusesFileThatIsNotADatabase) {
     const Lab lab;
     test::writeFile(lab.rootPath() / "state.db", std::string(8192, 'x'));
     EXPECT_EQ(openingFails(lab, Store::Mode::Read), ErrorNumber::StateCorrupt);
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateCorrupt}));
 }
 
-TEST(Store, ThatIsEmptyIsRefused) {
+TEST(Store, RefusesEmptyFile) {
     const Lab lab;
     test::writeFile(lab.rootPath() / "state.db", "");
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateLayout}));
 }
 
-TEST(Store, WithADamagedPageIsRefusedBeforeAnythingIsChanged) {
+TEST(Store, RefusesDamagedPageBeforeAnyChange) {
     const Lab lab;
     execute(lab, "DELETE FROM device");
     {
@@ -79,7 +79,7 @@ TEST(Store, WithADamagedPageIsRefusedBeforeAnythingIsChanged) {
     EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "repository"));
 }
 
-TEST(Store, WithDamagedTablesIsCorrupt) {
+TEST(Store, ReportsDamagedTablesAsCorrupt) {
     const Lab lab;
     std::string bytes = test::readFile(lab.rootPath() / "state.db");
     constexpr std::size_t kFirstPage = 4096;
@@ -88,14 +88,14 @@ TEST(Store, WithDamagedTablesIsCorrupt) {
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateCorrupt}));
 }
 
-TEST(Store, OpenedToReadIsNotWritten) {
+TEST(Store, RefusesWritesWhenOpenedForReading) {
     const Lab lab;
     const vtek::Root root = lab.root();
     auto store = Store::open(root, Store::Mode::Read);
     EXPECT_EQ(store->setSetting("lock-wait", "7").error().number, ErrorNumber::RepositoryUnwritable);
 }
 
-TEST(Store, WhatIsNotCommittedIsNotThere) {
+TEST(Store, RollsBackUncommittedChanges) {
     const Lab lab;
     const vtek::Root root = lab.root();
     auto store = Store::open(root, Store::Mode::Write);
@@ -107,7 +107,7 @@ TEST(Store, WhatIsNotCommittedIsNotThere) {
     EXPECT_TRUE(store->settings()->empty());
 }
 
-TEST(Store, ThatCannotGrowHasNoSpace) {
+TEST(Store, ReportsNoSpaceWhenFull) {
     const Lab lab;
     const vtek::Root root = lab.root();
     auto store = Store::open(root, Store::Mode::Write);
@@ -116,7 +116,7 @@ TEST(Store, ThatCannotGrowHasNoSpace) {
               ErrorNumber::NoSpace);
 }
 
-TEST(Store, AnAnswerWithoutARowIsDamage) {
+TEST(Store, ReportsMissingRowAsCorrupt) {
     const Lab lab;
     const vtek::Root root = lab.root();
     auto store = Store::open(root, Store::Mode::Write);
@@ -124,7 +124,7 @@ TEST(Store, AnAnswerWithoutARowIsDamage) {
     EXPECT_EQ(store->currentGeneration().error().number, ErrorNumber::StateCorrupt);
 }
 
-TEST(Store, ThatIsLockedForAMomentIsWaitedFor) {
+TEST(Store, WaitsForShortLock) {
     const Lab lab;
     sqlite3* raw = nullptr;
     ASSERT_EQ(sqlite3_open((lab.rootPath() / "state.db").c_str(), &raw), SQLITE_OK);
@@ -136,7 +136,7 @@ TEST(Store, ThatIsLockedForAMomentIsWaitedFor) {
     EXPECT_EQ(openingFails(lab, Store::Mode::Read), ErrorNumber::None);
 }
 
-TEST(Store, LockedBySomebodyElseIsBusyForReadersThatCannotWait) {
+TEST(Store, ReportsBusyAfterTimeout) {
     const Lab lab;
     sqlite3* raw = nullptr;
     ASSERT_EQ(sqlite3_open((lab.rootPath() / "state.db").c_str(), &raw), SQLITE_OK);
@@ -146,7 +146,7 @@ TEST(Store, LockedBySomebodyElseIsBusyForReadersThatCannotWait) {
     EXPECT_EQ(openingFails(lab, Store::Mode::Read), ErrorNumber::None);
 }
 
-TEST(Store, AJournalOfAProcessThatDiedInItsCommitIsPlayedBackByTheNextReader) {
+TEST(Store, PlaysBackJournalOfDeadProcess) {
     const Lab lab;
     const pid_t child = fork();
     if (child == 0) {
@@ -170,14 +170,14 @@ TEST(Store, AJournalOfAProcessThatDiedInItsCommitIsPlayedBackByTheNextReader) {
     EXPECT_EQ(lab.update(), (UpdateOutcome{"done"}));
 }
 
-TEST(Store, AJournalThatIsJunkIsHarmless) {
+TEST(Store, IgnoresJunkJournal) {
     const Lab lab;
     test::writeFile(lab.rootPath() / "state.db-journal", "junk");
     EXPECT_EQ(lab.version(), "1.00");
     EXPECT_EQ(lab.update(), (UpdateOutcome{"done"}));
 }
 
-TEST(Store, APlantedJournalThatOthersCanWriteOrThatIsALinkIsRefused) {
+TEST(Store, RefusesUnsafeJournal) {
     const Lab lab;
     const auto journal = lab.rootPath() / "state.db-journal";
     test::writeFile(journal, "junk");
@@ -190,7 +190,7 @@ TEST(Store, APlantedJournalThatOthersCanWriteOrThatIsALinkIsRefused) {
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
 }
 
-TEST(Store, GenerationNumbersAreNeverGivenTwice) {
+TEST(Store, NeverReusesGenerationNumbers) {
     const Lab lab;
     ASSERT_EQ(lab.update(), (UpdateOutcome{"done"}));
     const vtek::Root root = lab.root();
@@ -204,7 +204,7 @@ TEST(Store, GenerationNumbersAreNeverGivenTwice) {
     EXPECT_THAT(*store->keptGenerations(), ElementsAre(2));
 }
 
-TEST(Repository, RollsBackToTheFirmwareBefore) {
+TEST(Repository, RollsBackToPreviousFirmware) {
     const Lab lab;
     ASSERT_EQ(lab.update(), (UpdateOutcome{"done"}));
     ASSERT_EQ(lab.update(), (UpdateOutcome{"done"}));
@@ -222,7 +222,7 @@ TEST(Repository, RollsBackToTheFirmwareBefore) {
     EXPECT_EQ(repository->rollBack().error().number, ErrorNumber::NothingToRollBack);
 }
 
-TEST(Repository, TheFirstUpdateRollsBackToTheStateAsDelivered) {
+TEST(Repository, RollsBackFirstUpdate) {
     const Lab lab;
     ASSERT_EQ(lab.update(), (UpdateOutcome{"done"}));
     ASSERT_EQ(lab.version(), "2.00");
@@ -236,7 +236,7 @@ TEST(Repository, TheFirstUpdateRollsBackToTheStateAsDelivered) {
     EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "repository"));
 }
 
-TEST(Repository, ClearsWhatADeadProcessHasLeftBehind) {
+TEST(Repository, RemovesLeftoversOfDeadProcess) {
     const Lab lab;
     ASSERT_EQ(lab.update(), (UpdateOutcome{"done"}));
     std::filesystem::create_directories(lab.rootPath() / "staging/2/Chassis/deep");
@@ -253,7 +253,7 @@ TEST(Repository, ClearsWhatADeadProcessHasLeftBehind) {
     EXPECT_TRUE(std::filesystem::exists(lab.payload()));
 }
 
-TEST(Repository, WithoutSpaceNothingStarts) {
+TEST(Repository, RequiresSpace) {
     const Lab lab;
     const vtek::Root root = lab.root();
     EXPECT_TRUE(requireSpace(root, 1));

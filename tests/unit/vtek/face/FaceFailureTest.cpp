@@ -50,7 +50,7 @@ INSTANTIATE_TEST_SUITE_P(Of, FaceFailure,
                          testing::Values(Calls::Files, Calls::Database, Calls::Crypto, Calls::Archive,
                                          Calls::Xml));
 
-TEST_P(FaceFailure, OfAnUpdateHasANumber) {
+TEST_P(FaceFailure, ReportsDocumentedNumberOfUpdate) {
     ASSERT_EQ(update(), 0);
     const auto rows = test::documentedErrors();
     FailingCalls failing(GetParam());
@@ -64,7 +64,7 @@ TEST_P(FaceFailure, OfAnUpdateHasANumber) {
     } while (failing.happened());
 }
 
-TEST_P(FaceFailure, OfAnIpmiRequestIsTheAnswer) {
+TEST_P(FaceFailure, ReportsFailureOfIpmiRequest) {
     ASSERT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 12), 0);
     FailingCalls failing(GetParam());
     do {

@@ -30,7 +30,7 @@ protected:
     test::WorkingDirectory here_;
 };
 
-TEST_F(Face, AnInventoryGoesThroughASession) {
+TEST_F(Face, ReadsInventoryInSession) {
     secureWynd wynd;
     EXPECT_TRUE(wynd.isSuccess);
     EXPECT_EQ(wynd.IsWyndPresent(), WYND_FULL);
@@ -42,7 +42,7 @@ TEST_F(Face, AnInventoryGoesThroughASession) {
     EXPECT_EQ(wynd.getVTEKError(), 0);
 }
 
-TEST_F(Face, AnUpdateTakesItsFiveCalls) {
+TEST_F(Face, InstallsUpdateInFiveCalls) {
     secureWynd wynd;
     wynd.secureWyndInit();
     std::string path;
@@ -56,7 +56,7 @@ TEST_F(Face, AnUpdateTakesItsFiveCalls) {
     EXPECT_EQ(lab_.version(), "2.00");
 }
 
-TEST_F(Face, DestroyedBeforeTheEndAnUpdateLeavesNoTrace) {
+TEST_F(Face, LeavesNoTraceIfDestroyedBeforeTheEnd) {
     const auto untouched = lab_.snapshot();
     {
         secureWynd wynd;
@@ -70,7 +70,7 @@ TEST_F(Face, DestroyedBeforeTheEndAnUpdateLeavesNoTrace) {
     EXPECT_EQ(lab_.snapshot(), untouched);
 }
 
-TEST_F(Face, ARefusedPayloadLeavesThePathAloneAndSaysWhyInTheLog) {
+TEST_F(Face, KeepsPathAndLogsReasonOfRefusedPayload) {
     lab_.write("no payload at all");
     secureWynd wynd;
     wynd.secureWyndInit();
@@ -83,7 +83,7 @@ TEST_F(Face, ARefusedPayloadLeavesThePathAloneAndSaysWhyInTheLog) {
     EXPECT_EQ(wynd.getVTEKError(), 801);
 }
 
-TEST_F(Face, WithoutASessionNothingGoes) {
+TEST_F(Face, RefusesCallsWithoutSession) {
     secureWynd wynd;
     std::stringstream out;
     std::string path;
@@ -97,7 +97,7 @@ TEST_F(Face, WithoutASessionNothingGoes) {
     EXPECT_EQ(wynd.getVTEKError(), 801);
 }
 
-TEST_F(Face, AnotherSourceOrModeIsNotAdded) {
+TEST_F(Face, RefusesOtherSourceOrMode) {
     secureWynd wynd;
     wynd.secureWyndInit();
     std::string path;
@@ -109,14 +109,14 @@ TEST_F(Face, AnotherSourceOrModeIsNotAdded) {
     EXPECT_EQ(wynd.getVTEKError(), 502);
 }
 
-TEST_F(Face, TheKindIsASetting) {
+TEST_F(Face, ReadsKindFromSettings) {
     for (const int kind : {0, 1, 2, 3}) {
         lab_.set("repository-kind", std::to_string(kind));
         EXPECT_EQ(static_cast<int>(secureWynd().IsWyndPresent()), kind);
     }
 }
 
-TEST_F(Face, WithoutARepositoryThereIsNoSession) {
+TEST_F(Face, RefusesSessionWithoutRepository) {
     lab_.set("repository-kind", "0");
     secureWynd wynd;
     wynd.secureWyndInit();
@@ -124,7 +124,7 @@ TEST_F(Face, WithoutARepositoryThereIsNoSession) {
     EXPECT_EQ(wynd.getVTEKError(), 115);
 }
 
-TEST_F(Face, TheInventoryIsQueriedInItsOwnModeOnly) {
+TEST_F(Face, RefusesInventoryQueryInOtherMode) {
     secureWynd wynd;
     wynd.secureWyndInit();
     std::stringstream out;
@@ -133,7 +133,7 @@ TEST_F(Face, TheInventoryIsQueriedInItsOwnModeOnly) {
     EXPECT_THAT(out.str(), IsEmpty());
 }
 
-TEST_F(Face, ACorruptStateFailsTheSession) {
+TEST_F(Face, RefusesSessionWithCorruptState) {
     test::writeFile(lab_.rootPath() / "state.db", std::string(4096, 'x'));
     secureWynd wynd;
     EXPECT_TRUE(wynd.isSuccess);
@@ -143,7 +143,7 @@ TEST_F(Face, ACorruptStateFailsTheSession) {
     EXPECT_EQ(wynd.getVTEKError(), 112);
 }
 
-TEST_F(Face, AWorkingDirectoryThatWasRemovedIsRefused) {
+TEST_F(Face, RefusesRemovedWorkingDirectory) {
     std::filesystem::remove_all(lab_.package());
     secureWynd wynd;
     wynd.secureWyndInit();
@@ -152,7 +152,7 @@ TEST_F(Face, AWorkingDirectoryThatWasRemovedIsRefused) {
     EXPECT_EQ(wynd.getVTEKError(), 203);
 }
 
-TEST_F(Face, AnIpmiRequestIsAnsweredFromTheSettings) {
+TEST_F(Face, AnswersIpmiRequestFromSettings) {
     std::fill(std::begin(IPMIReqBuf.bytes), std::end(IPMIReqBuf.bytes), static_cast<unsigned char>(0));
     IPMIReqBuf.bytes[35] = 0x17;
     EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 12), 0);
@@ -162,20 +162,20 @@ TEST_F(Face, AnIpmiRequestIsAnsweredFromTheSettings) {
     EXPECT_EQ(IPMIReqBuf.bytes[44], 0);
 }
 
-TEST_F(Face, AnIpmiCompletionCodeComesBackAndTheBufferStays) {
+TEST_F(Face, ReturnsCompletionCodeAndKeepsBuffer) {
     lab_.set("ipmi-completion", "193");
     IPMIReqBuf.bytes[42] = 0xEE;
     EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 12), 0xC1);
     EXPECT_EQ(IPMIReqBuf.bytes[42], 0xEE);
 }
 
-TEST_F(Face, AnIpmiMessageMayFillTheBuffer) {
+TEST_F(Face, AcceptsIpmiMessageThatFillsBuffer) {
     IPMIReqBuf.bytes[71] = 0xEE;
     EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 40, 40), 0);
     EXPECT_EQ(IPMIReqBuf.bytes[71], 0);
 }
 
-TEST_F(Face, AnIpmiRequestBeyondTheBufferOrWithoutADeviceFails) {
+TEST_F(Face, RefusesIpmiRequestBeyondBufferOrWithoutDevice) {
     EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, nullptr, 10, 12), 0xFF);
     EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 41, 12), 0xFF);
     EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 41), 0xFF);
@@ -184,13 +184,13 @@ TEST_F(Face, AnIpmiRequestBeyondTheBufferOrWithoutADeviceFails) {
     EXPECT_THAT(log(), HasSubstr("OEMIPMIRequest: error 901, IPMI request failed: open /dev/ipmi255"));
 }
 
-TEST_F(Face, ALogMessageKeepsItsPlace) {
+TEST_F(Face, LogsMessageWithSourcePosition) {
     logWyndMsg("../src/QRXInventory", 7, "message");
     logWyndMsg(nullptr, 0, "no place");
     EXPECT_THAT(log(), HasSubstr("../src/QRXInventory:7: message\n"));
 }
 
-TEST(FaceWithoutARoot, OffersNothingAndSaysWhy) {
+TEST(FaceWithoutRoot, ReportsReasonOnce) {
     setenv("VTEK_ROOT", "/nowhere/at/all", 1);
     testing::internal::CaptureStderr();
     secureWynd wynd;

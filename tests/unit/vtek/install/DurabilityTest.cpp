@@ -53,7 +53,7 @@ namespace {
 
 using test::Lab;
 
-TEST(Durability, EveryFileAndFolderOfAnUpdateIsDurableBeforeItIsInForce) {
+TEST(Durability, SyncsEveryFileBeforeItIsInForce) {
     const Lab lab;
     const auto repository = lab.rootPath() / "repository";
     std::map<std::string, std::pair<ino_t, timespec>> durable;

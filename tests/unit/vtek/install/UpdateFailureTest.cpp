@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(Of, UpdateFailure,
                          testing::Values(Calls::Files, Calls::Database, Calls::Crypto, Calls::Archive,
                                          Calls::Xml));
 
-TEST_P(UpdateFailure, LeavesTheOldFirmwareOrTheNew) {
+TEST_P(UpdateFailure, KeepsOldOrNewFirmware) {
     FailingCalls failing(GetParam());
     do {
         const auto before = lab_.snapshot();
@@ -125,7 +125,7 @@ TEST_P(UpdateFailure, LeavesTheOldFirmwareOrTheNew) {
     } while (failing.happened());
 }
 
-TEST_P(UpdateFailure, OfARollbackLeavesTheOneFirmwareOrTheOther) {
+TEST_P(UpdateFailure, KeepsEitherFirmwareOnRollback) {
     ASSERT_EQ(lab_.update(), kDone);
     const vtek::Root root = lab_.root();
     FailingCalls failing(GetParam());
@@ -143,7 +143,7 @@ TEST_P(UpdateFailure, OfARollbackLeavesTheOneFirmwareOrTheOther) {
     } while (failing.happened());
 }
 
-TEST(UpdateWithoutThreads, IsDoneAllTheSame) {
+TEST(UpdateWithoutThreads, InstallsWholeFiles) {
     const Lab lab;
     const std::string large(2'000'000, 'l');
     lab.set("unpack-ratio", "10000");

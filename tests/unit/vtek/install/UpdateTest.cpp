@@ -60,7 +60,7 @@ void flipBit(const std::filesystem::path& file, std::streamoff at) {
     stream.put(static_cast<char>(byte ^ 1));
 }
 
-TEST(Update, InstallsTheFilesTheVersionAndTheHistoryAtOnce) {
+TEST(Update, InstallsFilesVersionAndHistory) {
     const Lab lab;
     EXPECT_EQ(lab.update(), kDone);
     EXPECT_EQ(lab.version(), "2.00");
@@ -87,7 +87,7 @@ TEST(Update, LeavesNothingInStaging) {
     EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "staging"));
 }
 
-TEST(Update, TakesEveryArchiveFormatThatIsOn) {
+TEST(Update, AcceptsEveryEnabledArchiveFormat) {
     for (const Format format : {Format::Tar, Format::TarGz, Format::Zip, Format::ZipStored}) {
         const Lab lab;
         lab.sign(lab.archive(format));
@@ -96,7 +96,7 @@ TEST(Update, TakesEveryArchiveFormatThatIsOn) {
     }
 }
 
-TEST(Update, RefusesEveryArchiveFormatThatIsOff) {
+TEST(Update, RefusesEveryDisabledArchiveFormat) {
     for (const Format format : {Format::Cpio, Format::TarBzip2}) {
         const Lab lab;
         lab.sign(lab.archive(format));
@@ -104,7 +104,7 @@ TEST(Update, RefusesEveryArchiveFormatThatIsOff) {
     }
 }
 
-TEST(Update, TheSamePayloadAgainIsHarmless) {
+TEST(Update, InstallsSamePayloadAgain) {
     const Lab lab;
     EXPECT_EQ(lab.update(), kDone);
     EXPECT_EQ(lab.update(), kDone);
@@ -123,7 +123,7 @@ TEST(Update, KeepsOneOldGeneration) {
     EXPECT_THAT(kept, testing::UnorderedElementsAre("3", "4"));
 }
 
-TEST(Update, DestroyedAfterAnyStepItLeavesNoTrace) {
+TEST(Update, LeavesNoTraceIfDestroyedAfterAnyStep) {
     const Lab lab;
     const auto untouched = lab.snapshot();
     for (const std::string last : {"start", "add", "unpack", "commit"}) {
@@ -138,7 +138,7 @@ TEST(Update, DestroyedAfterAnyStepItLeavesNoTrace) {
     }
 }
 
-TEST(Update, StepsOutOfOrderAreRefused) {
+TEST(Update, RefusesStepsOutOfOrder) {
     const Lab lab;
     const vtek::Root root = lab.root();
     vtek::Update update(root, vtek::kWorkingFolder, test::kNow);
@@ -148,7 +148,7 @@ TEST(Update, StepsOutOfOrderAreRefused) {
     EXPECT_EQ(update.commit().error().number, ErrorNumber::OutOfOrder);
 }
 
-TEST(Update, NoStepIsTakenTwice) {
+TEST(Update, RefusesRepeatedSteps) {
     const Lab lab;
     const vtek::Root root = lab.root();
     const vtek::UniqueFd folder = vtek::openAt(vtek::kWorkingFolder, lab.package().string(), O_RDONLY);
@@ -166,7 +166,7 @@ TEST(Update, NoStepIsTakenTwice) {
     EXPECT_TRUE(vtek::Repository::open(root)) << "in force, it holds the repository no longer";
 }
 
-TEST(Update, AnEmptyOrForeignDestinationIsRefused) {
+TEST(Update, RefusesEmptyOrForeignDestination) {
     for (const std::string destination :
          {"", "/etc/fw.fwp", "../fw.fwp", "Chassis/../../fw.fwp", "Chassis/"}) {
         const Lab lab;
@@ -181,7 +181,7 @@ TEST(Update, AnEmptyOrForeignDestinationIsRefused) {
 
 // The payload changes under the update's hands.
 
-TEST(Update, APayloadReplacedByRenameAfterTheCheckIsHarmless) {
+TEST(Update, IgnoresPayloadReplacedAfterCheck) {
     for (const std::string moment : {"start", "add", "unpack", "commit"}) {
         const Lab lab;
         const std::string verified = test::readFile(lab.payload());
@@ -196,7 +196,7 @@ TEST(Update, APayloadReplacedByRenameAfterTheCheckIsHarmless) {
     }
 }
 
-TEST(Update, APayloadThatBecomesALinkAfterTheCheckIsHarmless) {
+TEST(Update, IgnoresSymlinkInPlaceOfCheckedPayload) {
     const Lab lab;
     const auto replace = [&](const std::string& step) {
         if (step == "add") {
@@ -207,14 +207,14 @@ TEST(Update, APayloadThatBecomesALinkAfterTheCheckIsHarmless) {
     EXPECT_EQ(lab.update(replace), kDone);
 }
 
-TEST(Update, APayloadThatIsALinkIsRefused) {
+TEST(Update, RefusesSymlinkAsPayload) {
     const Lab lab;
     std::filesystem::rename(lab.payload(), lab.aside() / "fw.fwp");
     std::filesystem::create_symlink(lab.aside() / "fw.fwp", lab.payload());
     expectRefused(lab, {"check", ErrorNumber::PayloadUnreadable});
 }
 
-TEST(Update, APayloadTruncatedExtendedOrWrittenToBeforeTheCopyIsRefused) {
+TEST(Update, RefusesPayloadChangedBeforeCopy) {
     const Lab lab;
     const std::string payload = test::readFile(lab.payload());
     const std::pair<const char*, std::function<void()>> changes[] = {
@@ -236,7 +236,7 @@ TEST(Update, APayloadTruncatedExtendedOrWrittenToBeforeTheCopyIsRefused) {
     EXPECT_EQ(lab.update(), kDone);
 }
 
-TEST(Update, APayloadWrittenToAfterTheCopyIsHarmless) {
+TEST(Update, IgnoresPayloadChangedAfterCopy) {
     const Lab lab;
     const std::string verified = test::readFile(lab.payload());
     EXPECT_EQ(lab.update([&](const std::string& step) {
@@ -248,7 +248,7 @@ TEST(Update, APayloadWrittenToAfterTheCopyIsHarmless) {
     EXPECT_EQ(test::readFile(lab.rootPath() / "repository/1/Chassis/fw.fwp"), verified);
 }
 
-TEST(Update, ABitFlippedAnywhereIsRefused) {
+TEST(Update, RefusesFlippedBitAnywhere) {
     const Lab lab;
     const std::string payload = test::readFile(lab.payload());
     const auto size = static_cast<std::streamoff>(payload.size());
@@ -261,7 +261,7 @@ TEST(Update, ABitFlippedAnywhereIsRefused) {
     }
 }
 
-TEST(Update, MoreThanOnePayloadOrNoneIsRefused) {
+TEST(Update, RefusesSeveralPayloadsOrNone) {
     const Lab lab;
     test::writeFile(lab.package() / "other.fwp", "other");
     expectRefused(lab, {"check", ErrorNumber::PayloadAmbiguous});
@@ -270,7 +270,7 @@ TEST(Update, MoreThanOnePayloadOrNoneIsRefused) {
     expectRefused(lab, {"check", ErrorNumber::PayloadMissing});
 }
 
-TEST(Update, APayloadThatIsAFifoOrAFolderIsRefusedAtOnce) {
+TEST(Update, RefusesFifoOrFolderAsPayload) {
     const Lab lab;
     std::filesystem::remove(lab.payload());
     ASSERT_EQ(mkfifo(lab.payload().c_str(), 0644), 0);
@@ -282,13 +282,13 @@ TEST(Update, APayloadThatIsAFifoOrAFolderIsRefusedAtOnce) {
 
 // package.xml
 
-TEST(Update, APackageThatIsNotTheSignedOneIsRefused) {
+TEST(Update, RefusesOtherPackageXml) {
     const Lab lab;
     append(lab.package() / "package.xml", " ");
     expectRefused(lab, {"check", ErrorNumber::PackageMismatch});
 }
 
-TEST(Update, APackageThatCannotBeReadIsRefused) {
+TEST(Update, RefusesUnreadablePackageXml) {
     const Lab lab;
     std::filesystem::remove(lab.package() / "package.xml");
     expectRefused(lab, {"check", ErrorNumber::PackageUnreadable});
@@ -296,14 +296,14 @@ TEST(Update, APackageThatCannotBeReadIsRefused) {
     expectRefused(lab, {"check", ErrorNumber::PackageUnreadable});
 }
 
-TEST(Update, APackageBehindALinkIsRefused) {
+TEST(Update, RefusesSymlinkAsPackageXml) {
     const Lab lab;
     std::filesystem::rename(lab.package() / "package.xml", lab.aside() / "package.xml");
     std::filesystem::create_symlink(lab.aside() / "package.xml", lab.package() / "package.xml");
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::PackageUnreadable}));
 }
 
-TEST(Update, APayloadForSeveralChassisTakesEach) {
+TEST(Update, AcceptsEachListedChassisType) {
     const Lab lab;
     vtek::Manifest manifest = lab.manifest();
     manifest.chassisTypes = {"OTHER", "LAB-CHASSIS"};
@@ -311,7 +311,7 @@ TEST(Update, APayloadForSeveralChassisTakesEach) {
     EXPECT_EQ(lab.update(), kDone);
 }
 
-TEST(Update, APackageThatChangesBeforeTheCommitIsRefused) {
+TEST(Update, RefusesPackageXmlChangedBeforeCommit) {
     const Lab lab;
     expectRefused(lab, {"commit", ErrorNumber::PackageChanged}, [&](const std::string& step) {
         if (step == "commit") {
@@ -322,7 +322,7 @@ TEST(Update, APackageThatChangesBeforeTheCommitIsRefused) {
 
 // What the payload is for
 
-TEST(Update, APayloadForAnotherComponentIsRefused) {
+TEST(Update, RefusesOtherComponent) {
     const Lab lab;
     auto manifest = lab.manifest();
     manifest.componentId = "99999";
@@ -330,13 +330,13 @@ TEST(Update, APayloadForAnotherComponentIsRefused) {
     expectRefused(lab, {"check", ErrorNumber::ComponentUnknown});
 }
 
-TEST(Update, APayloadForAnotherChassisIsRefused) {
+TEST(Update, RefusesOtherChassisType) {
     const Lab lab;
     lab.set("chassis-type", "OTHER");
     expectRefused(lab, {"check", ErrorNumber::ChassisMismatch});
 }
 
-TEST(Update, AnArchiveWhoseFirstEntryIsNoManifestIsRefused) {
+TEST(Update, RefusesArchiveWithoutManifestFirst) {
     const Lab lab;
     lab.sign(makeArchive(Format::Tar, {{"main.bin", "x"}, {"manifest.xml", formatManifest(lab.manifest())}}));
     expectRefused(lab, {"check", ErrorNumber::ManifestInvalid});
@@ -348,7 +348,7 @@ TEST(Update, AnArchiveWhoseFirstEntryIsNoManifestIsRefused) {
     expectRefused(lab, {"check", ErrorNumber::ManifestInvalid});
 }
 
-TEST(Update, AVersionBelowTheFloorIsRefused) {
+TEST(Update, RefusesVersionBelowFloor) {
     const Lab lab;
     lab.set("minimum-version", "2.01");
     expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
@@ -356,13 +356,13 @@ TEST(Update, AVersionBelowTheFloorIsRefused) {
     EXPECT_EQ(lab.update(), kDone);
 }
 
-TEST(Update, TheFloorOrdersNumbersAsNumbers) {
+TEST(Update, ComparesVersionsNumerically) {
     const Lab lab;
     lab.set("minimum-version", "10.0");
     expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
 }
 
-TEST(Update, AnOverrideHoldsForOneVersionAndOneTime) {
+TEST(Update, AcceptsOverrideOnceForOneVersion) {
     const Lab lab;
     lab.set("minimum-version", "3.00");
     lab.set("allow-version", "1.99");
@@ -373,7 +373,7 @@ TEST(Update, AnOverrideHoldsForOneVersionAndOneTime) {
     expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
 }
 
-TEST(Update, AFloorRaisedAfterTheCheckHolds) {
+TEST(Update, RefusesVersionIfFloorIsRaisedAfterCheck) {
     const Lab lab;
     EXPECT_EQ(lab.update([&](const std::string& step) {
         if (step == "commit") {
@@ -385,7 +385,7 @@ TEST(Update, AFloorRaisedAfterTheCheckHolds) {
     EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "repository"));
 }
 
-TEST(Update, AComponentThatGoesBeforeTheCommitIsRefused) {
+TEST(Update, RefusesComponentRemovedBeforeCommit) {
     const Lab lab;
     EXPECT_EQ(lab.update([&](const std::string& step) {
         if (step == "commit") {
@@ -401,7 +401,7 @@ TEST(Update, AComponentThatGoesBeforeTheCommitIsRefused) {
 
 // Hostile surroundings
 
-TEST(Update, AnUmaskOfZeroOpensNothingToOthers) {
+TEST(Update, GrantsNoWriteAccessWithUmaskZero) {
     const Lab lab;
     const mode_t before = umask(0);
     EXPECT_EQ(lab.update([&](const std::string& step) {
@@ -420,7 +420,7 @@ TEST(Update, AnUmaskOfZeroOpensNothingToOthers) {
     }
 }
 
-TEST(Update, AStrictUmaskKeepsNobodyFromTheGeneration) {
+TEST(Update, PublishesReadableFolderWithStrictUmask) {
     const Lab lab;
     const mode_t before = umask(077);
     EXPECT_EQ(lab.update(), kDone);
@@ -429,7 +429,7 @@ TEST(Update, AStrictUmaskKeepsNobodyFromTheGeneration) {
               std::filesystem::perms(0755));
 }
 
-TEST(Update, WithoutStandardDescriptorsNothingLandsInOne) {
+TEST(Update, WritesNothingToClosedStandardStreams) {
     const Lab lab;
     EXPECT_EXIT(
         {
@@ -444,7 +444,7 @@ TEST(Update, WithoutStandardDescriptorsNothingLandsInOne) {
     EXPECT_EQ(lab.version(), "2.00");
 }
 
-TEST(Update, AFileSizeLimitLeavesTheOldState) {
+TEST(Update, KeepsOldStateAtFileSizeLimit) {
     const Lab lab;
     const auto untouched = lab.snapshot();
     EXPECT_EXIT(

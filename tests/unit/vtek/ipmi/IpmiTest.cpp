@@ -23,34 +23,34 @@ vtek::Settings settingsOf(int completion, int mode, int flag) {
     return settings;
 }
 
-TEST(SimulatedIpmi, AnswersModeAndFlagInTheLastTwoOfTwelveBytes) {
+TEST(Ipmi, SimulatesModeAndFlagInLastTwoOfTwelveBytes) {
     const auto answer = vtek::SimulatedIpmi(settingsOf(0, 2, 1)).exchange(0xD0, {});
     EXPECT_THAT(*answer, ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 1));
 }
 
-TEST(SimulatedIpmi, AnswersACompletionCodeAlone) {
+TEST(Ipmi, SimulatesCompletionCodeAlone) {
     EXPECT_THAT(*vtek::SimulatedIpmi(settingsOf(0xC1, 2, 1)).exchange(0xD0, {}), ElementsAre(0xC1));
 }
 
-TEST(StoreAnswer, FillsUpWithZerosWhatIsMissing) {
+TEST(Ipmi, PadsShortResponseWithZeros) {
     Bytes buffer(6, 0xEE);
     EXPECT_EQ(vtek::storeAnswer({0, 1, 2}, buffer.data(), 4), 0);
     EXPECT_THAT(buffer, ElementsAre(1, 2, 0, 0, 0xEE, 0xEE));
 }
 
-TEST(StoreAnswer, AnEmptySuccessIsZeros) {
+TEST(Ipmi, PadsEmptyResponseWithZeros) {
     Bytes buffer(4, 0xEE);
     EXPECT_EQ(vtek::storeAnswer({0}, buffer.data(), 3), 0);
     EXPECT_THAT(buffer, ElementsAre(0, 0, 0, 0xEE));
 }
 
-TEST(StoreAnswer, CutsWhatIsTooMuch) {
+TEST(Ipmi, TruncatesLongResponse) {
     Bytes buffer(4, 0xEE);
     EXPECT_EQ(vtek::storeAnswer({0, 1, 2, 3, 4, 5}, buffer.data(), 3), 0);
     EXPECT_THAT(buffer, ElementsAre(1, 2, 3, 0xEE));
 }
 
-TEST(StoreAnswer, ACompletionCodeLeavesTheBufferAlone) {
+TEST(Ipmi, KeepsBufferOnCompletionCode) {
     for (const std::uint8_t code : Bytes{0x01, 0xC0, 0xC1, 0xC3, 0xCC, 0xD2, 0xD4, 0xFF}) {
         Bytes buffer(3, 0xEE);
         EXPECT_EQ(vtek::storeAnswer({code, 1, 2, 3}, buffer.data(), 3), code);
@@ -115,19 +115,19 @@ TEST_F(IpmiDeviceTest, SendsNetFunctionCommandAndData) {
     EXPECT_THAT(port_->sent, ElementsAre(0x30, 0xD0, 1, 2, 3));
 }
 
-TEST_F(IpmiDeviceTest, DropsALateAnswerToAnEarlierRequest) {
+TEST_F(IpmiDeviceTest, DropsLateResponse) {
     answer(milliseconds(1), {0, 0xBA, 0xD1}, -1);
     answer(milliseconds(1), {0, 7});
     EXPECT_THAT(*device_.exchange(0xD0, {}), ElementsAre(0, 7));
 }
 
-TEST_F(IpmiDeviceTest, DropsWhatIsNoResponse) {
+TEST_F(IpmiDeviceTest, DropsEvents) {
     answer(milliseconds(1), {0, 0xBA, 0xD1}, 0, false);
     answer(milliseconds(1), {0, 7});
     EXPECT_THAT(*device_.exchange(0xD0, {}), ElementsAre(0, 7));
 }
 
-TEST_F(IpmiDeviceTest, EveryRequestHasAnIdOfItsOwn) {
+TEST_F(IpmiDeviceTest, SendsNewIdWithEachRequest) {
     answer(milliseconds(1), {0});
     ASSERT_TRUE(device_.exchange(0xD0, {}));
     const long first = port_->lastId;
@@ -142,7 +142,7 @@ TEST_F(IpmiDeviceTest, GivesUpAfterFiveSeconds) {
     EXPECT_EQ(port_->time, milliseconds(6000));
 }
 
-TEST_F(IpmiDeviceTest, DroppedMessagesDoNotLengthenTheWait) {
+TEST_F(IpmiDeviceTest, KeepsDeadlineDespiteDroppedMessages) {
     for (int i = 0; i < 100; ++i) {
         answer(milliseconds(1000), {0}, -1);
     }
@@ -150,17 +150,17 @@ TEST_F(IpmiDeviceTest, DroppedMessagesDoNotLengthenTheWait) {
     EXPECT_EQ(port_->time, milliseconds(6000));
 }
 
-TEST_F(IpmiDeviceTest, AnAnswerInTheLastMomentCounts) {
+TEST_F(IpmiDeviceTest, AcceptsResponseJustBeforeDeadline) {
     answer(milliseconds(4999), {0, 7});
     EXPECT_THAT(*device_.exchange(0xD0, {}), ElementsAre(0, 7));
 }
 
-TEST_F(IpmiDeviceTest, AnAnswerWithoutACompletionCodeFails) {
+TEST_F(IpmiDeviceTest, RefusesResponseWithoutCompletionCode) {
     answer(milliseconds(1), {});
     EXPECT_EQ(device_.exchange(0xD0, {}).error().number, ErrorNumber::IpmiFailed);
 }
 
-TEST_F(IpmiDeviceTest, AFailedSendOrReceiveFails) {
+TEST_F(IpmiDeviceTest, ReportsFailedSendOrReceive) {
     port_->sendOutcome = vtek::Error{ErrorNumber::IpmiFailed, "send"};
     EXPECT_EQ(device_.exchange(0xD0, {}).error().message, "send");
     port_->sendOutcome = {};
@@ -170,7 +170,7 @@ TEST_F(IpmiDeviceTest, AFailedSendOrReceiveFails) {
     EXPECT_EQ(device_.exchange(0xD0, {}).error().message, "receive");
 }
 
-TEST(OpenIpmi, TakesTheTransportOfTheSettings) {
+TEST(Ipmi, OpensTransportOfSettings) {
     auto settings = settingsOf(0xC1, 2, 1);
     EXPECT_THAT(*(*vtek::openIpmi(settings))->exchange(0xD0, {}), ElementsAre(0xC1));
     settings.ipmiTransport = "/dev/null";
@@ -181,11 +181,11 @@ TEST(OpenIpmi, TakesTheTransportOfTheSettings) {
     EXPECT_FALSE(vtek::openIpmi(settings));
 }
 
-TEST(KernelIpmiPort, WithoutADeviceThereIsNoPort) {
+TEST(KernelIpmiPort, RefusesMissingDevice) {
     EXPECT_EQ(vtek::KernelIpmiPort::open("/dev/ipmi255").error().number, ErrorNumber::IpmiFailed);
 }
 
-TEST(KernelIpmiPort, AFileThatIsNoDeviceFails) {
+TEST(KernelIpmiPort, RefusesFileThatIsNotADevice) {
     auto port = vtek::KernelIpmiPort::open("/dev/null");
     ASSERT_TRUE(port);
     EXPECT_EQ((*port)->send(1, 0x30, 0xD0, {1}).error().number, ErrorNumber::IpmiFailed);

@@ -60,7 +60,7 @@ protected:
     std::unique_ptr<vtek::IpmiPort> port_;
 };
 
-TEST_F(KernelIpmiPortTest, SendsToTheManagementControllerItself) {
+TEST_F(KernelIpmiPortTest, SendsToManagementController) {
     Bytes sent;
     driver.send = [&](ipmi_req& request) {
         const auto* address = reinterpret_cast<ipmi_system_interface_addr*>(request.addr);
@@ -76,14 +76,14 @@ TEST_F(KernelIpmiPortTest, SendsToTheManagementControllerItself) {
     EXPECT_THAT(sent, ElementsAre(0x30, 0xD0, 1, 2, 3));
 }
 
-TEST_F(KernelIpmiPortTest, ASendThatTheDriverRefusesFails) {
+TEST_F(KernelIpmiPortTest, ReportsRefusedSend) {
     driver.send = [](ipmi_req&) { return fail(EPERM); };
     const auto sent = port_->send(7, 0x30, 0xD0, {});
     EXPECT_EQ(sent.error().number, ErrorNumber::IpmiFailed);
     EXPECT_EQ(sent.error().message, "send on /dev/null: Operation not permitted");
 }
 
-TEST_F(KernelIpmiPortTest, HandsOutTheMessageThatIsThere) {
+TEST_F(KernelIpmiPortTest, ReturnsReceivedMessage) {
     driver.receive = [](ipmi_recv& received) {
         received.recv_type = IPMI_RESPONSE_RECV_TYPE;
         received.msgid = 7;
@@ -99,7 +99,7 @@ TEST_F(KernelIpmiPortTest, HandsOutTheMessageThatIsThere) {
     EXPECT_THAT((*received)->data, ElementsAre(0, 2, 1));
 }
 
-TEST_F(KernelIpmiPortTest, AnEventIsNoResponse) {
+TEST_F(KernelIpmiPortTest, DistinguishesEventFromResponse) {
     driver.receive = [](ipmi_recv& received) {
         received.recv_type = IPMI_ASYNC_EVENT_RECV_TYPE;
         received.msg.data_len = 0;
@@ -110,7 +110,7 @@ TEST_F(KernelIpmiPortTest, AnEventIsNoResponse) {
     EXPECT_FALSE((*received)->response);
 }
 
-TEST_F(KernelIpmiPortTest, AMessageThatTheDriverCutsIsTaken) {
+TEST_F(KernelIpmiPortTest, AcceptsTruncatedMessage) {
     driver.receive = [](ipmi_recv& received) {
         received.recv_type = IPMI_RESPONSE_RECV_TYPE;
         std::fill_n(received.msg.data, received.msg.data_len, static_cast<unsigned char>(9));
@@ -121,12 +121,12 @@ TEST_F(KernelIpmiPortTest, AMessageThatTheDriverCutsIsTaken) {
     EXPECT_EQ((*received)->data, Bytes(IPMI_MAX_MSG_LENGTH, 9));
 }
 
-TEST_F(KernelIpmiPortTest, AMessageThatCannotBeTakenFails) {
+TEST_F(KernelIpmiPortTest, ReportsFailedReceive) {
     driver.receive = [](ipmi_recv&) { return fail(EFAULT); };
     EXPECT_EQ(port_->receive(milliseconds(10)).error().message, "receive on /dev/null: Bad address");
 }
 
-TEST_F(KernelIpmiPortTest, WaitsAsLongAsItIsTold) {
+TEST_F(KernelIpmiPortTest, WaitsUntilTimeout) {
     int waited = 0;
     driver.poll = [&](pollfd& waiting, int timeout) {
         EXPECT_EQ(waiting.events, POLLIN);
@@ -138,7 +138,7 @@ TEST_F(KernelIpmiPortTest, WaitsAsLongAsItIsTold) {
     EXPECT_EQ(waited, 1234);
 }
 
-TEST_F(KernelIpmiPortTest, AnInterruptedWaitIsNoMessageAndAFailedOneFails) {
+TEST_F(KernelIpmiPortTest, ReturnsNothingIfInterruptedAndReportsFailedWait) {
     driver.poll = [](pollfd&, int) { return fail(EINTR); };
     const auto interrupted = port_->receive(milliseconds(10));
     EXPECT_TRUE(interrupted && !*interrupted);
@@ -146,7 +146,7 @@ TEST_F(KernelIpmiPortTest, AnInterruptedWaitIsNoMessageAndAFailedOneFails) {
     EXPECT_EQ(port_->receive(milliseconds(10)).error().message, "wait on /dev/null: Cannot allocate memory");
 }
 
-TEST_F(KernelIpmiPortTest, ItsClockGoesForward) {
+TEST_F(KernelIpmiPortTest, ReadsMonotonicClock) {
     const auto before = port_->now();
     EXPECT_GE(port_->now(), before);
 }
