@@ -1,11 +1,11 @@
-# What every target of this project compiles with. Linked as `project_options`.
+# The compile and link options of every target, which links `project_options`.
 
 add_library(project_options INTERFACE)
 target_compile_features(project_options INTERFACE cxx_std_20)
 target_compile_options(project_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
   -fstack-protector-strong
-  # OpenSSL's macros name the source they are used in; no file that ships says where it was built.
+  # OpenSSL's macros embed the path of the source. Nothing that ships may contain the path of the build.
   "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
 
 set(CMAKE_CXX_STANDARD 20)
@@ -22,7 +22,7 @@ check_cxx_compiler_flag(-fcf-protection QRX_HAS_CF_PROTECTION)
 if(QRX_HAS_CF_PROTECTION)
   target_compile_options(project_options INTERFACE -fcf-protection)
 endif()
-# _FORTIFY_SOURCE needs optimisation, and would hide what the sanitizers look for.
+# _FORTIFY_SOURCE needs optimisation, and hides errors from the sanitizers.
 target_compile_definitions(project_options INTERFACE
   $<$<CONFIG:Release,RelWithDebInfo>:_FORTIFY_SOURCE=2>)
 target_link_options(project_options INTERFACE -Wl,-z,relro,-z,now)

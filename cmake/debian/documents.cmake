@@ -1,5 +1,5 @@
-# Lays out the documents of the Debian package as Debian wants them: pages and changelog compressed, and the terms
-# beside them. CPack runs it on the folder that becomes the package.
+# Prepares the documents of the Debian package as Debian's policy demands: compresses the manual pages and the change log,
+# and adds the copyright file. CPack runs this on the folder that becomes the package.
 
 set(documents ${CPACK_TEMPORARY_DIRECTORY}/usr/share/doc/qrxupdate)
 file(COPY ${CMAKE_CURRENT_LIST_DIR}/copyright DESTINATION ${documents}
