@@ -1,5 +1,5 @@
-// What a management controller may say to the stand-in: messages of any kind, length and order.
-// The first byte is how many bytes are asked for; then each message is a kind, a length and its data.
+// Feeds the stand-in messages from a management controller, of any kind, length and order.
+// The first byte of the input is the requested length; each message is a kind, a length and its data.
 
 #include "Harness.h"
 #include "ipmi/Ipmi.h"
@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint8_t kUntouched = 0xA5;
 
-/** A port that says what the input says; time passes with every wait. */
+/** A port that replays the input's messages; its clock advances with every wait. */
 class ScriptedPort : public vtek::IpmiPort {
 public:
     explicit ScriptedPort(std::string_view script) : script_(script) {}
@@ -62,7 +62,7 @@ void requireStored(const vtek::Bytes& answer, std::size_t length) {
         const std::uint8_t wanted = completion != 0 || i >= length ? kUntouched
                                     : i + 1 < answer.size()        ? answer[i + 1]
                                                                    : 0;
-        require(buffer[i] == wanted, "the data, cut or filled up with zeros, and nothing else");
+        require(buffer[i] == wanted, "the data, truncated or padded with zeros, and nothing else");
     }
 }
 
@@ -75,7 +75,7 @@ void examine(std::string_view input) {
     for (int request = 0; request < 2; ++request) {
         const auto answer = device.exchange(0xD0, {1, 2, 3});
         if (answer) {
-            require(!answer->empty(), "an answer holds its completion code");
+            require(!answer->empty(), "an answer contains its completion code");
             requireStored(*answer, length);
         } else {
             require(answer.error().number == vtek::ErrorNumber::IpmiFailed, "the reason");

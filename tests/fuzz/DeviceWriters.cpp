@@ -1,4 +1,4 @@
-// Arbitrary records through the writers of device reports.
+// Writes arbitrary records with the writers of device reports.
 
 #include "Harness.h"
 #include "InventoryXMLWriter.h"

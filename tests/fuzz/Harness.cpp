@@ -55,7 +55,7 @@ std::string takeUntil(std::string_view& input, char separator) {
 }
 
 const std::filesystem::path& workingFolder() {
-    // Small files that are written thousands of times a second do not belong on a disk.
+    // In memory: harnesses write small files thousands of times a second.
     [[maybe_unused]] static const bool inMemory =
         access("/dev/shm", W_OK) == 0 && setenv("TMPDIR", "/dev/shm", 0) == 0;
     static const TempDir folder;
@@ -69,7 +69,7 @@ const std::filesystem::path& workingFolder() {
 }  // namespace test
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    // What libxml2 has to say about broken documents is of no use here.
+    // Silences libxml2's messages about broken documents.
     xmlSetGenericErrorFunc(nullptr, test::dropMessage);
     const std::size_t before = test::openDescriptors();
     test::examine({reinterpret_cast<const char*>(data), size});

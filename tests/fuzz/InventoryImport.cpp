@@ -1,4 +1,4 @@
-// An inventory document as vtekctl imports it.
+// Imports an inventory document as vtekctl does.
 
 #include "Harness.h"
 #include "TempDir.h"
@@ -29,7 +29,7 @@ bool sameDevice(const InventoryDevice& one, const InventoryDevice& other) {
     return true;
 }
 
-/** The devices of a document; nothing when it is refused. */
+/** The devices of a document; nothing if it is refused. */
 std::optional<std::vector<InventoryDevice>> devicesOf(std::string_view document) {
     const std::filesystem::path file = workingFolder() / "inventory.xml";
     writeFile(file, document);
@@ -66,7 +66,7 @@ std::string writtenAgain(const std::vector<InventoryDevice>& devices) {
     vtek::Database database = emptyInventory();
     vtek::Inventory inventory(database);
     for (const InventoryDevice& device : devices) {
-        require(static_cast<bool>(inventory.add(device)), "what was read can be added");
+        require(static_cast<bool>(inventory.add(device)), "imported devices can be added");
     }
     std::string document;
     require(static_cast<bool>(inventory.write([&document](std::string_view part) { document += part; })),
@@ -82,7 +82,7 @@ void examine(std::string_view input) {
         return;
     }
     const auto again = devicesOf(writtenAgain(*devices));
-    require(again.has_value(), "what is written can be read");
+    require(again.has_value(), "a written inventory can be read");
     require(again->size() == devices->size(), "as many devices");
     for (std::size_t i = 0; i < devices->size(); ++i) {
         require(sameDevice((*devices)[i], (*again)[i]), "the same devices");

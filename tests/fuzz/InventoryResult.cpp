@@ -1,4 +1,4 @@
-// An inventory result, against a walk over the same tree.
+// Reads an inventory result and compares it with a walk over the same tree.
 
 #include "DeviceInventoryInfo.h"
 #include "Harness.h"
@@ -14,14 +14,14 @@
 namespace test {
 namespace {
 
-// The log is on, so that its texts are made, too.
+// The log is on, so that the code that builds its texts runs too.
 [[maybe_unused]] const int kLogged = CLogger::GetInstance()->Initialize("/dev/null");
 
 using Records = std::vector<std::unique_ptr<CDeviceInfo>>;
 
-/** What the tree holds. */
+/** What a walk over the tree finds. */
 struct Content {
-    std::vector<std::string> componentIds;  // of all devices, empty where a device has none
+    std::vector<std::string> componentIds;  // of all devices; empty for a device without one
     bool failed = false;
 };
 
@@ -90,7 +90,7 @@ void examine(std::string_view input) {
         requireRecord(*records[i], content.componentIds[i], content.failed);
     }
     std::string message;
-    require(reader.GetInventoryStatus(message) != content.failed, "the status that the tree holds");
+    require(reader.GetInventoryStatus(message) != content.failed, "the status in the tree");
 
     const Records again = recordsOf(reader);
     require(std::equal(records.begin(), records.end(), again.begin(), again.end(),

@@ -1,4 +1,5 @@
-// A component id, a newline and a controller's inventory: both look-ups, against a walk over the same tree.
+// Takes a component id, a newline and a controller's inventory, and compares both look-ups with a walk over
+// the tree.
 
 #include "Harness.h"
 #include "Logger.h"
@@ -12,7 +13,7 @@
 namespace test {
 namespace {
 
-// The log is on, so that its texts are made, too.
+// The log is on, so that the code that builds its texts runs too.
 [[maybe_unused]] const int kLogged = CLogger::GetInstance()->Initialize("/dev/null");
 
 constexpr const char* kVersionBefore = "the version before";
@@ -41,7 +42,7 @@ const xmlNode* firstChild(const xmlNode* parent, const std::function<bool(const 
     return child;
 }
 
-/** The outcome of the version's look-up: 0 when the component is there. */
+/** The result of looking up the version: 0 if the inventory lists the component. */
 int walkForVersion(const std::string& id, std::string_view inventory, std::string& version) {
     const XmlDocPtr doc = parse(inventory.substr(0, inventory.find('\0')));
     const xmlNode* const root = xmlDocGetRootElement(doc.get());
@@ -62,7 +63,7 @@ int walkForVersion(const std::string& id, std::string_view inventory, std::strin
     return 0;
 }
 
-/** How many records an inventory holds of a component; nothing when it is no XML. */
+/** The number of a component's records in an inventory; nothing if it is not XML. */
 std::optional<std::size_t> walkForRecords(const std::string& id, std::string_view inventory) {
     const XmlDocPtr doc = parse(inventory);
     if (!doc) {
@@ -92,9 +93,9 @@ void requireRecord(CSoftwareComponentInfo& reader, const std::string& id, const 
     out << "before";
     const bool lookedUp = reader.GetInvFromTVK(id, out, in);
     const std::optional<std::size_t> records = walkForRecords(id, inventory);
-    require(lookedUp == records.has_value(), "a look-up wherever the text is XML");
-    require(out.str().starts_with("before"), "what the stream held before");
-    // An id with a double quote is no comparison but an expression of its own.
+    require(lookedUp == records.has_value(), "a look-up if and only if the text is XML");
+    require(out.str().starts_with("before"), "the stream keeps its earlier content");
+    // A double quote in the id ends the string in the XPath expression, which then means something else.
     if (id.find('"') == std::string::npos) {
         require((out.str().size() > std::string("before").size()) == (records.value_or(0) > 0),
                 "a record where the tree has one");

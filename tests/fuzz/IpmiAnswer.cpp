@@ -1,4 +1,5 @@
-// Thirteen bytes, a completion value and the answer's twelve, against the meaning of the answer.
+// Takes a completion value and twelve bytes of an answer, and compares the decision with the meaning of the
+// answer.
 
 #include "Harness.h"
 #include "QRXInventory.h"
@@ -53,7 +54,7 @@ std::vector<std::string> libraryLog(unsigned char completion, const Answer& answ
 void examine(std::string_view input) {
     workingFolder();
     VtekDouble library;
-    // Made once and kept: as in the program, parts of it live until the process exits.
+    // Made once and never deleted: as in the program, parts of it live until the process exits.
     static CQRXInventory* const inventory = new CQRXInventory;
 
     library.script.ipmiCompletion = input.empty() ? 0 : static_cast<unsigned char>(input.front());

@@ -1,4 +1,4 @@
-// Vectors of arguments, NUL-separated, against the table of options.
+// Parses NUL-separated arguments and compares the result with the table of options.
 
 #include "CommandLineParser.h"
 #include "CoutCapture.h"
@@ -9,13 +9,13 @@ namespace {
 
 constexpr std::size_t kUsageSize = 381;
 
-/** What a vector of words means, as the table of options has it. */
+/** The meaning of the arguments, by the table of options. */
 struct Meaning {
     std::string debugFile = "debug.log";
     std::string outputFile;
     bool force = false, debug = false, inventory = false, update = false, verify = false;
     std::size_t usages = 0;
-    std::size_t next = 0;  // the first word that is not read yet
+    std::size_t next = 0;  // the first word not read yet
 };
 
 bool isPlainFlag(const std::string& word, Meaning& meaning) {
@@ -31,7 +31,7 @@ bool isPlainFlag(const std::string& word, Meaning& meaning) {
     return flag != nullptr;
 }
 
-/** Adds what the words from meaning.next on mean; the result is that of the parser. */
+/** Adds the meaning of the words from meaning.next on; returns the parser's result. */
 int read(const std::vector<std::string>& words, Meaning& meaning) {
     if (words.empty()) {
         ++meaning.usages;
@@ -66,7 +66,7 @@ void requireSame(CCommandLineParser& parser, const Meaning& meaning, const CoutC
     require(parser.isInventory() == meaning.inventory, "-i");
     require(parser.isUpdate() == meaning.update, "-u");
     require(parser.isVerify() == meaning.verify, "-v");
-    require(output.text().size() == meaning.usages * kUsageSize, "usage texts, whole ones");
+    require(output.text().size() == meaning.usages * kUsageSize, "complete usage texts");
 }
 
 }  // namespace
@@ -89,7 +89,7 @@ void examine(std::string_view input) {
     requireSame(parser, meaning, output);
     require(parser.parseCLI(count, arguments.data()) == read(words, meaning), "the result of a second call");
     requireSame(parser, meaning, output);
-    require(storage == words, "the arguments as they were");
+    require(storage == words, "unchanged arguments");
 }
 
 }  // namespace test

@@ -1,4 +1,4 @@
-// package.xml through the readers of supported devices, dependencies and names.
+// Reads the supported devices, dependencies and names of a package.xml.
 
 #include "Harness.h"
 #include "Logger.h"
@@ -14,7 +14,7 @@
 namespace test {
 namespace {
 
-// The log is on, so that its texts are made, too.
+// The log is on, so that the code that builds its texts runs too.
 [[maybe_unused]] const int kLogged = CLogger::GetInstance()->Initialize("/dev/null");
 
 using Dependencies = std::vector<std::unique_ptr<CDeviceInfo>>;
@@ -29,11 +29,11 @@ bool sameIds(const SPCIInfo& one, const SPCIInfo& other) {
            sameLetters(one.vendorID, other.vendorID) && sameLetters(one.subVendorID, other.subVendorID);
 }
 
-/** What a walk over the tree counts. */
+/** Numbers of elements, counted in a walk over the tree. */
 struct Counts {
     std::size_t supported = 0;     // PCIInfo elements of supported devices
     std::size_t dependencies = 0;  // of both kinds
-    std::size_t expanded = 0;      // the same, counted once for each PCIInfo in it
+    std::size_t expanded = 0;      // of both kinds, counted once for each PCIInfo in it
     std::size_t named = 0;         // supported devices with a Display
 };
 
@@ -132,7 +132,7 @@ void requireNames(CSoftwareComponentInfo& reader, std::size_t named) {
 }  // namespace
 
 void examine(std::string_view input) {
-    // Names and dependencies are compared with one another: the time grows with the square of their number.
+    // Every name is compared with every dependency: the time grows with the square of their number.
     constexpr std::size_t kLongEnough = 8192;
     const std::filesystem::path file = workingFolder() / "package.xml";
     writeFile(file, input.substr(0, kLongEnough));

@@ -1,4 +1,4 @@
-// package.xml through the questions that a run asks, against a walk over the same tree.
+// Reads from package.xml what a run needs, and compares it with a walk over the same tree.
 
 #include "Harness.h"
 #include "Logger.h"
@@ -11,10 +11,10 @@
 namespace test {
 namespace {
 
-// The log is on, so that its texts are made, too.
+// The log is on, so that the code that builds its texts runs too.
 [[maybe_unused]] const int kLogged = CLogger::GetInstance()->Initialize("/dev/null");
 
-/** The answers that the document gives. */
+/** The answers in the document. */
 struct Answers {
     std::string componentId;
     std::string componentType;
@@ -64,9 +64,9 @@ void examine(std::string_view input) {
     writeFile(file, input);
     CSoftwareComponentInfo reader;
     const Answers answers = ask(reader);
-    require(answers == walk(file), "the answers that the tree gives");
+    require(answers == walk(file), "the answers in the tree");
     require(answers == ask(reader), "the same answers when asked again");
-    require(readFile(file) == input, "package.xml as it was");
+    require(readFile(file) == input, "unchanged package.xml");
 }
 
 }  // namespace test

@@ -1,5 +1,5 @@
-// A payload as the stand-in takes it apart and judges its signature. The authority that it trusts, and the
-// one archive that was ever signed for it, were made by payload/make-payload.
+// Parses a payload and verifies its signature. payload/make-payload made the trusted authority and the only
+// archive that was ever signed for it.
 
 #include "CmsVerdict.h"
 #include "Harness.h"
@@ -17,11 +17,11 @@
 namespace test {
 namespace {
 
-constexpr std::time_t kNow = 1'800'000'000;  // while the stored certificates are valid, for ten years
+constexpr std::time_t kNow = 1'800'000'000;  // within the ten years of the stored certificates
 constexpr std::size_t kTrailerLength = 8;
 constexpr std::size_t kLongestSignature = 64 * 1024;
 
-/** The lengths of a payload's parts, as its last eight bytes say them; nothing when they cannot be. */
+/** The lengths of a payload's parts according to its last eight bytes; nothing if they are impossible. */
 std::optional<std::pair<std::size_t, std::size_t>> partsOf(std::string_view payload) {
     if (payload.size() < kTrailerLength) {
         return std::nullopt;
@@ -44,7 +44,7 @@ std::string digestOf(std::string_view text) {
     return digest.hex();
 }
 
-/** Trusts the one authority whose certificate and empty revocation list the folder holds. */
+/** Trusts the authority whose certificate and empty revocation list are in the folder. */
 vtek::TrustStore loadTrust(const std::filesystem::path& folder) {
     vtek::TrustStore trust{vtek::X509StorePtr(X509_STORE_new())};
     const auto authority = vtek::parseTrustFile("authority.pem", readFile(folder / "authority.pem"));
@@ -57,7 +57,7 @@ vtek::TrustStore loadTrust(const std::filesystem::path& folder) {
     return trust;
 }
 
-/** The signature fits when OpenSSL says so; other refusals come before that question. */
+/** Requires OpenSSL's verdict on whether the signature matches the archive, unless it is refused earlier. */
 void compareWithCms(const vtek::SignedFile& payload, std::string_view archive, std::string_view signature) {
     const auto fits = vtek::checkSignatureFits(payload);
     if (fits || fits.error().number == vtek::ErrorNumber::SignatureMismatch) {
@@ -77,7 +77,8 @@ void examine(std::string_view input) {
     writeFile(file, input);
     const auto payload = vtek::openPayload(vtek::kWorkingFolder, file.string());
     const auto parts = partsOf(input);
-    require(static_cast<bool>(payload) == parts.has_value(), "taken apart when the lengths can be");
+    require(static_cast<bool>(payload) == parts.has_value(),
+            "parsed if and only if the lengths are possible");
     if (!payload) {
         require(payload.error().number == vtek::ErrorNumber::PayloadFormat, "refused as malformed");
         return;
@@ -98,7 +99,7 @@ void examine(std::string_view input) {
         require(!verified.error().message.empty(), "a reason for a refusal");
         return;
     }
-    // The signer's key is gone: nobody can sign anything but the one archive.
+    // The signer's key was deleted, so nothing but this archive can have a valid signature.
     require(digestOf(archive) == authentic, "only what the signer has signed is accepted");
     require(counted == archive.size(), "every byte of the archive was read");
     require(verified->digest == digestOf(input), "the digest is the whole file's");

@@ -1,4 +1,4 @@
-// A plug-in configuration, against a walk over the same tree.
+// Reads a plug-in configuration and compares it with a walk over the same tree.
 
 #include "Harness.h"
 #include "Logger.h"
@@ -14,10 +14,10 @@
 namespace test {
 namespace {
 
-// The log is on, so that its texts are made, too.
+// The log is on, so that the code that builds its texts runs too.
 [[maybe_unused]] const int kLogged = CLogger::GetInstance()->Initialize("/dev/null");
 
-/** What the reader tells of the inventory plug-in. */
+/** What the reader returns for the inventory plug-in. */
 struct Plugin {
     std::string command;
     std::string output;
@@ -39,7 +39,7 @@ const xmlNode* ancestor(const xmlNode* element, std::string_view name) {
     return element;
 }
 
-/** Whether the element is a Plugin below some Plugins below some PIEConfig. */
+/** True for a Plugin with an ancestor Plugins that has an ancestor PIEConfig. */
 bool isPlugin(const xmlNode* element) {
     if (!isElement(element, "Plugin")) {
         return false;
@@ -121,7 +121,7 @@ void examine(std::string_view input) {
     writeFile(file, input);
     CPIEConfigInfo reader;
     const Plugin plugin = ask(reader, file);
-    require(plugin == walk(file), "the plug-in that the tree holds");
+    require(plugin == walk(file), "the plug-in in the tree");
     require(plugin == ask(reader, file), "the same plug-in when asked again");
 }
 

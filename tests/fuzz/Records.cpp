@@ -41,7 +41,7 @@ std::unique_ptr<CDeviceInfo> makeRecord(std::string_view line, const Records::Ma
     return record;
 }
 
-/** The text with each word, in the order of their first places, replaced by what it stands for. */
+/** The text with each word replaced by its meaning; the words are in the order of their first occurrence. */
 std::string replaceWords(const std::string& text, const std::vector<std::string>& meanings) {
     std::string replaced;
     for (std::size_t at = 0; at < text.size();) {
@@ -74,7 +74,7 @@ std::vector<CDeviceInfo*> Records::pointers() const {
 
 void requireRawReport(std::string_view input, std::string_view root,
                       const std::function<std::string(const std::vector<CDeviceInfo*>&)>& write) {
-    // An empty text stays empty: some writers leave out what has none.
+    // An empty text stays empty: some writers omit empty texts.
     std::vector<std::string> meanings;
     const Records plain(input, [&meanings](const std::string& raw) {
         meanings.push_back(raw);
@@ -88,7 +88,7 @@ void requireRawReport(std::string_view input, std::string_view root,
 
     const Records raw(input, [](const std::string& text) { return text; });
     const std::string rawReport = write(raw.pointers());
-    require(rawReport == replaceWords(plainReport, meanings), "every text stands in the report as it is");
+    require(rawReport == replaceWords(plainReport, meanings), "every text is in the report, byte for byte");
     require(rawReport == write(raw.pointers()), "the same report when written again");
 }
 

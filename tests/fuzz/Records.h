@@ -10,13 +10,13 @@
 
 namespace test {
 
-/** Device records made of an input's bytes, for the report writers. */
+/** Device records made from an input, for the report writers. */
 class Records {
 public:
-    /** What a text field of a record becomes, given the bytes that the input has for it. */
+    /** Returns the value of a text field for its bytes in the input. */
     using MakeText = std::function<std::string(const std::string& raw)>;
 
-    /** Lines of the input, each one record: status, type, message id, reboot flag, then the texts between
+    /** Each line of the input is a record: status, type, message id, reboot flag, then texts separated by
      * NULs. */
     Records(std::string_view input, const MakeText& makeText);
 
@@ -28,9 +28,9 @@ private:
 };
 
 /**
- * Requires what holds for every report writer, given what it writes for a list of records:
- * with plain words for texts the document is XML with this root; with the input's own texts it is the same
- * document, each word replaced by the bytes as they are; and asked again it is the same.
+ * Requires what must hold for every report writer. With plain words as texts, the report is XML with this
+ * root. With the input's texts, it is the same report with each word replaced by the input's bytes. Written
+ * again, it is the same.
  */
 void requireRawReport(std::string_view input, std::string_view root,
                       const std::function<std::string(const std::vector<CDeviceInfo*>&)>& write);

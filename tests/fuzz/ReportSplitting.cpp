@@ -1,4 +1,4 @@
-// What qrxinspect reads as a file of reports.
+// Reads the input as a file of reports, as qrxinspect does.
 
 #include "Harness.h"
 #include "ReportReader.h"
@@ -12,7 +12,7 @@ void requireSensible(const Report& report) {
     const bool isReadable =
         report.outcome == Report::Outcome::Success || report.outcome == Report::Outcome::Failure;
     require(report.file == "name", "the name of the file");
-    require(report.problem.empty() == isReadable, "a problem exactly where a report cannot be relied upon");
+    require(report.problem.empty() == isReadable, "a problem if and only if the report is unreadable");
     require(report.problem.find('\n') == std::string::npos, "a problem of one line");
     require(!isReadable || report.operation != Report::Operation::Unknown,
             "a readable report has an operation");

@@ -1,4 +1,4 @@
-// Arbitrary records through the report writer: both documents.
+// Writes both kinds of report from arbitrary records.
 
 #include "Harness.h"
 #include "Records.h"

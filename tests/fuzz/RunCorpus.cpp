@@ -36,10 +36,10 @@ int main(int argc, char** argv) {
         return 2;
     }
     const std::vector<std::filesystem::path> files = filesIn(argv[1]);
-    // Twice, so that state which one input leaves behind meets every other.
+    // Twice: state that any input leaves behind then affects every other one.
     for (int round = 0; round < 2; ++round) {
         for (const std::filesystem::path& file : files) {
-            // Harnesses abort, so the last name printed is the input that failed.
+            // A finding aborts the process, so the last name printed is the input that caused it.
             std::cerr << file.filename().string() << std::endl;
             examine(file);
         }

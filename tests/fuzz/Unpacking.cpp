@@ -1,4 +1,4 @@
-// An archive as the stand-in unpacks it, between files and folders that it must not touch.
+// Unpacks an archive next to files and folders that must not change.
 
 #include "Harness.h"
 #include "TempDir.h"
@@ -24,7 +24,7 @@ constexpr vtek::UnpackLimits kLimits{.entries = 16, .depth = 3, .totalBytes = 2 
 constexpr const char* kPrefix = "content";
 constexpr unsigned int kPermissions = 07777;
 
-/** What a folder holds: relative path to what is there. */
+/** The content of a folder, by relative path. */
 using Tree = std::map<std::string, std::string>;
 
 std::string described(const fs::path& path) {
@@ -47,8 +47,8 @@ Tree treeBelow(const fs::path& folder) {
     return tree;
 }
 
-/** A target folder with neighbours: a file and a folder outside, a file, a folder and a link out beside the
- * content. */
+/** A target folder with neighbours: a file and a folder outside it, and inside, next to the content, a file,
+ * a folder and a link to the outside. */
 class Surroundings {
 public:
     Surroundings() {
@@ -68,7 +68,7 @@ public:
         fs::create_directory_symlink("../../outside", content() / "l");
     }
 
-    /** Takes the content away and returns what it was. */
+    /** Removes the content and returns it. */
     Tree takeContent() const {
         Tree tree = treeBelow(content());
         require(tree.erase("l") == 1, "the link in the content is still there");
@@ -91,7 +91,8 @@ std::string lowered(std::string text) {
     return text;
 }
 
-/** Requires of a tree what holds however unpacking ended, and returns the number and size of its files. */
+/** Requires what must hold after any unpacking, successful or not; returns the number and size of the files.
+ */
 vtek::UnpackedContent requireHarmless(const fs::path& content) {
     vtek::UnpackedContent found;
     Tree lowerCase;
@@ -102,7 +103,7 @@ vtek::UnpackedContent requireHarmless(const fs::path& content) {
         if (name == "l") {
             continue;
         }
-        require(S_ISREG(info.st_mode) || S_ISDIR(info.st_mode), "plain files and folders alone");
+        require(S_ISREG(info.st_mode) || S_ISDIR(info.st_mode), "only regular files and folders");
         require((info.st_mode & kPermissions & ~(S_ISREG(info.st_mode) ? 0644U : 0755U)) == 0, "plain modes");
         require(S_ISDIR(info.st_mode) || info.st_nlink == 1, "no second name for a file");
         require(name.find_first_of("\\\n\t") == std::string::npos, "plain names");
@@ -119,7 +120,7 @@ vtek::UnpackedContent requireHarmless(const fs::path& content) {
     return found;
 }
 
-/** How an archive was unpacked. */
+/** The result of unpacking an archive. */
 struct Outcome {
     vtek::ErrorNumber number;
     std::optional<vtek::Manifest> manifest;
@@ -158,9 +159,9 @@ void examine(std::string_view input) {
     const vtek::UniqueFd archive = vtek::openAt(vtek::kWorkingFolder, file.string(), O_RDONLY);
     const Outcome byKernel = unpack(archive.get(), input.size(), surroundings, Beneath::Method::Kernel);
     const Outcome bySteps = unpack(archive.get(), input.size(), surroundings, Beneath::Method::Steps);
-    require(byKernel == bySteps, "the same outcome whoever walks the paths");
+    require(byKernel == bySteps, "the same outcome with openat2 and without");
     if (byKernel.manifest) {
-        // A zip's entries and its directory may differ; an update compares the manifests of both.
+        // A zip's entries may differ from its directory; an update compares the manifests of both.
         const auto manifest = vtek::readManifest(input);
         require(input.starts_with("PK\3\4") || (manifest && *manifest == *byKernel.manifest),
                 "the manifest that was looked at before");

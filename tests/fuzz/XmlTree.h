@@ -8,16 +8,15 @@
 
 namespace test {
 
-/** A second way through a parsed document, element by element, to compare XPath's answers with. */
+/** Walks a parsed document element by element, to check the results of XPath. */
 
-/** Whether the node is an element of that name; `anyNamespace` false also asks that it has no namespace. */
+/** True for an element of this name; unless `anyNamespace`, only for one without a namespace. */
 bool isElement(const xmlNode* node, std::string_view name, bool anyNamespace = false);
 
-/** Calls `use` for each element below and including `element`, in document order. */
+/** Calls `use` for `element` and each element below it, in document order. */
 void forEachElement(const xmlNode* element, const std::function<void(const xmlNode*)>& use);
 
-/** What the package readers take as an attribute's text: the content of its first child, whatever its
- * namespace. */
+/** An attribute's text as the package readers see it: the content of its first child, in any namespace. */
 std::string firstChildText(const xmlNode* element, std::string_view attribute);
 
 }  // namespace test
