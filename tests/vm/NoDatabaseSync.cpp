@@ -1,4 +1,4 @@
-// Preloaded, it takes from a program's database the call that makes a commit durable.
+// Preload library: turns fdatasync, which makes a database's commit durable, into a no-op.
 
 #include <unistd.h>
 

@@ -1,5 +1,5 @@
-// Preloaded, it takes from a program the calls that make its own files durable. Its database goes on syncing,
-// which is fdatasync: the commit is then durable, and what it names is not.
+// Preload library: turns the calls that make a program's own files durable into no-ops. The database still syncs, with
+// fdatasync: its commit becomes durable, and the files that it names do not.
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-"""The simulated chassis on the guest's disk, seen through the programs that a user has."""
+"""The simulated chassis on the guest's disk, as its user sees it: through the programs."""
 
 import json
 from dataclasses import dataclass
@@ -12,14 +12,14 @@ FIRST_VERSION = "1.0.0"
 
 
 def inventory_report(version):
-    """What an inventory prints when the controller runs this version."""
+    """The report of an inventory when the controller runs this version."""
     return (f'<?xml version="1.0" encoding="UTF-8"?><SVMInventory lang="en"><Device  componentID="{COMPONENT}" '
             f'display="QRX"><Application componentType="FRMW" version="{version}" display="QRX"/></Device>'
             '</SVMInventory>')
 
 
 def update_report(version):
-    """What an update to this version prints when it succeeds."""
+    """The report of a successful update to this version."""
     return (f'<?xml version="1.0" encoding="UTF-8"?><SVMExecution lang="en"><Device  componentID="{COMPONENT}" '
             f'display="QRX"><Application componentType="FRMW" version="{version}" display="QRX" '
             f'packageVersion="{version}"><SPStatus result = "true" ><Message id="0">Update is successful</Message>'
@@ -28,12 +28,12 @@ def update_report(version):
 
 @dataclass(frozen=True)
 class State:
-    """Everything that tells which firmware is in force."""
+    """Everything that shows which firmware is in force."""
 
     inventory: str  # the report of `qrxupdate -i`
     shown: dict  # `vtekctl show`
     history: list  # `vtekctl history`: generation and version of each update
-    files: dict  # the repository: path below it, digest
+    files: dict  # of the repository: digest by path
 
     @property
     def version(self):
@@ -41,10 +41,10 @@ class State:
         return self.shown["firmware"]["version"]
 
     def faults(self, versions, packages):
-        """What does not fit when these versions were installed one after the other; none when the state is whole.
+        """Everything that contradicts these versions having been installed in this order; empty if nothing does.
 
-        The files of the last version and of the one before it, to which a rollback goes back, must be in the
-        repository; `packages` has their digests by version.
+        The repository must hold the files of the last version and of the one before it, the target of a rollback.
+        `packages` holds their digests by version.
         """
         generations = [generation for generation, _ in self.history]
         firmware = ((f"repository/{path}", self.files.get(path), digest)
@@ -58,7 +58,7 @@ class State:
             *firmware)
 
     def strays(self, packages):
-        """The repository's files that belong to no generation that is kept."""
+        """The files in the repository that belong to neither of the two last generations."""
         return sorted(self.files.keys() - self._expected_files(packages).keys())
 
     def _expected_files(self, packages):
@@ -81,22 +81,22 @@ class Chassis:
                            f"vtekctl trust add {MOUNT}/authority.pem && sync")
 
     def update(self, version, environment=""):
-        """Installs a package; what was wrong with that, nothing when the program reports success."""
+        """Installs a package; returns the faults, none if the program reports success."""
         self.begin_update(version, environment)
         return self.finish_update(version)
 
     def begin_update(self, version, environment=""):
-        """Starts an update and does not wait for it."""
+        """Starts an update without waiting for it."""
         self._guest.begin(f"cd {MOUNT}/{version} && VTEK_ROOT={ROOT} {environment} qrxupdate -u")
 
     def finish_update(self, version):
-        """Waits for the update that was begun, and judges it as `update` does."""
+        """Waits for the update that was begun; returns its faults as `update` does."""
         outcome = self._guest.finish()
         return differences(("update's exit status", outcome.status, 0),
                            ("update's report", outcome.output, update_report(version)))
 
     def state(self, version):
-        """Looks at everything, from the folder of a package."""
+        """Reads the state; `version` names the package in whose folder the inventory runs."""
         inventory = self._guest.expect(f"cd {MOUNT}/{version} && VTEK_ROOT={ROOT} qrxupdate -i").output
         shown = json.loads(self._vtekctl("show --json"))
         history = [(entry["generation"], entry["toVersion"]) for entry in json.loads(self._vtekctl("history --json"))]
@@ -105,7 +105,7 @@ class Chassis:
         return State(inventory, shown, history, files)
 
     def leftovers(self):
-        """What lies in the staging folder."""
+        """The names in the staging folder."""
         return self._guest.expect(f"ls {ROOT}/staging").output.split()
 
     def _vtekctl(self, arguments):

@@ -1,4 +1,7 @@
-"""The management controller on QEMU's external IPMI interface, played by the test."""
+"""A management controller for QEMU's external IPMI interface.
+
+A frame is a message with a checksum, in which three byte values are escaped, and an end marker.
+"""
 
 import os
 import socket
@@ -11,7 +14,7 @@ ESCAPED = 0x10
 
 @dataclass(frozen=True)
 class Request:
-    """One request as it was on the wire."""
+    """A request, unescaped."""
 
     sequence: int
     network_function: int
@@ -22,7 +25,7 @@ class Request:
 
 @dataclass(frozen=True)
 class Answer:
-    """A completion code and what follows it."""
+    """A completion code and the data after it."""
 
     completion: int
     data: bytes = b""
@@ -30,20 +33,21 @@ class Answer:
 
 APPLICATION = 0x06
 INVALID_COMMAND = Answer(0xC1)
-# What the kernel's driver asks before it makes a device: the answers of a controller that does nothing but messages.
+# The kernel's driver sends these commands before it creates the device. By command: the answers of a controller that
+# supports messages only.
 START_UP = {
-    0x01: Answer(0, bytes([0x20, 0x01, 0x01, 0x00, 0x02, 0x00, 0, 0, 0, 0, 0])),  # its identity
-    0x2E: Answer(0),  # global enables, set
-    0x2F: Answer(0, bytes([0x00])),  # global enables, read
-    0x30: Answer(0),  # message flags, cleared
-    0x31: Answer(0, bytes([0x00])),  # message flags
+    0x01: Answer(0, bytes([0x20, 0x01, 0x01, 0x00, 0x02, 0x00, 0, 0, 0, 0, 0])),  # get device ID
+    0x2E: Answer(0),  # set global enables
+    0x2F: Answer(0, bytes([0x00])),  # get global enables
+    0x30: Answer(0),  # clear message flags
+    0x31: Answer(0, bytes([0x00])),  # get message flags
 }
-SILENCE = object()  # take the request and say nothing
+SILENCE = object()  # take the request and never answer
 HANG_UP = object()  # take the request and close the connection
 
 
 def checksum(body):
-    """The byte that makes all of a message sum to zero."""
+    """The byte that makes the sum of all bytes zero, modulo 256."""
     return -sum(body) & 0xFF
 
 
@@ -62,22 +66,22 @@ def encode(request, answer):
 
 
 def decode(body):
-    """The request that the unescaped bytes of a frame hold."""
+    """The request in the unescaped bytes of a frame."""
     if sum(body) & 0xFF:
-        raise ValueError(f"checksum of {body.hex(' ')}")
+        raise ValueError(f"wrong checksum: {body.hex(' ')}")
     sequence, function_and_lun, command = body[:3]
     return Request(sequence, function_and_lun >> 2, function_and_lun & 3, command, bytes(body[3:-1]))
 
 
 class FrameReader:
-    """Takes the wire's bytes and gives the requests in them; control frames are dropped."""
+    """Parses requests from a stream of bytes; drops control frames."""
 
     def __init__(self):
         self._body = bytearray()
         self._escaped = False
 
     def feed(self, data):
-        """The requests that these bytes complete."""
+        """Takes further bytes; returns the requests that they complete."""
         requests = []
         for byte in data:
             if byte == END_OF_MESSAGE:
@@ -94,9 +98,9 @@ class FrameReader:
 
 
 class Controller:
-    """Listens where QEMU connects, answers what the kernel asks at start, and keeps every other request.
+    """Listens on a socket for QEMU, answers the kernel's start-up commands, and records every other request.
 
-    `answer` is what the next requests get: an Answer, SILENCE or HANG_UP.
+    `answer` decides the reaction to the recorded requests: an Answer, SILENCE or HANG_UP.
     """
 
     def __init__(self, folder):
@@ -109,26 +113,26 @@ class Controller:
         self.open()
 
     def qemu_arguments(self):
-        """The devices that put this controller into a machine."""
+        """The QEMU devices that connect a machine to this controller."""
         return ["-chardev", f"socket,id=controller,path={self._path},reconnect=1",
                 "-device", "ipmi-bmc-extern,id=bmc,chardev=controller", "-device", "isa-ipmi-kcs,bmc=bmc"]
 
     def open(self):
-        """Lets the machine connect."""
+        """Accepts connections from now on."""
         self._listener = socket.socket(socket.AF_UNIX)
         self._listener.bind(self._path)
         self._listener.listen()
         threading.Thread(target=self._serve, args=(self._listener,), daemon=True).start()
 
     def ensure_open(self):
-        """Waits until the machine is connected, which tries once a second."""
+        """Waits for the machine, which tries to connect once a second."""
         if self._listener is None:
             self.open()
         if not self._connected.wait(timeout=30):
             raise TimeoutError("the machine did not connect")
 
     def close(self):
-        """Ends the connection and refuses further ones."""
+        """Closes the connection and refuses new ones."""
         os.unlink(self._path)
         self._listener.shutdown(socket.SHUT_RDWR)
         self._listener.close()
@@ -175,4 +179,4 @@ class Controller:
             try:
                 self._connection.shutdown(socket.SHUT_RDWR)
             except OSError:
-                pass  # the machine was faster
+                pass  # the machine has already closed it

@@ -1,148 +1,97 @@
-"""A disk with a volatile write cache, served to QEMU over NBD.
+"""A disk with a volatile write cache. Its writes are recorded, so a power cut at any of them can be replayed later.
 
-What the machine wrote but did not flush is lost, or lost in part, when the power goes; what it flushed stays. Only so
-does a test see whether the program waits for the disk.
+QEMU's driver `blklogwrites` records every write and flush of the machine, in the format of the kernel's dm-log-writes.
+A power cut keeps what the machine flushed, and loses some or all of what it wrote since. That shows whether a program
+waits for the disk.
 """
 
-import os
+import pathlib
 import random
-import socket
 import struct
-import threading
+from dataclasses import dataclass
 
-READ, WRITE, FLUSH = 0, 1, 3
-GREETING = struct.pack(">8s8sH", b"NBDMAGIC", b"IHAVEOPT", 0b11)
-OPTION = struct.Struct(">8sII")
-OPTION_REPLY = struct.Struct(">QIII")
-OPTION_REPLY_MAGIC = 0x3E889045565A9
-OPTION_GO, REPLY_ACK, REPLY_INFO, REPLY_UNKNOWN = 7, 1, 3, 0x80000001
-COMMAND = struct.Struct(">IHHQQI")
-REPLY = struct.Struct(">IIQ")
-REPLY_MAGIC = 0x67446698
-HAS_FLAGS_AND_FLUSH = 0b101
+SECTOR = 512
+# The log begins with a superblock: magic number, version, number of entries, sector size.
+SUPERBLOCK = struct.Struct("<QQQI")
+MAGIC, VERSION = 0x6A736677736872, 1
+# An entry: first sector, number of sectors, flags, and a length that writes and flushes do not use. It is padded to one
+# sector of the log; the data follows.
+ENTRY = struct.Struct("<QQQQ")
+WRITE_FLAGS, FLUSH_FLAGS = 0, 1
 
-
-def option_reply(option, kind, data=b""):
-    """One answer in the negotiation."""
-    return OPTION_REPLY.pack(OPTION_REPLY_MAGIC, option, kind, len(data)) + data
+FLUSH = "flush"  # in a history, between the writes
 
 
-class Cache:
-    """The bytes of a disk: the platter, and what was written to it but not flushed."""
+@dataclass(frozen=True)
+class Write:
+    """Bytes that the machine wrote at an offset of the disk."""
 
-    def __init__(self, content):
-        self._platter = bytearray(content)
-        self._view = bytearray(content)  # what a reader sees
-        self._unflushed = []  # (offset, data), in the order of writing
+    offset: int
+    data: bytes
 
-    def __len__(self):
-        return len(self._view)
 
-    def read(self, offset, length):
-        """What was written last, flushed or not."""
-        return bytes(self._view[offset:offset + length])
+def parse_log(log, end):
+    """The writes and flushes in a log, in order: its entries that begin before the byte `end`."""
+    magic, version, _, sector = SUPERBLOCK.unpack_from(log)
+    if (magic, version, sector) != (MAGIC, VERSION, SECTOR):
+        raise ValueError(f"not a log of version {VERSION} with sectors of {SECTOR} bytes: {log[:SECTOR].hex(' ')}")
+    history, position = [], SECTOR
+    while position < end:
+        first, count, flags, _ = ENTRY.unpack_from(log, position)
+        position += SECTOR
+        if flags == WRITE_FLAGS:
+            history.append(Write(first * SECTOR, log[position:position + count * SECTOR]))
+            position += count * SECTOR
+        elif flags == FLUSH_FLAGS and count == 0:
+            history.append(FLUSH)
+        else:
+            raise ValueError(f"an entry that is neither a write nor a flush: flags {flags:#x}, {count} sectors")
+    return history
 
-    def write(self, offset, data):
-        """Takes data that is not safe yet."""
-        self._view[offset:offset + len(data)] = data
-        self._unflushed.append((offset, data))
 
-    def flush(self):
-        """Makes everything safe."""
-        for offset, data in self._unflushed:
-            self._platter[offset:offset + len(data)] = data
-        self._unflushed.clear()
+def apply(content, writes):
+    """The content of a disk after these writes."""
+    result = bytearray(content)
+    for write in writes:
+        result[write.offset:write.offset + len(write.data)] = write.data
+    return bytes(result)
 
-    def remains(self, seed):
-        """What is left after a power cut: all that was flushed, and of the rest what chance saved."""
-        chance = random.Random(seed)
-        platter = bytearray(self._platter)
-        for offset, data in self._unflushed:
-            if chance.random() < 0.5:
-                platter[offset:offset + len(data)] = data
-        return bytes(platter)
+
+def after_power_cut(content, history, seed):
+    """What a power cut leaves of a disk that held `content`: everything flushed, and a random part of the rest."""
+    chance = random.Random(seed)
+    last_flush = max((index for index, event in enumerate(history) if event is FLUSH), default=0)
+    return apply(content, [event for index, event in enumerate(history)
+                           if event is not FLUSH and (index < last_flush or chance.random() < 0.5)])
 
 
 class Disk:
-    """The disk of one boot.
-
-    `writes` counts what the machine wrote; `is_cut` is true from the write on that was named to `at_write`.
-    """
+    """The disk of one boot: two files in a folder. The next disk in that folder overwrites them."""
 
     def __init__(self, folder, content):
-        """A disk of these bytes; it listens in the folder."""
-        self._path = os.path.join(folder, "disk.socket")
-        self._cache = Cache(content)
-        self._last_write = None
-        self._at_last_write = None
-        self.writes = 0
-        self.is_cut = False
-        self._listener = socket.socket(socket.AF_UNIX)
-        self._listener.bind(self._path)
-        self._listener.listen()
-        self._server = threading.Thread(target=self._serve, daemon=True)
-        self._server.start()
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self._listener.close()
-        os.unlink(self._path)
+        """A disk that holds these bytes."""
+        self._content = content
+        self._image = pathlib.Path(folder) / "disk.image"
+        self._log = pathlib.Path(folder) / "disk.log"
+        self._image.write_bytes(content)
+        self._log.write_bytes(b"")
 
     def qemu_arguments(self):
         """The device that puts this disk into a machine, as /dev/vda."""
-        return ["-blockdev", f"driver=nbd,node-name=disk,server.type=unix,server.path={self._path}",
+        # no-flush: the host keeps its power, and a flush is logged at once, never behind a later write.
+        files = ",".join(f"{part}.driver=file,{part}.filename={path},{part}.cache.no-flush=on"
+                         for part, path in (("file", self._image), ("log", self._log)))
+        return ["-blockdev", f"driver=blklogwrites,node-name=disk,{files}",
                 "-device", "virtio-blk-pci,drive=disk,write-cache=on"]
 
-    def at_write(self, write, cut_power):
-        """Calls back at the given write from now, counted from 1: it is the last that the disk takes."""
-        self._last_write = self.writes + write
-        self._at_last_write = cut_power
+    def log_size(self):
+        """The size of the log: it holds everything that the machine knows to be done by now."""
+        return self._log.stat().st_size
 
-    def remains(self, seed):
-        """The disk's bytes when the machine has lost its power; the seed decides what of the cache was saved."""
-        self._server.join()
-        return self._cache.remains(seed)
-
-    def _serve(self):
-        connection, _ = self._listener.accept()
-        with connection, connection.makefile("rb") as requests:
-            self._negotiate(connection, requests)
-            while self._carry_out(connection, requests):
-                pass
-
-    def _negotiate(self, connection, requests):
-        connection.sendall(GREETING)
-        requests.read(4)  # the client's flags
-        option = None
-        while option != OPTION_GO:
-            _, option, length = OPTION.unpack(requests.read(OPTION.size))
-            requests.read(length)
-            if option == OPTION_GO:
-                export = struct.pack(">HQH", 0, len(self._cache), HAS_FLAGS_AND_FLUSH)
-                connection.sendall(option_reply(option, REPLY_INFO, export) + option_reply(option, REPLY_ACK))
-            else:
-                connection.sendall(option_reply(option, REPLY_UNKNOWN))
-
-    def _carry_out(self, connection, requests):
-        header = requests.read(COMMAND.size)
-        if len(header) < COMMAND.size:
-            return False
-        _, _, command, handle, offset, length = COMMAND.unpack(header)
-        data = b""
-        if command == READ:
-            data = self._cache.read(offset, length)
-        elif command == WRITE:
-            self._cache.write(offset, requests.read(length))
-            self.writes += 1
-            if self.writes == self._last_write:
-                self.is_cut = True
-                self._at_last_write()
-                return False
-        elif command == FLUSH:
-            self._cache.flush()
-        else:
-            return False
-        connection.sendall(REPLY.pack(REPLY_MAGIC, 0, handle) + data)
-        return True
+    def history(self, log_size):
+        """The machine's writes and flushes up to the moment when the log had this size. The machine must be off."""
+        log = self._log.read_bytes()
+        writes = [event for event in parse_log(log, len(log)) if event is not FLUSH]
+        if apply(self._content, writes) != self._image.read_bytes():
+            raise AssertionError("the log lacks some of the writes to the disk")
+        return parse_log(log, log_size)

@@ -1,4 +1,4 @@
-"""A machine under QEMU that runs a real kernel and carries out command lines."""
+"""A virtual machine under QEMU that boots a real kernel and runs command lines."""
 
 import base64
 import pathlib
@@ -10,7 +10,7 @@ import tempfile
 import threading
 from dataclasses import dataclass
 
-SKIPPED = 77  # what ctest takes for "not run"
+SKIPPED = 77  # the exit status that ctest counts as skipped
 
 
 class GuestEnded(Exception):
@@ -19,7 +19,7 @@ class GuestEnded(Exception):
 
 @dataclass(frozen=True)
 class Outcome:
-    """How a command ended."""
+    """A command's exit status and outputs."""
 
     status: int
     output: str
@@ -28,14 +28,14 @@ class Outcome:
 
 @dataclass(frozen=True)
 class Image:
-    """What a guest boots: a kernel, and the file system that make-initramfs made for it."""
+    """A kernel and the file system that make-initramfs made for it."""
 
     kernel: pathlib.Path
     initramfs: pathlib.Path
 
 
 def skip_unless_possible(image):
-    """Ends the test as skipped, with the reason, on a machine that cannot run a guest."""
+    """Ends the test as skipped, with the reason, if this machine cannot run a guest."""
     if shutil.which("qemu-system-x86_64") is None:
         skip("qemu-system-x86_64 is not installed")
     for part in (image.kernel, image.initramfs):
@@ -45,26 +45,26 @@ def skip_unless_possible(image):
 
 def skip(reason):
     """Ends the test as skipped."""
-    print(f"SKIPPED: {reason}")
+    print(f"skipped: {reason}")
     sys.exit(SKIPPED)
 
 
 def differences(*expectations):
-    """Of (what, actual, expected), those that are not as expected, in words."""
+    """Describes each (name, actual, expected) whose values differ."""
     return [f"{what}: {actual!r}, expected {expected!r}" for what, actual, expected in expectations
             if actual != expected]
 
 
 class Guest:
-    """One boot, from power-on to `kill` or the end of the block. It dies with this process, and at its deadline."""
+    """One boot, from power-on to `kill` or the end of the block. It ends with this process, or at its deadline."""
 
     _BOARD = ["-accel", "tcg", "-M", "pc", "-cpu", "max", "-m", "512", "-nodefaults", "-no-user-config",
               "-display", "none", "-no-reboot"]
-    # A busy machine emulates a timer that the kernel takes for broken.
+    # no_timer_check: on a busy host the kernel would take the emulated timer for a broken one.
     _KERNEL = "console=ttyS0 quiet panic=-1 no_timer_check"
 
     def __init__(self, image, devices=(), deadline=600):
-        """Powers on, with further QEMU arguments for devices; the guest is stopped after `deadline` seconds."""
+        """Powers on, with these QEMU arguments for devices; kills the guest after `deadline` seconds."""
         self._folder = tempfile.TemporaryDirectory(prefix="guest-")
         self._console = pathlib.Path(self._folder.name) / "console"
         self._wire, far_end = socket.socketpair()
@@ -85,7 +85,7 @@ class Guest:
 
     def __enter__(self):
         try:
-            self._line()  # its greeting
+            self._line()  # "ready", from init
         except GuestEnded:
             self.kill()
             raise
@@ -95,7 +95,7 @@ class Guest:
         self.kill()
 
     def run(self, command):
-        """Runs a shell command line to its end."""
+        """Runs a shell command line and returns its outcome."""
         self.begin(command)
         return self.finish()
 
@@ -107,11 +107,11 @@ class Guest:
         return outcome
 
     def write(self, path, text):
-        """Makes a small file."""
+        """Writes a small file."""
         self.expect(f"echo {base64.b64encode(text.encode()).decode()} | base64 -d >{path}")
 
     def begin(self, command):
-        """Starts a shell command line and does not wait for it."""
+        """Starts a shell command line without waiting for it."""
         self._wire.sendall(command.encode() + b"\n")
 
     def finish(self):
@@ -119,14 +119,10 @@ class Guest:
         status, output_length, errors_length = map(int, self._line().split())
         return Outcome(status, self._bytes(output_length).decode(), self._bytes(errors_length).decode())
 
-    def cut_power(self):
-        """Stops the machine where it is: nothing in the guest gets to finish."""
-        self._qemu.kill()
-
     def kill(self):
-        """Stops the machine and clears up after it."""
+        """Powers off at once: the guest cannot finish anything, but QEMU completes the files of its disk."""
         self._deadline.cancel()
-        self.cut_power()
+        self._qemu.terminate()
         self._qemu.wait()
         self._answers.close()
         self._wire.close()
@@ -146,7 +142,7 @@ class Guest:
 
     def _stop_late(self):
         self._is_late = True
-        self.cut_power()
+        self._qemu.kill()
 
     def _ended(self):
         console = self._console.read_text(errors="replace") if self._console.exists() else ""

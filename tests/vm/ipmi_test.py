@@ -1,4 +1,4 @@
-"""The whole program asks for permission through the kernel's own IPMI driver; the test is the management controller.
+"""The program asks for permission through the kernel's IPMI driver; the test plays the management controller.
 
     ipmi_test.py KERNEL INITRAMFS PACKAGE.XML
 """
@@ -35,28 +35,28 @@ LOG = "/var/lib/vtek/log/vtek.log"
 
 
 def settings(mode, flag):
-    """An answer as the chassis gives it: the mode at byte 10, the flag at byte 11."""
+    """The settings in an answer: the mode at byte 10, the flag at byte 11."""
     return bytes(10) + bytes([mode, flag])
 
 
 def received(data):
-    """What the program logs of an answer's first twelve bytes."""
+    """The line that the program logs for the first twelve bytes of an answer."""
     return " isQRXResetAllowed()::IPMIRequest[" + "".join(f" 0x{byte:02x}" for byte in data) + "]"
 
 
 @dataclass(frozen=True)
 class Scenario:
-    """What the controller does, and what must come of it."""
+    """What the controller does, and the expected result."""
 
     name: str
-    answer: object  # an Answer, SILENCE, HANG_UP, or None for a controller that is not there
+    answer: object  # an Answer, SILENCE, HANG_UP, or None for a disconnected controller
     report: str
     logged: tuple
     device: str = "/dev/ipmi0"
 
     @property
     def wire(self):
-        """The requests that must reach the controller."""
+        """The requests that the controller must receive."""
         is_reachable = self.answer is not None and self.device == "/dev/ipmi0"
         return [(NETWORK_FUNCTION, COMMAND, DATA)] if is_reachable else []
 
@@ -76,7 +76,7 @@ SCENARIOS = [
     Scenario("long: one byte more", Answer(0, settings(2, 1) + b"\7"), ALLOWED, (SUCCEEDED, received(settings(2, 1)))),
     Scenario("long: 253 bytes", Answer(0, settings(2, 1) + bytes(241)), ALLOWED,
              (SUCCEEDED, received(settings(2, 1)))),
-    Scenario("bytes that the wire escapes", Answer(0, bytes([0xA0, 0xA1, 0xAA]) + settings(2, 1)[3:]), ALLOWED,
+    Scenario("bytes that the protocol escapes", Answer(0, bytes([0xA0, 0xA1, 0xAA]) + settings(2, 1)[3:]), ALLOWED,
              (SUCCEEDED, received(bytes([0xA0, 0xA1, 0xAA]) + settings(2, 1)[3:]))),
     Scenario("silent", SILENCE, ALLOWED, (FAILED,)),
     Scenario("no such device", ENABLED, ALLOWED, (FAILED,), device="/dev/ipmi1"),
@@ -88,14 +88,14 @@ SCENARIOS = [
 
 
 def prepare(guest, package):
-    """Makes a chassis whose controller knows the package's component."""
+    """Makes a chassis whose inventory lists the package's component."""
     guest.write("/tmp/package.xml", package)
     guest.write("/tmp/inventory.xml", INVENTORY)
     guest.expect("mkdir -p /var/lib && vtekctl init && vtekctl inventory import /tmp/inventory.xml")
 
 
-def complaints(scenario, guest, controller):
-    """Runs one scenario; everything that is not as it must be."""
+def faults_of(scenario, guest, controller):
+    """Runs one scenario; returns everything that differs from the expectation."""
     if scenario.answer is None:
         controller.close()
     else:
@@ -114,12 +114,12 @@ def complaints(scenario, guest, controller):
 
 
 def run_all(guest, controller):
-    """Runs every scenario and prints its verdict; returns how many failed."""
+    """Runs every scenario and prints its result; returns the number of failures."""
     failures = 0
     for device, scenarios in itertools.groupby(SCENARIOS, lambda scenario: scenario.device):
         guest.expect(f"vtekctl set ipmi-transport {device}")
         for scenario in scenarios:
-            found = complaints(scenario, guest, controller)
+            found = faults_of(scenario, guest, controller)
             print("FAILED" if found else "passed", "\n       ".join([scenario.name, *found]), flush=True)
             failures += bool(found)
     print(f"{len(SCENARIOS)} scenarios, {failures} failed")

@@ -1,4 +1,4 @@
-"""Update packages for the guest, in several versions, signed by one lab signer."""
+"""Update packages for the guest, in several versions, all signed with one key."""
 
 import hashlib
 import io
@@ -20,20 +20,20 @@ def digest(data):
 
 @dataclass(frozen=True)
 class Firmware:
-    """How large firmware is, and the format that it is packed in."""
+    """The sizes of the files in a firmware, and the archive format that packs it."""
 
     sizes: dict  # in bytes, by path
     archive: str  # as vtekctl names it
 
     def files(self, version):
-        """The files of one version: path and bytes; equal for equal versions."""
+        """The files of one version: bytes by path, always the same for a version."""
         chance = random.Random(version)
         return {**{path: chance.randbytes(size) for path, size in self.sizes.items()},
                 "release.txt": f"firmware {version}\n".encode()}
 
 
 SMALL = Firmware({"controller.bin": 400_000, "boot/loader.bin": 60_000}, "tar")
-# Large enough for an update to unpack the two in threads of their own.
+# Large enough for an update to unpack each file in its own thread.
 LARGE = Firmware({"controller.bin": 2_500_000, "boot/loader.bin": 2_000_000}, "zip")
 
 
@@ -52,7 +52,7 @@ def description(version):
 
 
 def manifest(payload, archive_format):
-    """The manifest in a payload: an archive, its signature, and the signature's length in 8 bytes."""
+    """The manifest in a payload, which is an archive, its signature, and the signature's length in 8 bytes."""
     signature_length = int.from_bytes(payload[-8:], "big")
     archive = io.BytesIO(payload[:-8 - signature_length])
     if archive_format == "zip":
@@ -62,10 +62,10 @@ def manifest(payload, archive_format):
 
 
 class Lab:
-    """Makes everything that an update needs, in a folder of this machine."""
+    """Makes everything that an update needs, in a folder of the host."""
 
     def __init__(self, vtekctl, folder, firmware=SMALL):
-        """Makes a signer with this vtekctl."""
+        """Makes the signer's key and certificates with this vtekctl."""
         self._firmware = firmware
         self._vtekctl = str(pathlib.Path(vtekctl).resolve())
         self._keys = pathlib.Path(folder) / "keys"
@@ -75,7 +75,7 @@ class Lab:
         (self._folder / "authority.pem").write_bytes((self._keys / "authority.pem").read_bytes())
 
     def make_package(self, version):
-        """Makes the folder of one package; returns the digests of the files that it must leave in the repository."""
+        """Makes the folder of one package; returns the digests of the files that it must install in the repository."""
         files = self._firmware.files(version)
         content = self._keys.parent / "content" / version
         for path, data in files.items():
@@ -93,7 +93,7 @@ class Lab:
         return {path: digest(data) for path, data in files.items()}
 
     def make_disk(self):
-        """An ext4 file system that holds the packages and the signer's authority."""
+        """An ext4 file system with the packages and the signer's authority."""
         image = self._keys.parent / "image"
         self._run("truncate", "--size", DISK_SIZE, image)
         self._run("mke2fs", "-q", "-t", "ext4", "-d", self._folder, image)

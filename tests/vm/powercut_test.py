@@ -1,10 +1,10 @@
-"""Power cuts during an update: what is left is the old firmware or the new one, never something between.
+"""Power cuts during an update leave the old firmware or the new one, never a mixture.
 
     powercut_test.py [--large] [--points N | --without-sync all|files] KERNEL INITRAMFS VTEKCTL
 
 The power fails at N disk writes spread over an update, and once right after the program has reported success. With
---without-sync the program's syncs do nothing, all of them or those of its files, and the test passes when that is
-noticed. With --large the firmware is unpacked by two threads.
+--without-sync the program's syncs do nothing, all of them or those of its files, and the test passes if it notices the
+loss. With --large two threads unpack the firmware.
 """
 
 import argparse
@@ -14,11 +14,11 @@ import tempfile
 from dataclasses import dataclass
 
 from chassis import Chassis
-from disk import Disk
-from guest import Guest, GuestEnded, Image, skip_unless_possible
+from disk import FLUSH, Disk, after_power_cut
+from guest import Guest, Image, skip_unless_possible
 from lab import LARGE, SMALL, Lab
 
-# By what --without-sync takes away: the libraries to preload.
+# The libraries to preload, by the argument of --without-sync.
 WITHOUT_SYNC = {"all": "libno_file_sync.so:libno_database_sync.so", "files": "libno_file_sync.so"}
 EARLIER, OLD, NEW = "1.10.0", "1.20.0", "1.40.200"
 NOT_UPDATED = [EARLIER, OLD]
@@ -26,79 +26,61 @@ UPDATED = [EARLIER, OLD, NEW]
 
 
 def demand(faults):
-    """Ends the test where something does not work that has nothing to do with a power cut."""
+    """Ends the test if something fails that has nothing to do with a power cut."""
     if faults:
         raise AssertionError("; ".join(faults))
 
 
 @dataclass(frozen=True)
 class Verdict:
-    """What a power cut left."""
+    """The result of a power cut."""
 
-    is_reported: bool  # success, before the cut
-    version: str  # in force afterwards
-    faults: list  # what does not fit
+    is_reported: bool  # whether success was reported before the cut
+    version: str  # the one in force afterwards
+    faults: list  # everything that contradicts this version
 
-    def tell(self, where):
-        """Prints it."""
+    def show(self, where):
+        """Prints the verdict."""
         story = f"{where}{', success was reported' if self.is_reported else ''}: version {self.version}"
         print("INCONSISTENT" if self.faults else "consistent", "\n    ".join([story, *self.faults]), flush=True)
 
 
 class Bench:
-    """Boots guests from one disk and takes their power away."""
+    """Records an update in a guest, and boots what power cuts during it would have left of the disk."""
 
     def __init__(self, image, vtekctl, folder, firmware):
-        """Makes a disk with two updates behind it and packages for a third."""
+        """Makes a disk with two updates on it and packages for a third."""
         self._image = image
         self._folder = folder
         lab = Lab(vtekctl, folder, firmware)
         self._packages = {version: lab.make_package(version) for version in UPDATED}
-        with Disk(folder, lab.make_disk()) as disk:
-            with self._boot(disk) as guest:
-                chassis = Chassis(guest)
-                chassis.make()
-                for version in NOT_UPDATED:
-                    demand(chassis.update(version))
-                demand(chassis.state(OLD).faults(NOT_UPDATED, self._packages))
-                guest.expect("sync")
-            self._before = disk.remains(seed=0)
+        self._before = lab.make_disk()
+        disk = Disk(folder, self._before)
+        with self._boot(disk) as guest:
+            chassis = Chassis(guest)
+            chassis.make()
+            for version in NOT_UPDATED:
+                demand(chassis.update(version))
+            demand(chassis.state(OLD).faults(NOT_UPDATED, self._packages))
+            guest.expect("sync")
+            synced = disk.log_size()
+        self._before = after_power_cut(self._before, disk.history(synced), seed=0)
 
-    def cut_after_report(self, environment=""):
-        """Lets the update finish and cuts the power then. Returns the verdict, and the writes that the update took."""
-        with Disk(self._folder, self._before) as disk:
-            with self._boot(disk) as guest:
-                chassis = Chassis(guest)
-                writes_before = disk.writes
-                demand(chassis.update(NEW, environment))
-                writes = disk.writes - writes_before
-            remains = disk.remains(seed=0)
-        return self._judge(remains, is_reported=True), writes
+    def record_update(self, environment=""):
+        """Installs the third version. Returns the disk's history up to the report and the indices of its new writes."""
+        disk = Disk(self._folder, self._before)
+        with self._boot(disk) as guest:
+            chassis = Chassis(guest)
+            begin = disk.log_size()
+            demand(chassis.update(NEW, environment))
+            end = disk.log_size()
+        first, history = len(disk.history(begin)), disk.history(end)
+        return history, [index for index in range(first, len(history)) if history[index] is not FLUSH]
 
-    def cut_at_write(self, write, seed):
-        """Cuts the power at a write of the update."""
-        with Disk(self._folder, self._before) as disk:
-            with self._boot(disk) as guest:
-                chassis = Chassis(guest)
-                disk.at_write(write, guest.cut_power)
-                is_reported = self._is_update_reported(chassis, disk)
-            remains = disk.remains(seed)
-        return self._judge(remains, is_reported)
-
-    @staticmethod
-    def _is_update_reported(chassis, disk):
-        chassis.begin_update(NEW)
-        try:
-            demand(chassis.finish_update(NEW))
-        except GuestEnded:
-            if not disk.is_cut:
-                raise
-            return False
-        return True
-
-    def _judge(self, content, is_reported):
-        """Boots what is left, and updates it again."""
-        with Disk(self._folder, content) as disk, self._boot(disk) as guest:
+    def judge(self, history, seed, is_reported):
+        """Boots what a power cut after this history leaves, and installs the third version (again)."""
+        disk = Disk(self._folder, after_power_cut(self._before, history, seed))
+        with self._boot(disk) as guest:
             chassis = Chassis(guest)
             state = chassis.state(NEW)
             is_updated = is_reported or len(state.history) == len(UPDATED)
@@ -117,29 +99,31 @@ class Bench:
         return Guest(self._image, disk.qemu_arguments())
 
 
-def spread(points, writes):
-    """That many of the writes, evenly over all of them; more points than writes repeat some."""
-    return [1 + (2 * point + 1) * writes // (2 * points) for point in range(points)]
+def spread(points, count):
+    """`points` numbers below `count`, evenly spread; some repeat if there are more points than numbers."""
+    return [(2 * point + 1) * count // (2 * points) for point in range(points)]
 
 
 def check_cuts(bench, points):
-    """The power cuts of a program that syncs: none may leave a fault."""
-    verdict, writes = bench.cut_after_report()
-    verdict.tell(f"after {writes} writes")
+    """Cuts the power of a program that syncs: no cut may leave a fault."""
+    history, writes = bench.record_update()
+    verdict = bench.judge(history, seed=0, is_reported=True)
+    verdict.show(f"after {len(writes)} writes")
     failures = bool(verdict.faults)
-    for seed, write in enumerate(spread(points, writes)):
-        verdict = bench.cut_at_write(write, seed)
-        verdict.tell(f"at write {write}")
+    for seed, write in enumerate(spread(points, len(writes))):
+        verdict = bench.judge(history[:writes[write] + 1], seed, is_reported=False)
+        verdict.show(f"at write {write + 1}")
         failures += bool(verdict.faults)
     print(f"{points + 1} points tried, {failures} inconsistent")
     return failures == 0
 
 
 def check_without_sync(bench, taken_away):
-    """A power cut of a program whose syncs do nothing: it must leave a fault."""
-    verdict, _ = bench.cut_after_report(f"LD_LIBRARY_PATH=/bin LD_PRELOAD={WITHOUT_SYNC[taken_away]}")
-    verdict.tell(f"without sync: {taken_away}")
-    print(f"1 point tried, {'noticed, as it must be' if verdict.faults else 'NOT NOTICED'}")
+    """Cuts the power of a program whose syncs do nothing: the cut must leave a fault."""
+    history, _ = bench.record_update(f"LD_LIBRARY_PATH=/bin LD_PRELOAD={WITHOUT_SYNC[taken_away]}")
+    verdict = bench.judge(history, seed=0, is_reported=True)
+    verdict.show(f"without sync: {taken_away}")
+    print(f"1 point tried, {'noticed, as expected' if verdict.faults else 'NOT NOTICED'}")
     return bool(verdict.faults)
 
 
@@ -147,7 +131,7 @@ def main():
     parser = argparse.ArgumentParser(description="Power cuts during an update.")
     parser.add_argument("--points", type=int, default=3, help="power cuts during the update")
     parser.add_argument("--large", action="store_true", help="firmware that two threads unpack")
-    parser.add_argument("--without-sync", choices=WITHOUT_SYNC, help="expect that a program without syncs is caught")
+    parser.add_argument("--without-sync", choices=WITHOUT_SYNC, help="disable syncs, and expect a fault")
     parser.add_argument("kernel", type=pathlib.Path)
     parser.add_argument("initramfs", type=pathlib.Path)
     parser.add_argument("vtekctl", type=pathlib.Path)
