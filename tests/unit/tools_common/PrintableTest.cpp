@@ -29,6 +29,25 @@ TEST(Printable, EscapesWhatTurnsTheReadingDirectionOrCannotBeSeen) {
     EXPECT_EQ(toPrintable("\U000e0041"), "\\ue0041");
 }
 
+TEST(Printable, EscapesNoMoreThanTheRangesThatSteer) {
+    for (const std::string text : {" ", "~", "\u00a0", "\u200a", "\u2010", "\u2027", "\u202f", "\u205f",
+                                   "\u2070", "\U000dffff", "\U000e0080"}) {
+        EXPECT_EQ(toPrintable(text), text);
+    }
+    EXPECT_EQ(toPrintable("\x1f"), "\\x1f");
+    EXPECT_EQ(toPrintable("\u200f\u2060\u206f"), "\\u200f\\u2060\\u206f");
+    EXPECT_EQ(toPrintable("\U000e0000\U000e007f"), "\\ue0000\\ue007f");
+}
+
+TEST(Printable, KeepsTheFirstAndTheLastCharacterOfEachLength) {
+    for (const std::string text :
+         {"\u07ff", "\u0800", "\ud7ff", "\ue000", "\uffff", "\U00010000", "\U0010ffff"}) {
+        EXPECT_EQ(toPrintable(text), text);
+    }
+    EXPECT_EQ(toPrintable("\xe0\x9f\xbf"), "\\xe0\\x9f\\xbf");           // overlong
+    EXPECT_EQ(toPrintable("\xf0\x8f\xbf\xbf"), "\\xf0\\x8f\\xbf\\xbf");  // overlong
+}
+
 TEST(Printable, EscapesBytesThatAreNotUtf8) {
     EXPECT_EQ(toPrintable("\xff\xfe"), "\\xff\\xfe");
     EXPECT_EQ(toPrintable("caf\xe9"), "caf\\xe9");
