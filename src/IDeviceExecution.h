@@ -4,12 +4,11 @@
 
 #include <vector>
 
-/** An update: gives devices new firmware and records each outcome. */
+/** An update of the firmware of devices, with a record of each outcome. */
 class IDeviceExecution {
 public:
     virtual ~IDeviceExecution() = default;
 
-    /** The records of the devices that were to be updated, failed ones among them; the records pass to the
-     *  caller. */
+    /** Updates the devices. Returns a record of each one, including failures; the caller owns the records. */
     virtual std::vector<CDeviceInfo*> Update() = 0;
 };

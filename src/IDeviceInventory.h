@@ -4,11 +4,11 @@
 
 #include <vector>
 
-/** An inventory: finds devices and describes each in a record. */
+/** An inventory of devices, with a record of each one. */
 class IDeviceInventory {
 public:
     virtual ~IDeviceInventory() = default;
 
-    /** The records of the devices found, failed ones among them; the records pass to the caller. */
+    /** Finds the devices. Returns a record of each one, including failures; the caller owns the records. */
     virtual std::vector<CDeviceInfo*> GetInventory() = 0;
 };

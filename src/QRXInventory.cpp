@@ -79,7 +79,7 @@ bool CQRXInventory::isWyndAvailable(ewyndSupport kind) {
 bool CQRXInventory::getTVKInvXML(std::stringstream& out) {
     if (m_secureWynd) {
         if (!m_secureWynd->isSuccess) {
-            return true;
+            return true;  // not an error here; the look-up then finds nothing
         }
         debugLog("CQRXInventory::getTVKInvXML():: Wynd TOLV Install success");
     }
@@ -106,7 +106,7 @@ bool CQRXInventory::isTVKRecordPresent(std::string componentId, CDeviceInfo* dev
             "CQRXInventory::isTVKRecordPresent() :: getTVKInvXML() function returns failed due to TVK record "
             "not "
             "found");
-        // Overwritten by the outcome of the look-up, which goes on with whatever the stream holds.
+        // The look-up goes on with the current content of the stream, and its outcome replaces this one.
         setMsgStatus(device, "Get TVK Inventory Failed", 1);
     }
     GetQRXVersion(componentId.c_str(), m_tvkInventoryStream.str().c_str(), device);

@@ -18,6 +18,7 @@ constexpr const char* kSharedComponentsRefused =
     "QRX "
     "to \"Monitor and Manage\" and \"Enable Shared Components Update through OS/PFW\" on Vexa to true.";
 
+/** The permission check logs to the library's log, not to the program's. */
 void libraryLog(const std::string& message, unsigned int line = __builtin_LINE()) {
     logWyndMsg(kSourceFile, line, message);
 }
@@ -33,8 +34,8 @@ std::string answerDump(const _EsmIPMICmdIoctlReq& answer) {
     return dump;
 }
 
-/** The text without its first count characters: the log lines of the completion value are advanced by that
- *  value, which itself is never printed. */
+/** The text without its first count characters. The log line about the completion value is shortened in this
+ *  way; the value itself is never printed. */
 std::string advancedBy(std::string_view text, unsigned char count) {
     text.remove_prefix(std::min<std::size_t>(count, text.size()));
     return std::string(text);

@@ -1,10 +1,10 @@
 #include "QRXInventory.h"
 #include "XmlPruning.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
 namespace {
 
-/** Processing instructions and entity references have names, too, but are no elements. */
+/** Tests the type as well, because processing instructions and entity references also have names. */
 bool isElement(const xmlNode* node, const char* name) {
     return node->type == XML_ELEMENT_NODE && xmlStrcmp(node->name, asXmlChars(name)) == 0;
 }

@@ -10,11 +10,11 @@ namespace {
 
 constexpr CLogSource debugLog("../src/QRXMain");
 
-/** Marks the build inside the executable file; nothing reads it. */
+/** The version banner. No code reads it; `strings` finds it in the executable. */
 [[gnu::used]] constexpr char rvk_version[] = "RVK_VERSION = 14.11.00 (BLD_001)";
 
-/** Opens the standard descriptors that the caller left closed on /dev/null, so that no file of ours becomes
- * one of them and a report ends up inside the debug log. */
+/** Opens each standard descriptor that is closed on /dev/null. Otherwise the debug log could become standard
+ *  output and receive the report. */
 void occupyStandardDescriptors() {
     int descriptor = 0;
     do {
@@ -29,7 +29,7 @@ void occupyStandardDescriptors() {
 
 int main(int argc, char** argv) {
     occupyStandardDescriptors();
-    // A reader of the report that goes away must not end an update half way.
+    // A reader of the report that goes away must not kill an update half-way.
     std::signal(SIGPIPE, SIG_IGN);
 
     debugLog("QRXManager:UpdateInventory() Started");

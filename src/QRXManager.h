@@ -7,33 +7,32 @@
 #include <memory>
 #include <vector>
 
-/** One run of the program: reads the arguments, runs the operations they ask for and has each one reported.
- */
+/** One run of the program: parses the arguments, runs the requested operations and reports each one. */
 class CQRXManager {
 public:
     CQRXManager();
-    /** Deletes the records of the last operation, closes the report. */
+    /** Deletes the records of the last operation and closes the report. */
     ~CQRXManager();
     CQRXManager(const CQRXManager&) = delete;
     CQRXManager& operator=(const CQRXManager&) = delete;
 
     /**
-     * The whole run.
+     * Runs the program.
      *
-     * @return 1 when every operation asked for produced a device list, also one of failures; 0 after a usage
-     *         error or an empty list
+     * @return 1 if every requested operation returned devices, even failed ones; 0 after a usage error or an
+     *         empty list
      */
     int UpdateInventory(int argc, char** argv);
 
-    /** Runs the inventory and writes its report. False when there is nothing to report. */
+    /** Runs the inventory and writes its report. False if there is nothing to report. */
     bool inventory();
 
-    /** Runs the update and writes its report. False when there is nothing to report. */
+    /** Runs the update and writes its report. False if there is nothing to report. */
     bool doUpdate();
 
 private:
     std::unique_ptr<CCommandLineParser> m_pCmdLineParser;
     std::unique_ptr<CXMLWriter> m_pXMLWriter;
-    /** Records of the last operation, owned. Those of an operation before it live until the process exits. */
+    /** The records of the last operation, owned. Those of an earlier operation are not freed before exit. */
     std::vector<CDeviceInfo*> m_vecDevices;
 };

@@ -10,7 +10,7 @@ namespace {
 
 constexpr CLogSource debugLog("../src/QRXUpdate");
 
-/** Where a payload goes inside the repository; empty for a path without a separator. */
+/** The payload's place in the repository; empty for a path without a separator. */
 std::string destinationOf(const std::string& payloadPath, std::size_t separator) {
     if (separator == std::string::npos) {
         return {};
@@ -74,7 +74,7 @@ void CQRXExecution::setMsgStatus(CDeviceInfo* device, std::string message, int c
     device->setMessageID(code);
 }
 
-/** Any kind but 0 counts as a repository here. */
+/** Unlike the inventory, this takes any kind but 0 for a repository. */
 bool CQRXExecution::openSession(CDeviceInfo* device) {
     if (!m_secureWynd || m_secureWynd->IsWyndPresent() == NO_WYND) {
         debugLog("SignedUpdate :: wynd is not present");
@@ -83,7 +83,7 @@ bool CQRXExecution::openSession(CDeviceInfo* device) {
     }
     m_secureWynd->secureWyndInit();
     if (!m_secureWynd->isSuccess) {
-        m_secureWynd->getVTEKError();
+        m_secureWynd->getVTEKError();  // called once; its result is not used
         debugLog("SignedUpdate :: WYND Session Failed\n");
         setMsgStatus(device, "WYND Session Failed", 1);
         return false;
@@ -126,7 +126,7 @@ bool CQRXExecution::updateFirmware(CDeviceInfo* device) {
 
 bool CQRXExecution::addPayload(CDeviceInfo* device) {
     const std::size_t separator = m_strPayloadPath.rfind(strFileSeparator);
-    // What the log calls a size is the separator's position.
+    // The "size" in this text is really the position of the separator.
     debugLog([separator] {
         return "SignedUpdate :: Payload size is SignedUpdate : Payload Size : " + std::to_string(separator);
     });

@@ -12,24 +12,24 @@
 /** Updates the chassis controller: hands the signed payload to the secure repository. */
 class CQRXExecution : public IDeviceExecution {
 public:
-    /** Prepares the repository, reads package.xml and makes the controller's record. Where the repository
-     *  cannot be made for want of memory, it counts as absent from then on. */
+    /** Prepares the repository, reads package.xml and creates the controller's record. Without memory for the
+     *  repository object, the repository counts as absent. */
     CQRXExecution();
     ~CQRXExecution() override;
     CQRXExecution(const CQRXExecution&) = delete;
     CQRXExecution& operator=(const CQRXExecution&) = delete;
 
-    /** The controller's record, in a list, with the outcome in it, whatever it was. */
+    /** A list with the controller's record, which holds the outcome. */
     std::vector<CDeviceInfo*> Update() override;
 
-    /** Gives the record the controller's name and the package's component type. */
+    /** Fills in the controller's name and the package's component type. */
     void getBasicDeviceInfo(CDeviceInfo* device);
 
-    /** Puts an outcome on the record; code (0 success, 1 failure) is its status and its message id. */
+    /** Sets the outcome. code (0 success, 1 failure) becomes both the status and the message id. */
     void setMsgStatus(CDeviceInfo* device, std::string message, int code);
 
-    /** Verifies, copies and unpacks the payload, up to the first step that fails; the outcome goes into the
-     *  record. The session must be open. */
+    /** Verifies, copies and unpacks the payload, stops at the first step that fails, and puts the outcome on
+     *  the record. The session must be open. */
     bool updateFirmware(CDeviceInfo* device);
 
 private:
@@ -41,6 +41,6 @@ private:
     CSoftwareComponentInfo* m_pComponentInfo;
     std::string m_strPayloadPath;
     std::vector<CDeviceInfo*> m_vecDevices;
-    /** Passes to the caller inside the list. */
+    /** The caller owns it once it is in the list. */
     CDeviceInfo* m_pDevice;
 };

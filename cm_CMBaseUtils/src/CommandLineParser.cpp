@@ -5,6 +5,7 @@
 
 namespace {
 
+// Fixed to the byte. "-debug" stands for "-d".
 constexpr std::string_view kUsage =
     "\n"
     "Usage: -h\n"
@@ -27,7 +28,7 @@ CCommandLineParser::CCommandLineParser()
       m_bInventory(false),
       m_bUpdate(false),
       m_bVerify(false),
-      m_nArgIndex(1) {}
+      m_nArgIndex(1) {}  // after the program's name
 
 CCommandLineParser::~CCommandLineParser() = default;
 
@@ -83,6 +84,7 @@ CCommandLineParser::eOutcome CCommandLineParser::readOutputFileName(int argc, ch
 }
 
 void CCommandLineParser::readDebugFileName(int argc, char** argv) {
+    // The name is optional: an argument that starts with '-' is the next option.
     if (m_nArgIndex + 1 < argc && argv[m_nArgIndex + 1][0] != '-') {
         m_strDebugFileName = argv[++m_nArgIndex];
     }

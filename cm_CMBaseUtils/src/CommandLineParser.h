@@ -2,21 +2,21 @@
 
 #include <string>
 
-/** Turns the arguments of the process into the flags and file names of one run. */
+/** Parses the command line into the flags and file names of one run. */
 class CCommandLineParser {
 public:
     CCommandLineParser();
     virtual ~CCommandLineParser();
 
     /**
-     * Reads the arguments. Options are compared whole and case-sensitively, in any order, and may repeat.
-     * "-h" prints the usage text and ends the reading at once. A further call resumes after the last argument
-     * read.
+     * Parses the arguments. Options are matched whole and case-sensitively, come in any order, and may
+     * repeat. "-h" prints the usage text and stops parsing. A further call resumes after the last argument
+     * that was read.
      *
-     * @param argc  number of arguments, the program's name included
+     * @param argc  number of arguments, including the program's name
      * @param argv  the arguments; null counts as none
-     * @return 1 when they were read; 0 when there are none, one is unknown, or "-o" lacks its value: the
-     * usage text has then been printed
+     * @return 1 if they were parsed; 0, with the usage text printed, if there are none, one is unknown, or
+     *         "-o" lacks its value
      */
     int parseCLI(int argc, char** argv);
 

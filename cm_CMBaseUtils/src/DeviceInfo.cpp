@@ -25,6 +25,7 @@ std::string toHex(unsigned short number) {
     return text;
 }
 
+/** The number as one character of a log line, not as digits. */
 std::string_view asRawByte(const unsigned char& number) {
     return {reinterpret_cast<const char*>(&number), 1};
 }
@@ -46,12 +47,13 @@ auto CDeviceInfo::identity() const {
                     m_PCIInfo.subDeviceID, m_PCIInfo.vendorID, m_PCIInfo.subVendorID);
 }
 
-// cppcheck-suppress passedByValue ; the signature that callers know
+// cppcheck-suppress passedByValue ; the signature is fixed
 bool CDeviceInfo::operator==(CDeviceInfo other) const {
     return identity() == other.identity();
 }
 
 std::size_t CDeviceInfo::hash() const {
+    // The usual polynomial over the fields, so that their order counts.
     std::size_t value = 0;
     const auto mixIn = [&value](const auto& field) {
         value = value * 31 + std::hash<std::decay_t<decltype(field)>>{}(field);
@@ -79,6 +81,7 @@ void CDeviceInfo::setBDFInfo(_BDFInfo value) {
 
 void CDeviceInfo::setBDFInfo(unsigned char bus, unsigned char device, unsigned char function) {
     m_BDFInfo = {bus, device, function};
+    // The fixed texts of these lines name another class.
     debugLog({"CNVMeAdapter::setBDFInfo() Bus Number is  ", asRawByte(m_BDFInfo.bus)});
     debugLog({"CNVMeAdapter::setBDFInfo() Device Number is  ", asRawByte(m_BDFInfo.device)});
     debugLog({"CNVMeAdapter::setBDFInfo() Function Number is  ", asRawByte(m_BDFInfo.function)});

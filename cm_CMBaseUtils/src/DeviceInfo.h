@@ -23,7 +23,7 @@ struct _BDFInfo {
 /**
  * The record of one device: its identity, versions, status and message.
  *
- * A plain value. Whoever holds the list that a record is in owns the record. A new record counts as failed
+ * A plain value. The holder of a list of records owns the records in it. A new record counts as failed
  * (status -1) until its producer sets another status; 0 is success.
  */
 class CDeviceInfo {
@@ -42,7 +42,7 @@ public:
      */
     bool operator==(CDeviceInfo other) const;
 
-    /** A hash over what operator== compares: equal records have the same. */
+    /** A hash of the fields that operator== compares. */
     std::size_t hash() const;
 
     void setReleaseID(std::string value);
@@ -52,8 +52,8 @@ public:
     void setDeviceName(std::string value);
     void setVersion(std::string value);
     void setPCIInfo(SPCIInfo value);
-    /** Replaces the PCI identity by these four ids, as lower-case hexadecimal without leading zeros; logs
-     * them. */
+    /** Replaces the whole PCI identity by these four ids, written as lower-case hexadecimal without leading
+     *  zeros, and logs them. */
     void setPCIInfo(unsigned short deviceId, unsigned short subDeviceId, unsigned short vendorId,
                     unsigned short subVendorId);
     void setDeviceType(eDeviceType value);
@@ -69,7 +69,7 @@ public:
     void setEnumId(std::string value);
     void setRebootRequired(bool value);
     void setBDFInfo(_BDFInfo value);
-    /** Stores the three numbers and logs each as the raw byte that it is. */
+    /** Stores the three numbers and logs each as one raw byte. */
     void setBDFInfo(unsigned char bus, unsigned char device, unsigned char function);
 
     std::string getReleaseID() const;
@@ -87,8 +87,8 @@ public:
     int getUpdateStatus() const;
     std::string getDisplay() const;
     std::string getDetail() const;
-    /** The download address of the payload: the base URL and the stored path, whose backslashes become '/'
-     * for good. */
+    /** The payload's download address: the base URL, then the stored path. Turns the backslashes of the
+     *  stored path into '/' for good. */
     std::string getFilePath();
     std::string getCurrentVersion() const;
     std::string getEnumId() const;
@@ -96,7 +96,7 @@ public:
     _BDFInfo getBDFInfo() const;
 
 private:
-    /** References to what operator== compares, in its order. */
+    /** References to the fields that operator== compares. */
     auto identity() const;
 
     std::string m_strReleaseID;

@@ -1,9 +1,7 @@
 #include "DeviceInventoryInfo.h"
 
 #include "LogSource.h"
-#include "XPathQuery.h"
-#include "XmlNodes.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
 #include <algorithm>
 #include <utility>
@@ -15,7 +13,7 @@ constexpr CLogSource debugLog("../cm_CMBaseUtils/src/DeviceInventoryInfo");
 constexpr const char* kDevicePath = "//SVMInventory//Device";
 constexpr const char* kStatusPath = "//SVMInventory/Device/Application/SPStatus | //SVMInventory/SPStatus";
 
-/** What GetNodeSet writes about an evaluation. */
+/** Logs the outcome of a query in the words of GetNodeSet. */
 void logEvaluation(eXPathOutcome outcome) {
     debugLog("CDeviceInventoryInfo::GetNodeSet() Start");
     switch (outcome) {
@@ -43,8 +41,7 @@ bool isRemark(const xmlNode* node) {
     return node->type == XML_COMMENT_NODE || node->type == XML_PI_NODE;
 }
 
-/** All the text in the node's first child, be that a text or an element such as Message; empty without one.
- */
+/** The whole text of the node's first child, a text or an element such as Message; empty without one. */
 std::string firstChildContent(const xmlNode* node) {
     const xmlNode* child = node->children;
     while (child != nullptr && isRemark(child)) {
@@ -54,7 +51,7 @@ std::string firstChildContent(const xmlNode* node) {
     return textOrEmpty(content.get());
 }
 
-/** What a document says about the whole inventory. */
+/** The status of a whole inventory. */
 struct SInventoryStatus {
     eXPathOutcome outcome;  // of the search for status elements
     bool failed;
@@ -74,8 +71,8 @@ SInventoryStatus statusOf(xmlDoc* doc) {
     return {result.outcome, true, firstChildContent(*failure)};
 }
 
-/** Answers one question for the status, with the log lines of the question. */
-bool tellStatus(const SInventoryStatus& status, std::string& message) {
+/** Answers GetInventoryStatus from a status that was looked up before, with the same log lines. */
+bool answerStatus(const SInventoryStatus& status, std::string& message) {
     logEvaluation(status.outcome);
     if (status.outcome != eXPathOutcome::FOUND) {
         debugLog("CDeviceInventoryInfo::GetInventoryStatus() pXpathObj is NULL");
@@ -87,10 +84,10 @@ bool tellStatus(const SInventoryStatus& status, std::string& message) {
     return !status.failed;
 }
 
-/** Gives the record the failure that the document reports. False where it reports none. */
+/** Puts the document's failure on the record. False if there is none. */
 bool addFailure(const SInventoryStatus& status, CDeviceInfo& record) {
     std::string message;
-    if (tellStatus(status, message)) {
+    if (answerStatus(status, message)) {
         return false;
     }
     record.setErrorMsg(message);
@@ -147,7 +144,7 @@ std::vector<CDeviceInfo*> CDeviceInventoryInfo::GetDeviceInfo() {
         return records;
     }
     const XPathObjectPtr devices = GetNodeSet(kDevicePath);
-    // Each record asks for the status of the whole document; it is looked up once.
+    // Every record logs its own question for the status; the document is searched only once.
     const SInventoryStatus status = statusOf(m_pXmlDoc.get());
     if (!devices) {
         debugLog("CDeviceInventoryInfo::GetDeviceInfo() pXpathObj is NULL");
@@ -166,7 +163,7 @@ std::vector<CDeviceInfo*> CDeviceInventoryInfo::GetDeviceInfo() {
 }
 
 bool CDeviceInventoryInfo::GetInventoryStatus(std::string& message) {
-    return tellStatus(statusOf(m_pXmlDoc.get()), message);
+    return answerStatus(statusOf(m_pXmlDoc.get()), message);
 }
 
 XPathObjectPtr CDeviceInventoryInfo::GetNodeSet(const char* xpath) {

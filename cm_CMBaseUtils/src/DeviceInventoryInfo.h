@@ -1,17 +1,17 @@
 #pragma once
 
 #include "DeviceInfo.h"
-#include "XmlHandles.h"
+#include "XmlReading.h"
 
 #include <string>
 #include <vector>
 
 /**
- * Reader of an inventory result, an SVMInventory document: turns it back into device records.
+ * Reads an inventory result, an SVMInventory document, back into device records.
  *
  * The reader owns the document that GetDeviceInfo parses; nodes and XPath results must not be used after the
- * next GetDeviceInfo, nor after the reader has gone. Construction switches libxml2's keeping of blank text
- * nodes off for the whole process.
+ * next GetDeviceInfo or after the reader's destruction. Construction makes libxml2 drop blank text nodes in
+ * the whole process.
  */
 class CDeviceInventoryInfo {
 public:
@@ -22,23 +22,23 @@ public:
     CDeviceInventoryInfo& operator=(const CDeviceInventoryInfo&) = delete;
 
     /**
-     * Parses the file and returns one record per device, which is the caller's; none where it cannot be read.
+     * Parses the file and returns one record per device, owned by the caller; none if it cannot be read.
      *
-     * A failure that the document reports is one of the whole inventory: every record then carries its
-     * message and status 1, and a document without devices yields one record with just these. Otherwise the
-     * status stays at its default, so success is what GetInventoryStatus says, never a record.
+     * A failure in the document concerns the whole inventory: every record then carries its message and
+     * status 1, and a document without devices gives one record with just these. Otherwise the status keeps
+     * its default, so ask GetInventoryStatus, not a record, about success.
      */
     std::vector<CDeviceInfo*> GetDeviceInfo();
 
-    /** Whether the document that was parsed last reports no failure. Where it does, message receives the text
-     *  of the first failure, if that has one. */
+    /** True if the last parsed document reports no failure. Otherwise message receives the text of the first
+     *  failure, if it has one. */
     bool GetInventoryStatus(std::string& message);
 
     /** The nodes that the expression selects, at least one, or null. */
     XPathObjectPtr GetNodeSet(const char* xpath);
 
-    /** The attribute's text; null where it is absent or empty, or where node or name is null. Belongs to the
-     *  document. */
+    /** The attribute's text, which belongs to the document; null if it is absent or empty, or if node or name
+     *  is null. */
     const xmlChar* GetAttributeValue(xmlNode* node, const char* name);
 
 private:

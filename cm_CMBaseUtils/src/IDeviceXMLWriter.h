@@ -13,9 +13,9 @@ public:
     /**
      * Builds the document of the records and writes it to a file, emptying an existing one.
      *
-     * @param devices   the records, only read; they stay the caller's
-     * @param fileName  the file; empty writes none
-     * @return false only when opening the file raised an exception. A file that merely cannot be opened is
+     * @param devices   the records; they stay the caller's
+     * @param fileName  the file; empty to write none
+     * @return false only if opening the file raised an exception. A file that cannot be opened otherwise is
      *         not reported
      */
     virtual bool GetXML(const std::vector<CDeviceInfo*>& devices, std::string fileName) = 0;

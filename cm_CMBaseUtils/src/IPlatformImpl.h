@@ -6,17 +6,17 @@
 /**
  * The operating system as the base utilities see it. The order of the operations is part of the interface.
  *
- * Failures are told by the result: a null handle, false, an empty or shortened string. Nothing is thrown for
- * them. An implementation lives until the process exits and is never deleted through this interface.
+ * The result shows a failure: a null handle, false, an empty or shortened string. Nothing is thrown. An
+ * implementation lives until the process exits and is never deleted through this interface.
  */
 class IPlatformImpl {
 public:
     /** Whether the hardware library loads from the package's library folder. */
     virtual bool isTOLVInstalled() = 0;
-    /** Installs the hardware library for the first of nested users. True only when that FAILED and no agent's
+    /** Installs the hardware library for the first of nested users. True only if that FAILED and no agent's
      *  copy is present. */
     virtual bool InstallTolv() = 0;
-    /** Takes one user away; the last one removes what was installed. True when the removal FAILED. */
+    /** Removes one user; the last one uninstalls what was installed. True if that FAILED. */
     virtual bool UninstallTolv() = 0;
     /** Loads a shared library: a bare name through the loader's search, a path only if the file exists. The
      *  caller releases the handle with FreeLibrary. Null on failure. */
@@ -26,7 +26,7 @@ public:
     /** The address of a symbol, or null. */
     virtual void* GetProcAddress(void* handle, const std::string& symbol) = 0;
     /** Runs a shell command and waits for it. The last two arguments are not used. Returns the shell's raw
-     *  status, 0 for success. */
+     *  wait status, 0 for success. */
     virtual int ExecuteCmd(const std::string& command, bool, const long&) = 0;
     /** Starts a shell command in the background and returns at once. */
     virtual int ExecuteCmdNoWait(const std::string& command, bool, const long&) = 0;
@@ -34,8 +34,8 @@ public:
     virtual void Sleep(int seconds) = 0;
     /** The working directory, followed by "/". */
     virtual std::string getCurrentDirectory() = 0;
-    /** The folder of the running executable, ending in "/"; where that is unknown, the working directory
-     *  without it. */
+    /** The folder of the running executable, ending in "/"; if it is unknown, the working directory without
+     *  a final "/". */
     virtual std::string getCurrentProcessDirectory() = 0;
     /** Changes the working directory. Always true. */
     virtual bool setCurrentDirectory(const std::string& dir) = 0;

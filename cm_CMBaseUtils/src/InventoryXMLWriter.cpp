@@ -71,7 +71,7 @@ void CInventoryXMLWriter::print() {
     }
 }
 
-/** Opens the file. False only when that raised an exception: a file that cannot be opened stays closed. */
+/** Opens the file. False only if that raised an exception; a file that cannot be opened just stays closed. */
 bool CInventoryXMLWriter::openFile(const std::string& name) {
     try {
         m_outFile.open(name, std::ios::out | std::ios::trunc);
@@ -94,9 +94,10 @@ void CInventoryXMLWriter::addDevice(const CDeviceInfo& device) {
         debugLog("CInventoryXMLWriter::GetXML() Found one Non PCI Device");
         addNonPciDevice(device);
     }
+    // A success of unknown type has no element.
 }
 
-// The two elements differ in their blanks; the programs that read them compare to the character.
+// The two elements differ in their blanks. The programs that read them compare every character.
 
 void CInventoryXMLWriter::addPciDevice(const CDeviceInfo& device) {
     writePciIdentity(m_xmlStream, device.getPCIInfo());

@@ -12,7 +12,7 @@
  *
  * The document is a single line without a final newline. Values are written as they are, never escaped, and
  * the blanks between attributes are part of the format. A document that could not be written stays in the
- * writer and goes before the next one.
+ * writer and precedes the next one.
  */
 class CInventoryXMLWriter : public IDeviceXMLWriter {
 public:
@@ -27,8 +27,8 @@ public:
     void addInventoryHeader();
     void addInventoryFooter();
 
-    /** Writes the document built so far to the file, where one is open, closes that and starts afresh. Passes
-     *  no exception on. */
+    /** If a file is open, writes the document built so far to it, closes it and starts a new document. Lets
+     *  no exception of the writing out. */
     void print();
 
 private:

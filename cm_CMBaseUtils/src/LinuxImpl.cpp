@@ -16,9 +16,21 @@ namespace {
 
 constexpr CLogSource debugLog("../cm_CMBaseUtils/src/LinuxImpl");
 
+// The hardware library ("TOLV"): where a package installs it, on ESXi and elsewhere, and its two file names.
+constexpr const char* kLibraryDirectory = "/opt/qorn/zbx64/lib/";
+constexpr const char* kEsxiLibraryDirectory = "/scratch/opt/qorn/zbx/lib/";
+constexpr const char* kHelperLibrary = "libqtrmod.so";
+constexpr const char* kHelperLibrary64 = "libqtrmod64.so";
+constexpr const char* kAgentName = "KOBA";
+
+std::string libraryDirectory(CLinuxImpl& platform) {
+    return platform.isESXiSystem() ? kEsxiLibraryDirectory : kLibraryDirectory;
+}
+
+/** The longest path that is read, in bytes; readlink cuts a longer one. */
 constexpr std::size_t kPathBufferSize = 2048;
 
-// One byte more than any call is told of, so that the text always ends.
+// One byte more than the calls are told about: readlink does not terminate its result.
 using PathBuffer = std::array<char, kPathBufferSize + 1>;
 
 struct DirCloser {
@@ -26,7 +38,7 @@ struct DirCloser {
 };
 using DirPtr = std::unique_ptr<DIR, DirCloser>;
 
-/** The working directory, empty where it cannot be told. */
+/** The working directory; empty if it is unknown. */
 std::string workingDirectory() {
     PathBuffer buffer{};
     return getcwd(buffer.data(), kPathBufferSize) != nullptr ? buffer.data() : "";
@@ -44,6 +56,9 @@ bool isSelfOrParent(const char* name) {
 
 }  // namespace
 
+int CLinuxImpl::nTOLVInstallRefCount = 0;
+bool CLinuxImpl::bTOLVAlreadyInstalled = false;
+
 CLinuxImpl::CLinuxImpl() {
     if (CLinuxImpl::IsFileExits("enabledebug.txt")) {
         CLogger::GetInstance()->Initialize("baseutils_DBG.log");
@@ -55,7 +70,7 @@ void* CLinuxImpl::LoadLibrary(const std::string& path) {
     if (isPath && !IsFileExistsAbs(path)) {
         return nullptr;
     }
-    return dlopen(path.c_str(), RTLD_NOW);
+    return dlopen(path.c_str(), RTLD_NOW);  // refuses a library with undefined functions at once
 }
 
 void CLinuxImpl::FreeLibrary(void* handle) {
@@ -95,7 +110,7 @@ std::string CLinuxImpl::getCurrentProcessDirectory() {
 }
 
 bool CLinuxImpl::setCurrentDirectory(const std::string& dir) {
-    // Callers are told of success whatever chdir says.
+    // The interface promises success, even if chdir fails.
     [[maybe_unused]] const int ignored = chdir(dir.c_str());
     return true;
 }
@@ -115,10 +130,79 @@ std::vector<std::string> CLinuxImpl::GetFileList(std::string& dir) {
 }
 
 bool CLinuxImpl::IsFileExits(const std::string& name) {
-    // By its full name: the constructor asks, too, when no virtual call reaches further than this class.
+    // Qualified, because the constructor calls this function before any derived class exists.
     return opensForReading(CLinuxImpl::getCurrentDirectory() + name);
 }
 
 bool CLinuxImpl::IsFileExistsAbs(const std::string& path) {
     return opensForReading(path);
+}
+
+bool CLinuxImpl::isTOLVInstalled() {
+    const std::string directory = libraryDirectory(*this);
+    void* handle = LoadLibrary(directory + kHelperLibrary);
+    debugLog({"Load library using ", directory, kHelperLibrary});
+    if (handle == nullptr) {
+        handle = LoadLibrary(directory + kHelperLibrary64);
+    }
+    if (handle == nullptr) {
+        return false;
+    }
+    debugLog("TOLV is installed in the system");
+    FreeLibrary(handle);
+    return true;
+}
+
+bool CLinuxImpl::isKOBATOLVInstalled() {
+    void* handle = LoadLibrary(kHelperLibrary);
+    if (handle == nullptr) {
+        handle = LoadLibrary(kHelperLibrary64);
+    }
+    FreeLibrary(handle);
+    return handle != nullptr;
+}
+
+bool CLinuxImpl::InstallTolv() {
+    if (nTOLVInstallRefCount++ != 0) {
+        return false;  // another user has installed it
+    }
+    bTOLVAlreadyInstalled = isTOLVInstalled();
+    if (bTOLVAlreadyInstalled) {
+        return false;
+    }
+    debugLog("InstallTolv: Custom Tolv Not Already Present");
+    const std::string command = getCurrentProcessDirectory() + "/zbxtovalyinstall.sh install";
+    debugLog({"Executimg command: ", command});
+    if (ExecuteCmd(command, false, 0) == 0) {
+        debugLog("InstallTolv: Custome Tolv Installed Successfully");
+        return false;
+    }
+    debugLog("InstallTolv: Tolv Installation Failed");
+    if (isKOBATOLVInstalled()) {
+        debugLog("InstallTolv: Found KOBA Tolv");
+        return false;
+    }
+    debugLog("InstallTolv: KOBA Tolv Not Present");
+    return true;
+}
+
+bool CLinuxImpl::UninstallTolv() {
+    bool failed = false;
+    if (--nTOLVInstallRefCount == 0 && !bTOLVAlreadyInstalled) {
+        failed = ExecuteCmd(getCurrentProcessDirectory() + "/zbxtovalyinstall.sh uninstall", false, 0) != 0;
+    }
+    debugLog("UninstallTolv: Tolv Uninstalled Successfully");
+    return failed;
+}
+
+void* CLinuxImpl::LoadTolvLibrary(const std::string& name) {
+    if (void* handle = LoadLibrary(libraryDirectory(*this) + name)) {
+        return handle;
+    }
+    debugLog({"LoadTolvLibrary: Unable to Load ", name, " from ", kLibraryDirectory});
+    if (void* handle = LoadLibrary(name)) {
+        return handle;
+    }
+    debugLog({"LoadTolvLibrary: Unable to Load ", name, " from ", kAgentName});
+    return nullptr;
 }

@@ -8,8 +8,8 @@
 /** The platform on Linux, and on the service console of ESX and on ESXi. */
 class CLinuxImpl : public IPlatformImpl {
 public:
-    /** Switches the debug log on ("baseutils_DBG.log") where the marker file "enabledebug.txt" lies in the
-     *  working directory. */
+    /** Switches the debug log on ("baseutils_DBG.log") if the marker file "enabledebug.txt" is in the working
+     *  directory. */
     CLinuxImpl();
     ~CLinuxImpl() = default;
     CLinuxImpl(const CLinuxImpl&) = delete;
@@ -33,7 +33,7 @@ public:
     void* LoadTolvLibrary(const std::string& name) override;
     bool isUSBblacklisted() override;
 
-    /** Whether the hardware library of an installed agent loads through the loader's own search path. */
+    /** Whether an installed agent's hardware library loads through the loader's search path. */
     bool isKOBATOLVInstalled();
     /** Whether this is a service console of ESX 3 or ESX 4. */
     bool isESXSystem();

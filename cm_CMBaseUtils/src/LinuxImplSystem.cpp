@@ -15,9 +15,10 @@ constexpr CLogSource debugLog("../cm_CMBaseUtils/src/LinuxImpl");
 
 constexpr const char* kVmwareReleaseFile = "/etc/vmware-release";
 constexpr const char* kModprobeBlacklistFile = "/etc/modprobe.d/blacklist.conf";
+/** Room for the release file's first line and its terminator, in bytes. */
 constexpr std::streamsize kReleaseLineSize = 1024;
 
-/** The first line of the file, at most 1023 characters; empty where it cannot be opened. */
+/** The first line of the file, cut to the room above; empty if the file cannot be opened. */
 std::string firstLineOf(const char* path) {
     char line[kReleaseLineSize] = "";
     std::ifstream(path).getline(line, kReleaseLineSize);
@@ -28,7 +29,7 @@ bool contains(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
 }
 
-/** Reads up to the first line that blacklists usb_storage and is not commented out. */
+/** Whether a line blacklists usb_storage and is not commented out; stops at the first one. */
 bool hasActiveUsbStorageLine(std::istream& conf) {
     std::string line;
     while (std::getline(conf, line)) {

@@ -8,14 +8,14 @@
 #include <string_view>
 
 /**
- * The debug log as one source file writes to it: every line carries the file's path and the line of the call.
+ * Writes the debug log for one source file: every line carries the file's path and the line of the call.
  *
- * A text is put together only while the log is on, so a disabled log costs one test. Texts of several pieces
- * are given as a list of views, or as a function that makes the text where a piece has to be computed first.
+ * The text is built only while the log is on, so a disabled log costs one test. A text of several pieces is
+ * passed as a list of views, or as a function that returns it if a piece must be computed first.
  */
 class CLogSource {
 public:
-    /** sourceFile is the path that the lines name; it must outlive the object (a literal does). */
+    /** sourceFile is the path for the lines; it must outlive the object, as a literal does. */
     constexpr explicit CLogSource(const char* sourceFile) : m_pSourceFile(sourceFile) {}
 
     void operator()(std::string_view text, unsigned int line = __builtin_LINE()) const {

@@ -6,11 +6,15 @@
 
 namespace {
 
+/** Least widths of a line's fields, in characters; longer values push the rest to the right. */
 constexpr int kFileNameWidth = 25;
 constexpr int kLineWidth = 5;
 
-std::array<char, 80> localTimeStamp() {
-    std::array<char, 80> text{};
+/** Room for a time stamp, which usually has 22 characters. */
+using TimeStamp = std::array<char, 80>;
+
+TimeStamp localTimeStamp() {
+    TimeStamp text{};
     const std::time_t now = std::time(nullptr);
     if (const std::tm* local = std::localtime(&now)) {
         std::strftime(text.data(), text.size(), "[%Y-%m-%dT%H:%M:%S] ", local);
@@ -37,6 +41,7 @@ CLogger* CLogger::GetInstance() {
 
 int CLogger::Initialize(const std::string& fileName) {
     m_strFileName = fileName;
+    // On a stream that is open already this fails, and from then on the stream takes no more lines.
     m_logStream.open(m_strFileName, std::ios::out | std::ios::trunc);
     if (m_logStream.is_open()) {
         m_bEnabled = true;
@@ -52,7 +57,7 @@ void CLogger::log(const char* sourceFile, unsigned int line, const std::string& 
     if (!m_bEnabled) {
         return;
     }
-    m_logStream.seekp(0, std::ios::end);
+    m_logStream.seekp(0, std::ios::end);  // others may have written to the file
     m_logStream << localTimeStamp().data() << ": ";
     m_logStream << std::setw(kFileNameWidth) << getFileName(sourceFile) << ":";
     m_logStream << std::setw(kLineWidth) << line << ": " << message << std::endl;

@@ -6,8 +6,8 @@
 /**
  * The debug log of the process: time-stamped, source-located lines, appended to one text file.
  *
- * Logging is off until Initialize has opened a file; lines written before that are dropped. No failure of the
- * log changes what the program does. Not for use from two threads at once.
+ * Logging is off until Initialize has opened a file; lines logged before are dropped. A failure of the log
+ * never changes what the program does. Not thread-safe.
  */
 class CLogger {
 public:
@@ -16,21 +16,21 @@ public:
     CLogger(const CLogger&) = delete;
     CLogger& operator=(const CLogger&) = delete;
 
-    /** The one log of the process, made on first use and never destroyed. */
+    /** The log of the process, created on first use and never destroyed. */
     static CLogger* GetInstance();
 
     /**
-     * Opens fileName, emptying an existing file, and switches logging on when that succeeds. A failure is not
-     * reported. While a file is open, a further call opens nothing and silences the log for good.
+     * Opens fileName, emptying an existing file, and switches logging on if that succeeds. A failure is not
+     * reported. If a file is already open, the call opens nothing and silences the log for good.
      *
      * @return always 0
      */
     int Initialize(const std::string& fileName);
 
-    /** The part of path after its last '/'; the whole path when it holds none. */
+    /** The part of path after its last '/'; the whole path if it has none. */
     std::string getFileName(const std::string& path);
 
-    /** Whether a file has been opened. While false, log does nothing, so no text need be made for it. */
+    /** Whether a file has been opened. While false, log does nothing and callers need not build a text. */
     bool isEnabled() const { return m_bEnabled; }
 
     /**

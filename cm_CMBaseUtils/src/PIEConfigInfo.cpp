@@ -1,9 +1,7 @@
 #include "PIEConfigInfo.h"
 
 #include "LogSource.h"
-#include "XPathQuery.h"
-#include "XmlNodes.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
 #include <algorithm>
 #include <charconv>
@@ -15,10 +13,10 @@ namespace {
 
 constexpr CLogSource debugLog("../cm_CMBaseUtils/src/PIEConfigInfo");
 
-/** The number that the leading digits make: 0 without digits, the largest int where they are too many. */
+/** The number of the leading digits: 0 without digits, the largest int if the number is too large. */
 int leadingNumber(std::string_view text) {
     constexpr unsigned int kLargest = std::numeric_limits<int>::max();
-    unsigned int number = 0;  // unsigned, so that a sign is no digit
+    unsigned int number = 0;  // unsigned, so that "-1" has no leading digits
     const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
     if (parsed.ec == std::errc::result_out_of_range) {
         number = kLargest;
@@ -26,7 +24,7 @@ int leadingNumber(std::string_view text) {
     return static_cast<int>(std::min(number, kLargest));
 }
 
-/** The text of the last element of this name, among node and the siblings after it, that has one; or null. */
+/** The text of the last element of this name that has one, among node and its later siblings; or null. */
 const xmlChar* lastText(xmlNode* node, const char* name) {
     const xmlChar* last = nullptr;
     for (node = findElement(node, name); node != nullptr; node = findElement(node->next, name)) {
@@ -49,6 +47,7 @@ bool CPIEConfigInfo::Init(const std::string& path) {
     }
     m_pXmlDoc.reset(xmlParseFile(path.c_str()));
     if (!m_pXmlDoc) {
+        // The text for the failure is fixed, although it says the opposite.
         debugLog({"CPIEConfigInfo::Init() Document ", path, "  parsed successfully "});
         return false;
     }

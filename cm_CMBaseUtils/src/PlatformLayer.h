@@ -6,14 +6,13 @@
 #include <vector>
 
 /**
- * The one way to the operating system: static functions over the process's single IPlatformImpl, which is
- * made on first use and lives until the process exits. Each function passes its arguments on unchanged; what
- * it does stands at the operation of the same name in IPlatformImpl. The first call must come before any
- * second thread.
+ * Access to the operating system: static functions over the process's single IPlatformImpl, which is created
+ * on first use and lives until the process exits. Each function passes its arguments to the operation of the
+ * same name in IPlatformImpl, which documents it. The first call must come before any second thread starts.
  */
 class CPlatformLayer {
 public:
-    /** The platform implementation; owned by the process, never to be deleted. */
+    /** The platform implementation. Never delete it. */
     static IPlatformImpl* GetPlatform();
 
     static bool isTOLVInstalled();

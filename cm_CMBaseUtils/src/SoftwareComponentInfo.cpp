@@ -2,10 +2,9 @@
 
 #include "LogSource.h"
 #include "PlatformLayer.h"
-#include "XPathQuery.h"
-#include "XmlNodes.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
+#include <limits>
 #include <utility>
 
 namespace {
@@ -14,6 +13,32 @@ constexpr CLogSource debugLog("../cm_CMBaseUtils/src/SoftwareComponentInfo");
 
 constexpr const char* kPackageXml = "package.xml";
 constexpr const char* kRollbackPath = "//SoftwareComponent/SupportedDevices/Device/RollbackInformation";
+
+// Before and after the id in the expression that finds a component in a controller's inventory. The id is not
+// escaped: one with a double quote makes an expression that libxml2 refuses.
+constexpr const char* QUERYCOMPID = "/SVMInventory/Device[@componentID = \"";
+constexpr const char* XPATH_SUFFIX = "\"]";
+
+// How xmlNodeDump lays out a record: from the left margin, with line breaks and indentation.
+constexpr int kIndentationLevel = 0;
+constexpr int kFormatted = 1;
+
+/** Null for a text that is not XML, or is longer than libxml2 can count. */
+XmlDocPtr parseXml(const std::string& text) {
+    const bool fits = text.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
+    return XmlDocPtr(fits ? xmlParseMemory(text.data(), static_cast<int>(text.size())) : nullptr);
+}
+
+/** Appends the element as text to out. False if out of memory. */
+bool appendElement(xmlDoc* doc, xmlNode* element, std::ostream& out) {
+    const XmlBufferPtr buffer(xmlBufferCreate());
+    if (!buffer) {
+        return false;
+    }
+    xmlNodeDump(buffer.get(), doc, element, kIndentationLevel, kFormatted);
+    out << asChars(xmlBufferContent(buffer.get()));
+    return true;
+}
 
 }  // namespace
 
@@ -35,7 +60,7 @@ CSoftwareComponentInfo::~CSoftwareComponentInfo() {
 
 void CSoftwareComponentInfo::ParseXMl() {
     debugLog("CSoftwareComponentInfo::Init() Entering");
-    xmlKeepBlanksDefault(0);
+    xmlKeepBlanksDefault(0);  // indentation between elements makes no nodes in any later parse
     m_pXmlDoc.reset();
     m_strPackageXmlPath = CPlatformLayer::getCurrentDirectory() + kPackageXml;
     if (!CPlatformLayer::IsFileExits(kPackageXml)) {
@@ -131,13 +156,35 @@ bool CSoftwareComponentInfo::getPresenceOfRollbackInfo() {
     return present;
 }
 
+bool CSoftwareComponentInfo::GetInvFromTVK(std::string componentID, std::stringstream& record,
+                                           std::stringstream& inventory) {
+    m_pInventoryDoc = parseXml(inventory.str());
+    xmlDoc* const doc = m_pInventoryDoc.get();
+    if (doc == nullptr) {
+        return false;
+    }
+    const std::string expression = QUERYCOMPID + std::move(componentID) + XPATH_SUFFIX;
+    const XPathObjectPtr devices = getnodeset(doc, asXmlChars(expression.c_str()));
+    if (!devices) {
+        debugLog("CIdentityModuleInventory::GetInvFromTVK:: component ID not found");
+        return true;
+    }
+    debugLog("CIdentityModuleInventory::GetInvFromTVK:: component ID found");
+    for (xmlNode* device : nodesOf(devices)) {
+        if (!appendElement(doc, device, record)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void CSoftwareComponentInfo::parsePackageXml() {
-    m_pXmlDoc.reset();  // first, so that never two are in memory
+    m_pXmlDoc.reset();  // first, so that two documents are never in memory together
     m_pXmlDoc.reset(xmlParseFile(m_strPackageXmlPath.c_str()));
 }
 
-/** Parses the file, without a test for its existence, and reads one attribute of the elements at expression;
- *  the last element decides. */
+/** Parses the file without testing whether it exists, and reads one attribute of the elements at expression.
+ *  The last element decides, even if it lacks the attribute. */
 std::string CSoftwareComponentInfo::lastAttributeOf(const char* expression, const char* name) {
     parsePackageXml();
     std::string value;
@@ -146,6 +193,7 @@ std::string CSoftwareComponentInfo::lastAttributeOf(const char* expression, cons
         return value;
     }
     for (xmlNode* element : nodesOf(elements)) {
+        // No element is named like a whole path, so this always holds.
         if (xmlStrcasecmp(element->name, asXmlChars(expression)) != 0) {
             value = textOrEmpty(GetAttributeValue(element, name));
         }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "DeviceInfo.h"
-#include "XmlHandles.h"
+#include "XmlReading.h"
 
 #include <map>
 #include <sstream>
@@ -9,29 +9,28 @@
 #include <vector>
 
 /**
- * Reader of the update package's description, "package.xml" in the working directory.
+ * Reads the update package's description, "package.xml" in the working directory.
  *
- * Every query parses the file anew; nothing is cached between queries. The file's full path is fixed at
- * construction, while its existence is tested by bare name and so follows the working directory. Nothing is
- * thrown and no error code returned: an empty text, an empty list or a null result is the only sign of
- * failure, and the debug log tells why.
+ * Every query parses the file again; nothing is cached. The file's full path is fixed at construction, but
+ * its existence is tested by bare name, so that test follows the working directory. Nothing is thrown: an
+ * empty text, an empty list or a null result shows a failure, and the debug log says why.
  *
- * The reader owns the document of its latest parse. Nodes, and texts that belong to them, live until the next
- * query parses the file; an XPath result must be released before that.
+ * The reader owns the document of its latest parse. Nodes and their texts live until the next query parses
+ * the file; an XPath result must be released before that.
  *
- * Construction switches libxml2's keeping of blank text nodes off for the whole process, and destruction of a
- * reader that holds a document calls xmlCleanupParser: no other user of libxml2 may be active then.
+ * Construction makes libxml2 drop blank text nodes in the whole process. Destruction of a reader that holds a
+ * document calls xmlCleanupParser: no other user of libxml2 may be active then.
  */
 class CSoftwareComponentInfo {
 public:
-    /** Switches the debug log on ("baseutils.log") where the marker file "enabledebug.txt" lies in the
-     * working directory, then parses the file. Never fails. */
+    /** Switches the debug log on ("baseutils.log") if the marker file "enabledebug.txt" is in the working
+     *  directory, then parses the file. Never fails. */
     CSoftwareComponentInfo();
     ~CSoftwareComponentInfo();
     CSoftwareComponentInfo(const CSoftwareComponentInfo&) = delete;
     CSoftwareComponentInfo& operator=(const CSoftwareComponentInfo&) = delete;
 
-    /** The first parse: sets the path and the document. */
+    /** Sets the path from the working directory and parses the file there. */
     void ParseXMl();
 
     /** Evaluates expression over doc. The result holds at least one node, or is null. */
@@ -46,7 +45,7 @@ public:
     /** Parses the file and returns the nodes that expression selects, at least one, or null. */
     XPathObjectPtr ParseXmlUsingXpath(const char* expression);
 
-    /** The text of an element's attribute; null where it is absent or empty. Belongs to the document. */
+    /** The text of an element's attribute, which belongs to the document; null if it is absent or empty. */
     const xmlChar* GetAttributeValue(xmlNode* node, const char* name);
 
     /** The component id of the first supported device. */
@@ -65,51 +64,51 @@ public:
      * Finds a component in a controller's inventory.
      *
      * @param componentID  the id, compared exactly
-     * @param record       receives every matching Device element, serialised, after what it already holds
-     * @param inventory    holds the inventory document; its whole text is read, whatever its position
-     * @return true when the look-up could be carried out, also when nothing was found; false when the text is
-     *         not XML or no memory was left
+     * @param record       every matching Device element is appended to it as text
+     * @param inventory    the inventory document; its whole text is read, regardless of its position
+     * @return true if the look-up was possible, even if it found nothing; false if the text is not XML or
+     *         memory ran out
      */
     bool GetInvFromTVK(std::string componentID, std::stringstream& record, std::stringstream& inventory);
 
     /**
      * The PCI identity of every supported PCI device, one per PCIInfo element, in document order.
      *
-     * Ids are text as written, filled up with zeros on the left to four characters. An id or a name that an
-     * element lacks is the one of the element before, also across devices; the component id is always the
-     * device's own.
+     * Ids are text, padded with zeros on the left to four characters. An element that lacks an id or a name
+     * takes that of the previous element, even of another device. The component id is always the device's
+     * own.
      */
     std::vector<SPCIInfo> GetSupportedDevices();
 
     /**
      * The name that the package gives to a PCI device; the last match wins.
      *
-     * @param device  its four PCI ids are compared without regard to case, in the padded form of
-     *                GetSupportedDevices; its component id and name are not read
+     * @param device  only its four PCI ids count; they are compared without regard to case and must be padded
+     *                as in GetSupportedDevices
      */
     std::string getMarketingNameForPCIDevice(const SPCIInfo& device);
 
     /**
-     * The hard and soft dependencies of all supported devices, in document order, no two of them equal.
+     * The hard and soft dependencies of all supported devices, in document order, without duplicates.
      *
-     * One record per dependency, or per PCIInfo of it; an id that a PCIInfo lacks is the one of the PCIInfo
-     * before, also across dependencies. The records are the caller's. When no memory is left for a record,
-     * the list ends there.
+     * One record per dependency, or one per PCIInfo if it has any. A PCIInfo that lacks an id takes that of
+     * the previous PCIInfo, even of another dependency. The caller owns the records. The list ends early if
+     * there is no memory for a record.
      */
     std::vector<CDeviceInfo*> getDependencyInfo();
 
-    /** Appends device to list unless a record equal to it is there. Either way the record stays the caller's;
-     *  takes time in proportion to the list. */
+    /** Appends device to list unless the list has an equal record. The record stays the caller's in either
+     *  case. Takes time in proportion to the list. */
     void AddDependencyInfo(std::vector<CDeviceInfo*>& list, CDeviceInfo* const& device);
 
-    /** The names of the supported devices by component id; the last device of an id wins. Devices without a
-     *  name are left out. */
+    /** The names of the supported devices by component id, without devices that have no name. The last device
+     *  of an id wins. */
     std::map<std::string, std::string> getCompIDMarkNameInfo();
 
     /** The name of the device with this component id, compared without regard to case. */
     std::string getMarketingNameForNonPCIDevice(const std::string& componentID);
 
-    /** The package's display string: the name of the first device whose first child is its name. */
+    /** The package's display string: the name of the first device whose first child is a Display. */
     std::string GetComponentDisplayString();
 
 private:
@@ -117,7 +116,8 @@ private:
 
     std::string m_strPackageXmlPath;
     XmlDocPtr m_pXmlDoc;
-    /** Of the latest look-up. Freed no earlier than needed: that takes a fifth as long as making it. */
+    /** The inventory of the latest look-up. Kept until the next one, because freeing it takes a fifth of the
+     *  look-up's time and most processes end before. */
     XmlDocPtr m_pInventoryDoc;
 
     void parsePackageXml();

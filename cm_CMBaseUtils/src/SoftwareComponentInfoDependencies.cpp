@@ -1,8 +1,6 @@
 #include "LogSource.h"
 #include "SoftwareComponentInfo.h"
-#include "XPathQuery.h"
-#include "XmlNodes.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
 #include <algorithm>
 #include <memory>
@@ -14,8 +12,8 @@ namespace {
 
 constexpr CLogSource debugLog("../cm_CMBaseUtils/src/SoftwareComponentInfo");
 
-// Plain paths: libxml2 matches all arms of such a union in one walk over the document, in document order and
-// linear time. A predicate would take that away.
+// libxml2 matches both plain paths in one walk over the document, in document order and linear time. With a
+// predicate it could not.
 constexpr const char* kDependencyPath =
     " //SoftwareComponent/SupportedDevices/Device/Dependency"
     " | //SoftwareComponent/SupportedDevices/Device/SoftDependency";
@@ -47,8 +45,8 @@ void appendOrRefuse(bool alreadyListed, std::vector<CDeviceInfo*>& list, CDevice
     }
 }
 
-/** Dependencies without repeats, as AddDependencyInfo keeps them, but found again in constant time. Owns
- *  nothing that it lists; frees what it refuses. */
+/** A list without duplicates, like the one that AddDependencyInfo keeps, but with constant-time look-up.
+ * Frees the records that it refuses; the others belong to the reader of the list. */
 class CDependencyList {
 public:
     explicit CDependencyList(std::size_t expected) {
@@ -57,11 +55,11 @@ public:
     }
 
     void add(DeviceInfoPtr device) {
-        // cppcheck-suppress danglingLifetime ; what the index takes in is released below, not freed
+        // cppcheck-suppress danglingLifetime ; a record in the index is released below, not freed
         const bool alreadyListed = !m_index.insert(device.get()).second;
         appendOrRefuse(alreadyListed, m_vecDevices, device.get());
         if (!alreadyListed) {
-            static_cast<void>(device.release());  // the list's reader has it now
+            static_cast<void>(device.release());  // the reader of the list owns it
         }
     }
 
@@ -119,8 +117,8 @@ void readParent(const xmlNode* dependency, CDeviceInfo& record) {
     }
 }
 
-/** Reads the dependency's child elements into the record, and returns its PCI identities. current is the
- *  identity of the PCIInfo before, which fills what the next one lacks. */
+/** Reads the dependency's child elements into the record and returns its PCI identities. current holds the
+ *  previous identity, which supplies missing ids. */
 std::vector<SPCIInfo> readChildren(const xmlNode* dependency, CDeviceInfo& record, SPCIInfo& current) {
     std::vector<SPCIInfo> identities;
     for (const xmlNode* child = dependency->children; child != nullptr; child = child->next) {
@@ -140,7 +138,7 @@ std::vector<SPCIInfo> readChildren(const xmlNode* dependency, CDeviceInfo& recor
     return identities;
 }
 
-/** Lists one copy of the record per identity. False when no memory is left. */
+/** Lists one copy of the record per identity. False if out of memory. */
 bool addPciCopies(const CDeviceInfo& record, const std::vector<SPCIInfo>& identities, CDependencyList& list) {
     for (const SPCIInfo& identity : identities) {
         DeviceInfoPtr copy = makeRecord();
@@ -155,7 +153,7 @@ bool addPciCopies(const CDeviceInfo& record, const std::vector<SPCIInfo>& identi
     return true;
 }
 
-/** Lists what one Dependency or SoftDependency element says. False when no memory is left. */
+/** Lists the records of one Dependency or SoftDependency element. False if out of memory. */
 bool addDependency(const xmlNode* dependency, SPCIInfo& current, CDependencyList& list) {
     DeviceInfoPtr record = makeRecord();
     if (!record) {
@@ -185,7 +183,7 @@ std::vector<CDeviceInfo*> CSoftwareComponentInfo::getDependencyInfo() {
         return {};
     }
     CDependencyList list(nodesOf(dependencies).size());
-    SPCIInfo current;  // one for all dependencies: what a PCIInfo lacks carries over
+    SPCIInfo current;  // shared by all dependencies, so that missing ids carry over
     for (const xmlNode* dependency : nodesOf(dependencies)) {
         if (!addDependency(dependency, current, list)) {
             return list.devices();

@@ -1,13 +1,16 @@
 #include "LogSource.h"
 #include "SoftwareComponentInfo.h"
-#include "XPathQuery.h"
-#include "XmlNodes.h"
-#include "XmlText.h"
+#include "XmlReading.h"
+
+#include <strings.h>
+
+#include <algorithm>
 
 namespace {
 
 constexpr CLogSource debugLog("../cm_CMBaseUtils/src/SoftwareComponentInfo");
 
+/** PCI ids are 16-bit numbers: four hexadecimal digits. */
 constexpr std::size_t kIdWidth = 4;
 
 void padWithZeros(std::string& id) {
@@ -16,7 +19,7 @@ void padWithZeros(std::string& id) {
     }
 }
 
-/** An id that the element lacks stays as it is: padded before, or still empty. */
+/** Ids that the element lacks keep their value: padded earlier, or still empty. */
 void readPaddedIds(const xmlNode* pciInfo, SPCIInfo& device) {
     readPciIds(pciInfo, device);
     padWithZeros(device.deviceID);
@@ -25,7 +28,7 @@ void readPaddedIds(const xmlNode* pciInfo, SPCIInfo& device) {
     padWithZeros(device.subVendorID);
 }
 
-/** Replaces the name by that of the first Display after the PCIInfo that has a text. */
+/** Takes the name from the first Display after the PCIInfo that has a text. */
 void readMarketingName(const xmlNode* pciInfo, SPCIInfo& device) {
     for (xmlNode* display = findElement(pciInfo->next, "Display"); display != nullptr;
          display = findElement(display->next, "Display")) {
@@ -42,7 +45,8 @@ void readMarketingName(const xmlNode* pciInfo, SPCIInfo& device) {
     }
 }
 
-/** Adds each PCI identity of the device. current is the one before, which fills what the next one lacks. */
+/** Adds each PCI identity of the device. current holds the previous identity, which supplies missing values.
+ */
 void addIdentities(const xmlNode* device, SPCIInfo& current, std::vector<SPCIInfo>& supported) {
     debugLog("CSoftwareComponentInfo::GetSupportedDevices() Finding the Component ID and PCI Info");
     current.componentID = textOrEmpty(attributeText(device, "componentID"));
@@ -55,11 +59,32 @@ void addIdentities(const xmlNode* device, SPCIInfo& current, std::vector<SPCIInf
     }
 }
 
+bool equalsIgnoringCase(const std::string& one, const std::string& other) {
+    return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
+}
+
 bool sameIds(const SPCIInfo& one, const SPCIInfo& other) {
     return equalsIgnoringCase(one.deviceID, other.deviceID) &&
            equalsIgnoringCase(one.subDeviceID, other.subDeviceID) &&
            equalsIgnoringCase(one.vendorID, other.vendorID) &&
            equalsIgnoringCase(one.subVendorID, other.subVendorID);
+}
+
+/** The text of the device's first Display that has a text, or null. */
+const xmlChar* displayTextOf(const xmlNode* device) {
+    for (const xmlNode* display = findElement(device->children, "Display"); display != nullptr;
+         display = findElement(display->next, "Display")) {
+        debugLog("GetCompIDMarkNameInfo() Found a Display element under Device element");
+        if (const xmlChar* text = firstChildText(display)) {
+            return text;
+        }
+    }
+    return nullptr;
+}
+
+/** Whether the device's very first node is a Display; even a comment before it counts. */
+bool startsWithDisplay(const xmlNode* device) {
+    return device->children != nullptr && isElementNamed(device->children, "Display");
 }
 
 }  // namespace
@@ -75,7 +100,7 @@ std::vector<SPCIInfo> CSoftwareComponentInfo::GetSupportedDevices() {
     }
     debugLog("CSoftwareComponentInfo::GetSupportedDevices() Found Some Device Nodes");
     supported.reserve(nodesOf(devices).size());
-    SPCIInfo current;  // one for all devices: what an element lacks carries over
+    SPCIInfo current;  // shared by all devices, so that missing values carry over
     for (const xmlNode* device : nodesOf(devices)) {
         addIdentities(device, current, supported);
     }
@@ -97,4 +122,61 @@ std::string CSoftwareComponentInfo::getMarketingNameForPCIDevice(const SPCIInfo&
     }
     debugLog("CSoftwareComponentInfo::getMarketingNameForPCIDevice() Exiting");
     return name;
+}
+
+std::map<std::string, std::string> CSoftwareComponentInfo::getCompIDMarkNameInfo() {
+    debugLog("Entering CSoftwareComponentInfo::GetCompIDMarkNameInfo()");
+    std::map<std::string, std::string> names;
+    if (const XPathObjectPtr devices = ParseXmlUsingXpath()) {
+        for (const xmlNode* device : nodesOf(devices)) {
+            const std::string componentID = textOrEmpty(attributeText(device, "componentID"));
+            debugLog({"GetCompIDMarkNameInfo() Found the Component ID as ", componentID});
+            debugLog({"GetCompIDMarkNameInfo() Finding the Marketing name for device with component id ",
+                      componentID});
+            if (const xmlChar* name = displayTextOf(device)) {
+                debugLog(
+                    {"GetCompIDMarkNameInfo() Got the marketing name/Display name for a Non-PCI Device "
+                     "with Component ID  ",
+                     componentID, " as ", asChars(name)});
+                names[componentID] = asChars(name);
+            }
+        }
+    }
+    debugLog("Leaving CSoftwareComponentInfo::GetCompIDMarkNameInfo()");
+    return names;
+}
+
+std::string CSoftwareComponentInfo::getMarketingNameForNonPCIDevice(const std::string& componentID) {
+    debugLog("Entering CSoftwareComponentInfo::getMarketingNameForNonPCIDevice()");
+    std::string found;
+    for (const auto& [id, name] : getCompIDMarkNameInfo()) {
+        debugLog("getMarketingNameForNonPCIDevice() Finding a match with PCI Device");
+        if (equalsIgnoringCase(componentID, id)) {
+            found = name;
+            debugLog("getMarketingNameForNonPCIDevice() Found a match with Non-PCI Devices from package.xml");
+        }
+    }
+    debugLog("Leaving CSoftwareComponentInfo::getMarketingNameForNonPCIDevice()");
+    return found;
+}
+
+std::string CSoftwareComponentInfo::GetComponentDisplayString() {
+    const XPathObjectPtr result = ParseXmlUsingXpath();
+    if (!result) {
+        return {};
+    }
+    const auto devices = nodesOf(result);
+    const auto device = std::find_if(devices.begin(), devices.end(), startsWithDisplay);
+    if (device == devices.end()) {
+        return {};
+    }
+    const xmlChar* text = firstChildText((*device)->children);
+    if (text == nullptr) {
+        debugLog(
+            "CSoftwareComponentInfo::GetComponentDisplayString() failed to get the Display info from "
+            "package.xml for device");
+        return {};
+    }
+    debugLog({"CSoftwareComponentInfo::GetComponentDisplayString()  ", asChars(text), "\n"});
+    return asChars(text);
 }

@@ -82,20 +82,20 @@ void CUpdateXMLWriter::print() {
     }
 }
 
-/** Opens the file. False only when that raised an exception: a file that cannot be opened stays closed. */
+/** Opens the file. False only if that raised an exception; a file that cannot be opened just stays closed. */
 bool CUpdateXMLWriter::openFile(const std::string& name) {
     try {
         m_outFile.open(name, std::ios::out | std::ios::trunc);
         debugLog("CUpdateXMLWriter::GetXML() udpate xml file opened");
         return true;
     } catch (const std::exception& error) {
-        // The readers of the log know this line under the inventory writer's name.
+        // The fixed text names the inventory writer.
         debugLog({"CInventoryXMLWriter::GetXML() exception caught during file opening ", error.what()});
         return false;
     }
 }
 
-/** Adds what the report says about one device. True when that is a success. */
+/** Adds one device to the report. True if it was updated; only those can require a reboot. */
 bool CUpdateXMLWriter::addDevice(const CDeviceInfo& device) {
     if (device.getStatus() != 0) {
         debugLog("CUpdateXMLWriter::GetXML() Update failed for one Device");
@@ -115,7 +115,7 @@ bool CUpdateXMLWriter::addDevice(const CDeviceInfo& device) {
     return true;
 }
 
-/** What follows the identity of an updated device, to the end of its element. */
+/** Completes the element of an updated device, after its identity. */
 void CUpdateXMLWriter::addSuccess(const CDeviceInfo& device) {
     m_xmlStream << R"(display=")" << device.getDisplay() << R"(" )" << enumAttribute(device)
                 << R"(><Application componentType=")" << device.getComponentType() << R"(" version=")"

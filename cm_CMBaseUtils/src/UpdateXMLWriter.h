@@ -8,11 +8,11 @@
 #include <vector>
 
 /**
- * Writes an update report, an SVMExecution document, with PCI devices too and one RebootRequired element for
- * the whole report.
+ * Writes an update report, an SVMExecution document, with PCI devices too, and with at most one
+ * RebootRequired element, for the whole report.
  *
  * The document is a single line without a final newline. Values are written as they are, never escaped. A
- * document that could not be written stays in the writer and goes before the next one.
+ * document that could not be written stays in the writer and precedes the next one.
  */
 class CUpdateXMLWriter : public IDeviceXMLWriter {
 public:
@@ -27,11 +27,11 @@ public:
     void addUpdateHeader();
     void addUpdateFooter();
 
-    /** Adds the RebootRequired element where a reboot is required, else nothing. */
+    /** Adds the RebootRequired element if a reboot is required, otherwise nothing. */
     void addRebootRequiredStatus(bool required);
 
-    /** Writes the document built so far to the file, where one is open, closes that and starts afresh. Passes
-     *  no exception on. */
+    /** If a file is open, writes the document built so far to it, closes it and starts a new document. Lets
+     *  no exception of the writing out. */
     void print();
 
 private:

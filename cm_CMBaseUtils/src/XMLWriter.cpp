@@ -1,5 +1,7 @@
 #include "XMLWriter.h"
 
+#include "DeviceXMLFragments.h"
+
 #include <iostream>
 
 namespace {
@@ -15,7 +17,7 @@ bool isNonPci(const CDeviceInfo& device) {
 }  // namespace
 
 void CXMLWriter::AddXMLHeader() {
-    m_xmlStream << R"(<?xml version="1.0" encoding="UTF-8"?>)";
+    m_xmlStream << kXmlDeclaration;
 }
 
 void CXMLWriter::AddInventoryHeader() {
@@ -47,6 +49,8 @@ void CXMLWriter::Print() {
     out << m_xmlStream.str();
     m_xmlStream.str("");
 }
+
+// Both reports leave out successful PCI devices: the program itself only handles the controller.
 
 int CXMLWriter::writeInventoryXml(std::vector<CDeviceInfo*> devices) {
     AddXMLHeader();
@@ -80,6 +84,7 @@ int CXMLWriter::WriteUpdateXML(const std::vector<CDeviceInfo*>& devices) {
     return 1;
 }
 
+/** Unlike the device writers' failure, without a blank before the end of the Message tag. */
 void CXMLWriter::addFailure(const CDeviceInfo& device) {
     m_xmlStream << R"(<SPStatus result = "false" ><Message id=")" << device.getMessageID() << R"(">)"
                 << device.getErrorMsg() << "</Message></SPStatus>";

@@ -8,11 +8,11 @@
 #include <vector>
 
 /**
- * The tool's report: turns a list of device records into one XML document and prints it.
+ * Writes the program's report: one XML document for a list of device records.
  *
  * A document is a single line without a final newline. Values are written as they are, never escaped: the
- * programs that read the reports compare them to the character. Documents printed one after another follow
- * each other in the same output with nothing between them.
+ * programs that read the reports compare every character. Documents printed one after another are not
+ * separated.
  */
 class CXMLWriter {
 public:
@@ -24,11 +24,11 @@ public:
     /** Appends the RebootRequired element of one updated device. */
     void AddUpdateFooter(bool rebootRequired);
 
-    /** Opens the report file, emptying an existing one. Where that fails, reports go to standard output. */
+    /** Opens the report file, emptying an existing one. If that fails, reports go to standard output. */
     void SetFileName(const std::string& name);
 
-    /** Writes the document built so far to the report file, or to standard output where none is open, and
-     *  starts afresh. A write error is not reported. */
+    /** Writes the document built so far to the report file, or to standard output if none is open, and starts
+     *  a new document. A write error is not reported. */
     void Print();
 
     /** Builds and prints the inventory report of the records, which stay the caller's. Always returns 1. */

@@ -7,10 +7,10 @@
 
 namespace {
 
-/** Goes with one parse; libxml2 hands it on to the parsers of entities. */
+/** The state of one parse. libxml2 passes it on to the parsers of entities. */
 struct Pruning {
     const std::function<bool(const xmlNode*)>& isWanted;
-    int skippedElements = 0;  // open ones, inside of a child that is not wanted
+    int skippedElements = 0;  // depth inside an unwanted child
 };
 
 xmlParserCtxt& parserOf(void* context) {
@@ -21,10 +21,11 @@ Pruning& pruningOf(void* context) {
     return *static_cast<Pruning*>(parserOf(context)._private);
 }
 
-constexpr int kInsideChild = 2;  // open nodes: the root, and a child of it
+// Numbers of open nodes (xmlParserCtxt::nodeNr): the root alone, or the root and one of its children.
 constexpr int kInsideRoot = 1;
+constexpr int kInsideChild = 2;
 
-// The signatures are libxml2's.
+// The signatures of the next functions are libxml2's.
 void startElement(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri,
                   int namespaceCount, const xmlChar** namespaces, int attributeCount, int defaultedCount,
                   const xmlChar** attributes) {
@@ -45,8 +46,8 @@ void dropUnwanted(xmlNode* child, const Pruning& pruning) {
     }
 }
 
-/** The child that ends has to stay until the next one has come: libxml2 would take a text after it for the
- *  continuation of the text before it. */
+/** Drops the child before the one that ends. The latter must stay until the next child has ended: without it
+ *  libxml2 would join the texts before and after it. */
 void endElement(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri) {
     Pruning& pruning = pruningOf(context);
     if (pruning.skippedElements > 0) {

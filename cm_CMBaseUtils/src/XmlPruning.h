@@ -1,16 +1,16 @@
 #pragma once
 
-#include "XmlHandles.h"
+#include "XmlReading.h"
 
 #include <functional>
 #include <string_view>
 
 /**
- * Parses a document as xmlParseMemory does, but leaves out the child elements of its root that are not
- * wanted, so that a document of any length takes little memory. The last one stays, without its own children.
+ * Parses a document like xmlParseMemory, but drops the unwanted child elements of the root, so that a long
+ * document takes little memory. The last child stays even if it is unwanted, without its own children.
  *
- * @param isWanted  is asked about each of these elements more than once, from when its attributes are known;
- *                  has to give the same answer
- * @return null when the text is no well-formed document
+ * @param isWanted  asked about each child of the root more than once, with its attributes known; must always
+ *                  give the same answer
+ * @return null if the text is not a well-formed document
  */
 XmlDocPtr parseXmlPruned(std::string_view text, const std::function<bool(const xmlNode*)>& isWanted);

@@ -1,7 +1,7 @@
 #include "Records.h"
 
 #include "Harness.h"
-#include "XmlHandles.h"
+#include "XmlReading.h"
 #include "XmlTree.h"
 
 #include <algorithm>

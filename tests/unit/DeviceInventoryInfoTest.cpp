@@ -3,7 +3,7 @@
 #include "LogCapture.h"
 #include "TempDir.h"
 #include "XMLWriter.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
 #include <gmock/gmock.h>
 #include <libxml/parser.h>

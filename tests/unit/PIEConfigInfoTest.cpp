@@ -2,7 +2,7 @@
 #include "LogCapture.h"
 #include "PIEConfigInfo.h"
 #include "TempDir.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
 #include <gmock/gmock.h>
 

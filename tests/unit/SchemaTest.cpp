@@ -3,7 +3,7 @@
 #include "DeviceWriterTest.h"
 #include "InventoryXMLWriter.h"
 #include "UpdateXMLWriter.h"
-#include "XmlHandles.h"
+#include "XmlReading.h"
 
 #include <libxml/relaxng.h>
 

@@ -1,6 +1,6 @@
 #include "PackageFolder.h"
 #include "SoftwareComponentInfo.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
 #include <gmock/gmock.h>
 

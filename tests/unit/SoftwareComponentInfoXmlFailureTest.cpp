@@ -2,7 +2,7 @@
 // library's and hand on to them, but for the call that a test lets fail.
 #include "PackageFolder.h"
 #include "SoftwareComponentInfo.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>

@@ -2,7 +2,7 @@
 // broken: nothing that is wanted may differ.
 #include "QRXInventory.h"
 #include "XmlPruning.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
 #include <gtest/gtest.h>
 #include <libxml/tree.h>

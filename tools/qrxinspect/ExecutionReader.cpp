@@ -1,7 +1,7 @@
 #include "ExecutionReader.h"
 
 #include "XmlDocument.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
 namespace tools {
 namespace {

@@ -1,7 +1,7 @@
 #include "PackageCheck.h"
 
 #include "XmlDocument.h"
-#include "XmlText.h"
+#include "XmlReading.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "XmlDocument.h"
 
-#include "XmlText.h"
+#include "XmlReading.h"
 
 #include <memory>
 #include <optional>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Result.h"
-#include "XmlHandles.h"
+#include "XmlReading.h"
 
 #include <string>
 #include <string_view>

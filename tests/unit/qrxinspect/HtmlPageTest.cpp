@@ -1,5 +1,5 @@
 #include "HtmlPage.h"
-#include "XmlHandles.h"
+#include "XmlReading.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
-#include "XmlNodes.h"
+#include "XmlReading.h"
 
-#include "XmlText.h"
+#include <utility>
 
 namespace {
 
-// libxml2 hangs an empty text node under an empty attribute.
+// An empty attribute may have an empty text node as its child.
 const xmlChar* nullIfEmpty(const xmlChar* text) {
     return text != nullptr && *text != '\0' ? text : nullptr;
 }
@@ -20,6 +20,22 @@ bool isText(const xmlNode* node) {
 }
 
 }  // namespace
+
+SXPathResult evaluateXPath(xmlDoc* doc, const xmlChar* expression) {
+    const XPathContextPtr context(xmlXPathNewContext(doc));
+    if (!context) {
+        return {eXPathOutcome::NO_CONTEXT, nullptr};
+    }
+    XPathObjectPtr result(xmlXPathEvalExpression(expression, context.get()));
+    if (!result) {
+        return {eXPathOutcome::NOT_EVALUATED, nullptr};
+    }
+    // Numbers, booleans and strings have no node set, which counts as an empty one.
+    if (xmlXPathNodeSetIsEmpty(result->nodesetval)) {
+        return {eXPathOutcome::EMPTY, nullptr};
+    }
+    return {eXPathOutcome::FOUND, std::move(result)};
+}
 
 bool isElementNamed(const xmlNode* node, const char* name) {
     return node->type == XML_ELEMENT_NODE && xmlStrcasecmp(node->name, asXmlChars(name)) == 0;
