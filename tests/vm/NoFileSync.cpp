@@ -1,5 +1,5 @@
-// Preload library: turns the calls that make a program's own files durable into no-ops. The database still syncs, with
-// fdatasync: its commit becomes durable, and the files that it names do not.
+// Preload library: turns the calls that make a program's own files durable into no-ops. The database still
+// syncs, with fdatasync: its commit becomes durable, and the files that it names do not.
 
 #include <fcntl.h>
 #include <unistd.h>
