@@ -174,9 +174,9 @@ const std::vector<Case> kCases = {
     {"UnknownArgumentBeforeHelp", {"-x", "-h"}, 0, true, ""},
 };
 
-class CommandLine : public ::testing::TestWithParam<Case> {};
+class CommandLineParserCases : public ::testing::TestWithParam<Case> {};
 
-TEST_P(CommandLine, GivesResultFlagsAndNames) {
+TEST_P(CommandLineParserCases, ReturnsResultFlagsAndNames) {
     const Case& expected = GetParam();
     CCommandLineParser parser;
     const Parsed parsed = parse(parser, expected.arguments);
@@ -187,17 +187,17 @@ TEST_P(CommandLine, GivesResultFlagsAndNames) {
     EXPECT_EQ(parser.getDebugFilename(), expected.debug);
 }
 
-INSTANTIATE_TEST_SUITE_P(Grammar, CommandLine, ::testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(Grammar, CommandLineParserCases, ::testing::ValuesIn(kCases),
                          [](const auto& shown) { return shown.param.name; });
 
-TEST(CommandLineParser, IsUnsetBeforeParsing) {
+TEST(CommandLineParser, HasDefaultsBeforeParsing) {
     CCommandLineParser parser;
     EXPECT_EQ(flags(parser), "");
     EXPECT_EQ(parser.getOutputFileName(), "");
     EXPECT_EQ(parser.getDebugFilename(), "debug.log");
 }
 
-TEST(CommandLineParser, UsageTextIs381CharactersByteForByte) {
+TEST(CommandLineParser, PrintsUsageTextByteForByte) {
     CCommandLineParser parser;
     const CoutCapture out;
     parser.printUsage();
@@ -205,7 +205,7 @@ TEST(CommandLineParser, UsageTextIs381CharactersByteForByte) {
     EXPECT_EQ(out.text().size(), 381U);
 }
 
-TEST(CommandLineParser, UsageTextHoldsItsTabsAndTheRowOf75EqualsSigns) {
+TEST(CommandLineParser, PrintsTabsAndTheRowOf75EqualsSignsInTheUsageText) {
     CCommandLineParser parser;
     const CoutCapture out;
     parser.printUsage();
@@ -218,7 +218,7 @@ TEST(CommandLineParser, UsageTextHoldsItsTabsAndTheRowOf75EqualsSigns) {
     EXPECT_THAT(out.text(), ::testing::EndsWith("]\n" + std::string(75, '=') + "\n"));
 }
 
-TEST(CommandLineParser, TakesNoArgumentCountForNoArguments) {
+TEST(CommandLineParser, RefusesAnArgumentCountOfZero) {
     char name[] = "qrxupdate";
     char option[] = "-i";
     char* argv[] = {name, option, nullptr};
@@ -231,7 +231,7 @@ TEST(CommandLineParser, TakesNoArgumentCountForNoArguments) {
     }
 }
 
-TEST(CommandLineParser, TakesANullVectorForNoArguments) {
+TEST(CommandLineParser, RefusesANullVector) {
     for (const int argc : {0, 1, 2, 5}) {
         CCommandLineParser parser;
         const CoutCapture out;
@@ -255,7 +255,7 @@ TEST(CommandLineParser, ReadsNoFurtherThanTheArgumentCount) {
     EXPECT_EQ(three.getOutputFileName(), "");
 }
 
-TEST(CommandLineParser, SecondParseOfTheSameArgumentsHasNothingLeft) {
+TEST(CommandLineParser, AcceptsASecondParseOfTheSameArguments) {
     CCommandLineParser parser;
     parse(parser, {"-i", "-o", "r"});
     const Parsed again = parse(parser, {"-u", "-o", "s"});
@@ -265,7 +265,7 @@ TEST(CommandLineParser, SecondParseOfTheSameArgumentsHasNothingLeft) {
     EXPECT_EQ(parser.getOutputFileName(), "r");
 }
 
-TEST(CommandLineParser, SecondParseResumesAfterTheLastArgumentRead) {
+TEST(CommandLineParser, ResumesAfterTheLastArgumentRead) {
     CCommandLineParser parser;
     parse(parser, {"-i"});
     const Parsed again = parse(parser, {"--skipped", "-u", "-d", "t"});
@@ -275,7 +275,7 @@ TEST(CommandLineParser, SecondParseResumesAfterTheLastArgumentRead) {
     EXPECT_EQ(parser.getDebugFilename(), "t");
 }
 
-TEST(CommandLineParser, SecondParseResumesAfterAValue) {
+TEST(CommandLineParser, ResumesAfterAValue) {
     CCommandLineParser parser;
     parse(parser, {"-o", "r"});
     EXPECT_EQ(parse(parser, {"-x", "-x", "-u"}).result, 1);
@@ -286,7 +286,7 @@ TEST(CommandLineParser, SecondParseResumesAfterAValue) {
     EXPECT_EQ(flags(debugging), "du");
 }
 
-TEST(CommandLineParser, SecondParseMeetsTheUnknownArgumentAgain) {
+TEST(CommandLineParser, RefusesTheUnknownArgumentAgain) {
     CCommandLineParser parser;
     parse(parser, {"-i", "-x"});
     const Parsed again = parse(parser, {"-i", "-x", "-u"});
@@ -295,7 +295,7 @@ TEST(CommandLineParser, SecondParseMeetsTheUnknownArgumentAgain) {
     EXPECT_EQ(flags(parser), "i");
 }
 
-TEST(CommandLineParser, SecondParseMeetsHelpAgain) {
+TEST(CommandLineParser, PrintsHelpAgain) {
     CCommandLineParser parser;
     parse(parser, {"-h", "-i"});
     const Parsed again = parse(parser, {"-h", "-i"});
@@ -304,7 +304,7 @@ TEST(CommandLineParser, SecondParseMeetsHelpAgain) {
     EXPECT_EQ(flags(parser), "");
 }
 
-TEST(CommandLineParser, SecondParseAfterAMissingValueHasNothingLeft) {
+TEST(CommandLineParser, AcceptsASecondParseAfterAMissingValue) {
     CCommandLineParser parser;
     EXPECT_EQ(parse(parser, {"-o"}).result, 0);
     const Parsed again = parse(parser, {"-o"});
@@ -312,7 +312,7 @@ TEST(CommandLineParser, SecondParseAfterAMissingValueHasNothingLeft) {
     EXPECT_EQ(again.printed, "");
 }
 
-TEST(CommandLineParser, SecondParseWithoutArgumentsStillFails) {
+TEST(CommandLineParser, RefusesMissingArgumentsAgain) {
     CCommandLineParser parser;
     parse(parser, {"-i"});
     const Parsed again = parse(parser, {});

@@ -54,7 +54,7 @@ std::vector<std::string> fieldsOf(CDeviceInfo record) {
 const std::vector<std::string> kDefaults = {"",   "", "",  "", "", "",       ",,,,,", "0", "1", "0",
                                             "-1", "", "0", "", "", kBaseUrl, "",      "",  "0", "0,0,0"};
 
-TEST(DeviceInfo, EnumerationsHaveTheirFixedValues) {
+TEST(DeviceInfo, KeepsTheFixedValuesOfItsEnumerations) {
     EXPECT_EQ(static_cast<int>(CDeviceInfo::UNKNOWN_DEVICE), 0);
     EXPECT_EQ(static_cast<int>(CDeviceInfo::PCI_DEVICE), 1);
     EXPECT_EQ(static_cast<int>(CDeviceInfo::NON_PCI_DEVICE), 2);
@@ -62,11 +62,11 @@ TEST(DeviceInfo, EnumerationsHaveTheirFixedValues) {
     EXPECT_EQ(static_cast<int>(CDeviceInfo::SOFT_DEPENDENCY), 2);
 }
 
-TEST(DeviceInfo, NewRecordHasItsDefaults) {
+TEST(DeviceInfo, StartsWithItsDefaults) {
     EXPECT_EQ(fieldsOf(CDeviceInfo()), kDefaults);
 }
 
-TEST(DeviceInfo, NewRecordCountsAsFailed) {
+TEST(DeviceInfo, StartsAsFailed) {
     const CDeviceInfo record;
     EXPECT_EQ(record.getStatus(), -1);
     EXPECT_EQ(record.getMessageID(), 0);
@@ -134,14 +134,14 @@ TEST_P(DeviceInfoSetter, SetsItsFieldAndNoOther) {
 INSTANTIATE_TEST_SUITE_P(Every, DeviceInfoSetter, ::testing::ValuesIn(kSetters),
                          [](const auto& shown) { return shown.param.name; });
 
-TEST(DeviceInfo, StringsAreKeptByteForByte) {
+TEST(DeviceInfo, KeepsStringsByteForByte) {
     const std::string value = "a \"<&>\" \xC3\xA9 \0 b"s;
     CDeviceInfo record;
     record.setErrorMsg(value);
     EXPECT_EQ(record.getErrorMsg(), value);
 }
 
-TEST(DeviceInfo, PciNumbersOfZeroAreStoredAsOneZero) {
+TEST(DeviceInfo, StoresAPciNumberOfZeroAsOneZero) {
     CDeviceInfo record;
     record.setPCIInfo(0, 0, 0, 0);
     EXPECT_EQ(record.getPCIInfo().deviceID, "0");
@@ -150,7 +150,7 @@ TEST(DeviceInfo, PciNumbersOfZeroAreStoredAsOneZero) {
     EXPECT_EQ(record.getPCIInfo().subVendorID, "0");
 }
 
-TEST(DeviceInfo, PciNumbersAreLowerCaseHexadecimalWithoutPaddingOrPrefix) {
+TEST(DeviceInfo, StoresPciNumbersAsLowerCaseHexadecimalWithoutPaddingOrPrefix) {
     CDeviceInfo record;
     record.setPCIInfo(0xFFFF, 0x10B8, 0x00A5, 0x0010);
     EXPECT_EQ(record.getPCIInfo().deviceID, "ffff");
@@ -159,7 +159,7 @@ TEST(DeviceInfo, PciNumbersAreLowerCaseHexadecimalWithoutPaddingOrPrefix) {
     EXPECT_EQ(record.getPCIInfo().subVendorID, "10");
 }
 
-TEST(DeviceInfo, PciNumbersUseEveryHexadecimalDigit) {
+TEST(DeviceInfo, StoresPciNumbersWithEveryHexadecimalDigit) {
     CDeviceInfo record;
     record.setPCIInfo(0x1234, 0x5678, 0x9ABC, 0xDEF0);
     EXPECT_EQ(record.getPCIInfo().deviceID, "1234");
@@ -168,7 +168,7 @@ TEST(DeviceInfo, PciNumbersUseEveryHexadecimalDigit) {
     EXPECT_EQ(record.getPCIInfo().subVendorID, "def0");
 }
 
-TEST(DeviceInfo, PciNumbersReplaceTheWholeIdentity) {
+TEST(DeviceInfo, ReplacesTheWholeIdentityByPciNumbers) {
     CDeviceInfo record;
     record.setPCIInfo(SPCIInfo{"component", "a", "b", "c", "d", "marketing"});
     record.setPCIInfo(1, 2, 3, 4);
@@ -176,7 +176,7 @@ TEST(DeviceInfo, PciNumbersReplaceTheWholeIdentity) {
     EXPECT_EQ(record.getPCIInfo().marketingName, "");
 }
 
-TEST(DeviceInfo, PciNumbersAreLogged) {
+TEST(DeviceInfo, LogsPciNumbers) {
     const LogCapture log;
     CDeviceInfo record;
     record.setPCIInfo(0x10B8, 0x00A5, 0xFFFF, 0);
@@ -187,7 +187,7 @@ TEST(DeviceInfo, PciNumbersAreLogged) {
     EXPECT_EQ(log.lines().at(0).source, "DeviceInfo");
 }
 
-TEST(DeviceInfo, BdfNumbersAreLoggedAsRawBytes) {
+TEST(DeviceInfo, LogsBdfNumbersAsRawBytes) {
     const LogCapture log;
     CDeviceInfo record;
     record.setBDFInfo(0x41, 3, 0xE9);
@@ -196,14 +196,14 @@ TEST(DeviceInfo, BdfNumbersAreLoggedAsRawBytes) {
                                             "CNVMeAdapter::setBDFInfo() Function Number is  \xE9"));  //
 }
 
-TEST(DeviceInfo, BdfNumberZeroIsLoggedAsANulByte) {
+TEST(DeviceInfo, LogsBdfNumberZeroAsANulByte) {
     const LogCapture log;
     CDeviceInfo record;
     record.setBDFInfo(0, 'b', 'c');
     EXPECT_EQ(log.messages().at(0), std::string("CNVMeAdapter::setBDFInfo() Bus Number is  ") + '\0');
 }
 
-TEST(DeviceInfo, WholeIdentitiesAreCopiedWithoutLogging) {
+TEST(DeviceInfo, CopiesWholeIdentitiesWithoutLogging) {
     const LogCapture log;
     CDeviceInfo record;
     record.setPCIInfo(SPCIInfo{"1", "2", "3", "4", "5", "6"});
@@ -211,30 +211,30 @@ TEST(DeviceInfo, WholeIdentitiesAreCopiedWithoutLogging) {
     EXPECT_THAT(log.messages(), ElementsAre());
 }
 
-TEST(DeviceInfo, FilePathIsTheBaseUrlAndTheStoredPath) {
+TEST(DeviceInfo, ReturnsTheBaseUrlAndTheStoredPath) {
     CDeviceInfo record;
     record.setFilePath("FOLDER/1/fw.exe");
     EXPECT_EQ(record.getFilePath(), "http://downloads.example/FOLDER/1/fw.exe");
 }
 
-TEST(DeviceInfo, EmptyFilePathGivesTheBaseUrlAlone) {
+TEST(DeviceInfo, ReturnsTheBaseUrlAloneForAnEmptyPath) {
     EXPECT_EQ(CDeviceInfo().getFilePath(), "http://downloads.example/");
 }
 
-TEST(DeviceInfo, FilePathTurnsEveryBackslashAndTwiceGivesTheSame) {
+TEST(DeviceInfo, ReturnsTheSamePathTwiceWithEveryBackslashTurned) {
     CDeviceInfo record;
     record.setFilePath("a\\b\\c");
     EXPECT_EQ(record.getFilePath(), "http://downloads.example/a/b/c");
     EXPECT_EQ(record.getFilePath(), "http://downloads.example/a/b/c");
 }
 
-TEST(DeviceInfo, FilePathTurnsLeadingDoubledAndTrailingBackslashes) {
+TEST(DeviceInfo, TurnsLeadingDoubledAndTrailingBackslashes) {
     CDeviceInfo record;
     record.setFilePath("\\\\a/b\\");
     EXPECT_EQ(record.getFilePath(), "http://downloads.example///a/b/");
 }
 
-TEST(DeviceInfo, FilePathKeepsTheTurnedFormInTheRecord) {
+TEST(DeviceInfo, KeepsTheTurnedPathInTheRecord) {
     CDeviceInfo turned;
     turned.setFilePath("a\\b");
     CDeviceInfo untouched = turned;
@@ -260,7 +260,7 @@ TEST(DeviceInfoEquality, IsCaseSensitive) {
     EXPECT_FALSE(lower == upper);
 }
 
-TEST(DeviceInfoEquality, LooksBehindANulByte) {
+TEST(DeviceInfoEquality, ComparesBeyondANulByte) {
     CDeviceInfo one;
     one.setVersion(std::string("1\0a", 3));
     CDeviceInfo other;
@@ -321,7 +321,7 @@ const std::vector<Change> kChanges = {
 
 class DeviceInfoEqualityField : public ::testing::TestWithParam<Change> {};
 
-TEST_P(DeviceInfoEqualityField, IsComparedAsDocumented) {
+TEST_P(DeviceInfoEqualityField, ComparesTheFieldAsDocumented) {
     CDeviceInfo changed;
     GetParam().change(changed);
     const CDeviceInfo unchanged;

@@ -89,76 +89,76 @@ protected:
     LogCapture log_;
 };
 
-TEST_F(DeviceInventoryInfo, ADeviceWithAComponentIdIsANonPciDevice) {
+TEST_F(DeviceInventoryInfo, ReadsADeviceWithAComponentIdAsNonPci) {
     EXPECT_THAT(devicesIn(R"(<Device componentID="C1" display="QRX"><Application componentType="FRMW" )"
                           R"(version="1.40" display="other"/></Device>)"),
                 ElementsAre("2|C1|,,,|QRX|FRMW|1.40"));
 }
 
-TEST_F(DeviceInventoryInfo, ADeviceWithoutOneIsAPciDeviceWithItsIdsAsWritten) {
+TEST_F(DeviceInventoryInfo, ReadsADeviceWithoutAComponentIdAsPciWithItsIdsAsWritten) {
     EXPECT_THAT(
         devicesIn(R"(<Device vendorID="8" deviceID="9a" subVendorID="0xB" subDeviceID="00c" display="Card">)"
                   R"(<Application componentType="BIOS" version="2"/></Device>)"),
         ElementsAre("1||8,9a,0xB,00c|Card|BIOS|2"));
 }
 
-TEST_F(DeviceInventoryInfo, PciIdsBesideAComponentIdAreIgnored) {
+TEST_F(DeviceInventoryInfo, IgnoresPciIdsOfADeviceWithAComponentId) {
     EXPECT_THAT(
         devicesIn(R"(<Device componentID="C1" vendorID="8" deviceID="9" subVendorID="a" subDeviceID="b"/>)"),
         ElementsAre("2|C1|,,,|||"));
 }
 
-TEST_F(DeviceInventoryInfo, AnEmptyComponentIdCountsAsAbsent) {
+TEST_F(DeviceInventoryInfo, TreatsAnEmptyComponentIdAsAbsent) {
     EXPECT_THAT(devicesIn(R"(<Device componentID="" vendorID="8"/>)"), ElementsAre("1||8,,,|||"));
 }
 
-TEST_F(DeviceInventoryInfo, ADeviceWithoutAnythingIsAPciDeviceWithoutIds) {
+TEST_F(DeviceInventoryInfo, ReadsADeviceWithoutAttributesAsPciWithoutIds) {
     EXPECT_THAT(devicesIn("<Device/>"), ElementsAre("1||,,,|||"));
 }
 
-TEST_F(DeviceInventoryInfo, NothingCarriesOverFromOneDeviceToTheNext) {
+TEST_F(DeviceInventoryInfo, CarriesNothingOverFromOneDeviceToTheNext) {
     EXPECT_THAT(devicesIn(R"(<Device vendorID="1" deviceID="2" subVendorID="3" subDeviceID="4" display="A">)"
                           R"(<Application componentType="T" version="V"/></Device><Device vendorID="5"/>)"),
                 ElementsAre("1||1,2,3,4|A|T|V", "1||5,,,|||"));
 }
 
-TEST_F(DeviceInventoryInfo, OnlyTheFirstChildElementIsRead) {
+TEST_F(DeviceInventoryInfo, ReadsOnlyTheFirstChildElement) {
     EXPECT_THAT(
         devicesIn(R"(<Device componentID="1"><Other/><Application componentType="T" version="V"/></Device>)"
                   R"(<Device componentID="2"><Any componentType="T" version="V"/></Device>)"),
         ElementsAre("2|1|,,,|||", "2|2|,,,||T|V"));
 }
 
-TEST_F(DeviceInventoryInfo, AMissingVersionLeavesTheDefault) {
+TEST_F(DeviceInventoryInfo, KeepsTheDefaultForAMissingVersion) {
     EXPECT_THAT(devicesIn(R"(<Device componentID="1"><Application componentType="T"/></Device>)"
                           R"(<Device componentID="2"><Application version="V"/></Device>)"),
                 ElementsAre("2|1|,,,||T|", "2|2|,,,|||V"));
 }
 
-TEST_F(DeviceInventoryInfo, CommentsAndBlanksBeforeTheFirstChildElementAreSkipped) {
+TEST_F(DeviceInventoryInfo, SkipsCommentsAndBlanksBeforeTheFirstChildElement) {
     EXPECT_THAT(devicesIn("<Device componentID=\"1\">\n  <!-- c --><?p i?> text "
                           "<Application componentType=\"T\" version=\"V\"/></Device>"),
                 ElementsAre("2|1|,,,||T|V"));
 }
 
-TEST_F(DeviceInventoryInfo, DevicesMayLieDeeper) {
+TEST_F(DeviceInventoryInfo, FindsDevicesAtAnyDepth) {
     EXPECT_THAT(devicesIn(R"(<Group><Device componentID="1"><Device componentID="2"/></Device></Group>)"),
                 ElementsAre("2|1|,,,|||", "2|2|,,,|||"));
 }
 
-TEST_F(DeviceInventoryInfo, DevicesOfAnotherRootAreNotRead) {
+TEST_F(DeviceInventoryInfo, IgnoresDevicesOfAnotherRoot) {
     setResult(R"(<SVMExecution><Device componentID="1"/></SVMExecution>)");
     EXPECT_THAT(records(), IsEmpty());
 }
 
-TEST_F(DeviceInventoryInfo, WithoutAFailureTheStatusStaysAtItsDefault) {
+TEST_F(DeviceInventoryInfo, KeepsTheDefaultStatusWithoutAFailure) {
     EXPECT_THAT(
         outcomesIn(
             R"(<Device componentID="1"/><SPStatus result="true"><Message id="0">fine</Message></SPStatus>)"),
         ElementsAre("-1|"));
 }
 
-TEST_F(DeviceInventoryInfo, AFailureGoesToEveryRecord) {
+TEST_F(DeviceInventoryInfo, PutsAFailureOnEveryRecord) {
     EXPECT_THAT(
         outcomesIn(
             R"(<Device componentID="1"/><SPStatus result="false"><Message id="1">bad</Message></SPStatus>)"
@@ -166,7 +166,7 @@ TEST_F(DeviceInventoryInfo, AFailureGoesToEveryRecord) {
         ElementsAre("1|bad", "1|bad"));
 }
 
-TEST_F(DeviceInventoryInfo, AFailureWithoutDevicesIsOneRecord) {
+TEST_F(DeviceInventoryInfo, ReturnsOneRecordForAFailureWithoutDevices) {
     setInventory(R"(<SPStatus result="FALSE">The inventory failed</SPStatus>)");
     const auto found = records();
     ASSERT_EQ(found.size(), 1U);
@@ -176,17 +176,17 @@ TEST_F(DeviceInventoryInfo, AFailureWithoutDevicesIsOneRecord) {
     EXPECT_THAT(log_.messages(), ElementsAre(kStart, kEmpty, kNoDevices, kStart, kEnd, kGotMessage));
 }
 
-TEST_F(DeviceInventoryInfo, AFailureWithoutATextHasAnEmptyMessage) {
+TEST_F(DeviceInventoryInfo, ReturnsAnEmptyMessageForAFailureWithoutAText) {
     EXPECT_THAT(outcomesIn(R"(<SPStatus result="false"/>)"), ElementsAre("1|"));
     EXPECT_THAT(log_.messages(), ElementsAre(kStart, kEmpty, kNoDevices, kStart, kEnd));
 }
 
-TEST_F(DeviceInventoryInfo, NeitherDevicesNorAFailureIsAnEmptyList) {
+TEST_F(DeviceInventoryInfo, ReturnsAnEmptyListWithoutDevicesOrAFailure) {
     EXPECT_THAT(outcomesIn(""), IsEmpty());
     EXPECT_THAT(log_.messages(), ElementsAre(kStart, kEmpty, kNoDevices, kStart, kEmpty, kNoStatus));
 }
 
-TEST_F(DeviceInventoryInfo, EachRecordAsksForTheStatus) {
+TEST_F(DeviceInventoryInfo, LogsTheStatusQuestionForEachRecord) {
     setInventory(R"(<Device componentID="1"/><Device componentID="2"/>)");
     EXPECT_EQ(records().size(), 2U);
     EXPECT_THAT(log_.messages(), ElementsAre(kStart, kEnd,               // the devices
@@ -197,7 +197,7 @@ TEST_F(DeviceInventoryInfo, EachRecordAsksForTheStatus) {
     }
 }
 
-TEST_F(DeviceInventoryInfo, EachRecordIsToldOfTheFailure) {
+TEST_F(DeviceInventoryInfo, LogsTheFailureForEachRecord) {
     setInventory(
         R"(<Device componentID="1"/><Device componentID="2"/><SPStatus result="false">m</SPStatus>)");
     EXPECT_EQ(records().size(), 2U);
@@ -205,7 +205,7 @@ TEST_F(DeviceInventoryInfo, EachRecordIsToldOfTheFailure) {
                 ElementsAre(kStart, kEnd, kStart, kEnd, kGotMessage, kStart, kEnd, kGotMessage));
 }
 
-TEST_F(DeviceInventoryInfo, EachRecordIsToldOfASuccess) {
+TEST_F(DeviceInventoryInfo, LogsASuccessForEachRecord) {
     setInventory(R"(<Device componentID="1"><Application><SPStatus result="true"/></Application></Device>)");
     EXPECT_EQ(records().size(), 1U);
     EXPECT_THAT(log_.messages(), ElementsAre(kStart, kEnd, kStart, kEnd));
@@ -213,31 +213,31 @@ TEST_F(DeviceInventoryInfo, EachRecordIsToldOfASuccess) {
 
 // The file.
 
-TEST_F(DeviceInventoryInfo, AnEmptyPathIsLogged) {
+TEST_F(DeviceInventoryInfo, LogsAnEmptyPath) {
     CDeviceInventoryInfo reader("");
     EXPECT_THAT(reader.GetDeviceInfo(), IsEmpty());
     EXPECT_THAT(log_.messages(), ElementsAre("Inventory file path is empty "));
 }
 
-TEST_F(DeviceInventoryInfo, AMissingFileIsLogged) {
+TEST_F(DeviceInventoryInfo, LogsAMissingFile) {
     EXPECT_THAT(reader_.GetDeviceInfo(), IsEmpty());
     EXPECT_THAT(log_.messages(), ElementsAre("CDeviceInventoryInfo::GetDeviceInfo() Document " +
                                              file_.string() + "  parsing failed "));
 }
 
-TEST_F(DeviceInventoryInfo, AMalformedFileIsLogged) {
+TEST_F(DeviceInventoryInfo, LogsAMalformedFile) {
     setResult("<SVMInventory>");
     EXPECT_THAT(reader_.GetDeviceInfo(), IsEmpty());
     EXPECT_THAT(log_.messages(), ElementsAre("CDeviceInventoryInfo::GetDeviceInfo() Document " +
                                              file_.string() + "  parsing failed "));
 }
 
-TEST_F(DeviceInventoryInfo, EachCallReadsTheFileAgain) {
+TEST_F(DeviceInventoryInfo, ReadsTheFileAgainForEachCall) {
     EXPECT_THAT(devicesIn(R"(<Device componentID="1"/>)"), ElementsAre("2|1|,,,|||"));
     EXPECT_THAT(devicesIn(R"(<Device componentID="2"/>)"), ElementsAre("2|2|,,,|||"));
 }
 
-TEST_F(DeviceInventoryInfo, AReportOfTheProgramReadsBack) {
+TEST_F(DeviceInventoryInfo, ReadsAReportOfTheProgram) {
     CDeviceInfo failed;
     failed.setErrorMsg("Shared component update is disabled");
     failed.setStatus(1);
@@ -279,11 +279,11 @@ TEST_F(DeviceInventoryInfo, ReadsTheMessageOfAnIndentedResult) {
 
 // The status of the inventory.
 
-TEST_F(DeviceInventoryInfo, WithoutAStatusElementThereIsNoFailure) {
+TEST_F(DeviceInventoryInfo, ReportsNoFailureWithoutAStatusElement) {
     EXPECT_EQ(statusIn(R"(<Device componentID="1"/>)"), "no failure, untouched");
 }
 
-TEST_F(DeviceInventoryInfo, BeforeTheFileIsReadThereIsNoFailure) {
+TEST_F(DeviceInventoryInfo, ReportsNoFailureBeforeTheFileIsRead) {
     setInventory(R"(<SPStatus result="false">m</SPStatus>)");
     std::string message = kUntouched;
     EXPECT_TRUE(reader_.GetInventoryStatus(message));
@@ -291,7 +291,7 @@ TEST_F(DeviceInventoryInfo, BeforeTheFileIsReadThereIsNoFailure) {
     EXPECT_THAT(log_.messages(), ElementsAre(kStart, kEmpty, kNoStatus));
 }
 
-TEST_F(DeviceInventoryInfo, TheFirstStatusThatSaysFalseDecides) {
+TEST_F(DeviceInventoryInfo, ReportsTheFirstFailedStatus) {
     EXPECT_EQ(
         statusIn(
             R"(<SPStatus result="true">a</SPStatus><SPStatus>b</SPStatus><SPStatus result="">c</SPStatus>)"
@@ -300,7 +300,7 @@ TEST_F(DeviceInventoryInfo, TheFirstStatusThatSaysFalseDecides) {
         "d");
 }
 
-TEST_F(DeviceInventoryInfo, AStatusOfADeviceOrOfTheInventoryCountsAnyOtherDoesNot) {
+TEST_F(DeviceInventoryInfo, CountsOnlyAStatusOfADeviceOrOfTheInventory) {
     EXPECT_EQ(statusIn(R"(<SPStatus result="false">inventory</SPStatus>)"), "inventory");
     EXPECT_EQ(
         statusIn(R"(<Device><Application><SPStatus result="false">device</SPStatus></Application></Device>)"),
@@ -315,7 +315,7 @@ TEST_F(DeviceInventoryInfo, AStatusOfADeviceOrOfTheInventoryCountsAnyOtherDoesNo
     EXPECT_EQ(statusIn(R"(<SPStatus result="falsehood">x</SPStatus>)"), "no failure, untouched");
 }
 
-TEST_F(DeviceInventoryInfo, TheMessageIsTheWholeTextOfTheFirstChild) {
+TEST_F(DeviceInventoryInfo, ReturnsTheWholeTextOfTheFirstChildAsMessage) {
     EXPECT_EQ(
         statusIn(R"(<SPStatus result="false"><Message id="1">a <b>b</b> &amp; c</Message>d</SPStatus>)"),
         "a b & c");
@@ -326,7 +326,7 @@ TEST_F(DeviceInventoryInfo, TheMessageIsTheWholeTextOfTheFirstChild) {
               kUntouched);
 }
 
-TEST_F(DeviceInventoryInfo, AFailureWithoutATextLeavesTheMessage) {
+TEST_F(DeviceInventoryInfo, KeepsTheMessageForAFailureWithoutAText) {
     setInventory(R"(<SPStatus result="false"/><SPStatus result="false">second</SPStatus>)");
     records();
     const LogCapture log;
@@ -336,7 +336,7 @@ TEST_F(DeviceInventoryInfo, AFailureWithoutATextLeavesTheMessage) {
     EXPECT_THAT(log.messages(), ElementsAre(kStart, kEnd));
 }
 
-TEST_F(DeviceInventoryInfo, AFailureWithATextIsLogged) {
+TEST_F(DeviceInventoryInfo, LogsAFailureWithAText) {
     setInventory(R"(<SPStatus result="false">m</SPStatus>)");
     records();
     const LogCapture log;
@@ -348,7 +348,7 @@ TEST_F(DeviceInventoryInfo, AFailureWithATextIsLogged) {
 
 // Node sets and attributes.
 
-TEST_F(DeviceInventoryInfo, ANodeSetHoldsWhatTheExpressionSelects) {
+TEST_F(DeviceInventoryInfo, ReturnsTheNodesOfAnExpression) {
     setInventory("<Device/><Device/>");
     records();
     const LogCapture log;
@@ -358,13 +358,13 @@ TEST_F(DeviceInventoryInfo, ANodeSetHoldsWhatTheExpressionSelects) {
     EXPECT_THAT(log.messages(), ElementsAre(kStart, kEnd));
 }
 
-TEST_F(DeviceInventoryInfo, AnExpressionThatIsNoneIsAnError) {
+TEST_F(DeviceInventoryInfo, RefusesABrokenExpression) {
     EXPECT_THAT(reader_.GetNodeSet("//["), IsNull());
     EXPECT_THAT(log_.messages(),
                 ElementsAre(kStart, "CDeviceInventoryInfo::GetNodeSet() Error in xmlXPathEvalExpression"));
 }
 
-TEST_F(DeviceInventoryInfo, WithoutAContextThereAreNoNodes) {
+TEST_F(DeviceInventoryInfo, ReturnsNoNodesWithoutAContext) {
     setInventory(R"(<Device componentID="1"/><SPStatus result="false">m</SPStatus>)");
     const FailingXPathContext failing;
     EXPECT_THAT(reader_.GetDeviceInfo(), IsEmpty());
@@ -372,7 +372,7 @@ TEST_F(DeviceInventoryInfo, WithoutAContextThereAreNoNodes) {
     EXPECT_THAT(log_.messages(), ElementsAre(kStart, kNoContext, kNoDevices, kStart, kNoContext, kNoStatus));
 }
 
-TEST_F(DeviceInventoryInfo, AnAttributeIsItsTextOrNull) {
+TEST_F(DeviceInventoryInfo, ReturnsTheTextOfAnAttributeOrNull) {
     setInventory(R"(<Device display="d" version=""/>)");
     records();
     const XPathObjectPtr devices = reader_.GetNodeSet("//Device");
@@ -385,7 +385,7 @@ TEST_F(DeviceInventoryInfo, AnAttributeIsItsTextOrNull) {
     EXPECT_THAT(log.messages(), IsEmpty());
 }
 
-TEST_F(DeviceInventoryInfo, AnAttributeOfNothingIsLogged) {
+TEST_F(DeviceInventoryInfo, LogsAnAttributeOfNull) {
     setInventory("<Device/>");
     records();
     const XPathObjectPtr devices = reader_.GetNodeSet("//Device");

@@ -21,17 +21,17 @@ protected:
     }
 };
 
-TEST_F(InventoryXMLWriter, WithoutDevicesTheRootIsEmpty) {
+TEST_F(InventoryXMLWriter, WritesAnEmptyRootWithoutDevices) {
     EXPECT_EQ(reportOf({}), kNoDevices);
 }
 
-TEST_F(InventoryXMLWriter, ANonPciDevice) {
+TEST_F(InventoryXMLWriter, WritesANonPciDevice) {
     EXPECT_EQ(contentOf({controller()}),
               R"(<Device  componentID="C" display="D" enum = "E"><Application componentType="T" version="V" )"
               R"(display="N"/></Device>)");
 }
 
-TEST_F(InventoryXMLWriter, ANonPciDeviceWithoutAnEnumeratorKeepsTheBlank) {
+TEST_F(InventoryXMLWriter, KeepsTheBlankOfANonPciDeviceWithoutAnEnumerator) {
     CDeviceInfo device = controller();
     device.setEnumId("");
     EXPECT_EQ(
@@ -39,14 +39,14 @@ TEST_F(InventoryXMLWriter, ANonPciDeviceWithoutAnEnumeratorKeepsTheBlank) {
         R"(<Device  componentID="C" display="D" ><Application componentType="T" version="V" display="N"/></Device>)");
 }
 
-TEST_F(InventoryXMLWriter, APciDeviceHasDoubleBlanks) {
+TEST_F(InventoryXMLWriter, WritesAPciDeviceWithDoubleBlanks) {
     EXPECT_EQ(
         contentOf({card()}),
         R"(<Device  vendorID="v" deviceID="d" subVendorID="sv" subDeviceID="sd"  display="D" enum = "E">)"
         R"(<Application componentType="T"  version="V"  display="N"/></Device>)");
 }
 
-TEST_F(InventoryXMLWriter, APciDeviceWithoutAnEnumeratorKeepsTheBlank) {
+TEST_F(InventoryXMLWriter, KeepsTheBlankOfAPciDeviceWithoutAnEnumerator) {
     CDeviceInfo device = card();
     device.setEnumId("");
     EXPECT_EQ(contentOf({device}),
@@ -54,7 +54,7 @@ TEST_F(InventoryXMLWriter, APciDeviceWithoutAnEnumeratorKeepsTheBlank) {
               R"(<Application componentType="T"  version="V"  display="N"/></Device>)");
 }
 
-TEST_F(InventoryXMLWriter, TheEnumeratorDoesNotCarryOver) {
+TEST_F(InventoryXMLWriter, CarriesNoEnumeratorOver) {
     CDeviceInfo device = controller();
     device.setEnumId("");
     EXPECT_EQ(
@@ -64,30 +64,30 @@ TEST_F(InventoryXMLWriter, TheEnumeratorDoesNotCarryOver) {
         R"(<Device  componentID="C" display="D" ><Application componentType="T" version="V" display="N"/></Device>)");
 }
 
-TEST_F(InventoryXMLWriter, AFailedDeviceIsAStatusWithoutADevice) {
+TEST_F(InventoryXMLWriter, WritesAFailedDeviceAsAStatusAlone) {
     constexpr const char* kFailure = R"(<SPStatus result = "false" ><Message id="5" >M</Message></SPStatus>)";
     EXPECT_EQ(contentOf({failed(controller())}), kFailure);
     EXPECT_EQ(contentOf({failed(card())}), kFailure);
     EXPECT_EQ(contentOf({failed(ofUnknownType())}), kFailure);
 }
 
-TEST_F(InventoryXMLWriter, ANewRecordCountsAsFailed) {
+TEST_F(InventoryXMLWriter, WritesANewRecordAsFailed) {
     EXPECT_EQ(contentOf({CDeviceInfo()}),
               R"(<SPStatus result = "false" ><Message id="0" ></Message></SPStatus>)");
 }
 
-TEST_F(InventoryXMLWriter, ANegativeMessageIdKeepsItsSign) {
+TEST_F(InventoryXMLWriter, KeepsTheSignOfAMessageId) {
     CDeviceInfo device = failed(controller());
     device.setMessageID(-12);
     EXPECT_EQ(contentOf({device}),
               R"(<SPStatus result = "false" ><Message id="-12" >M</Message></SPStatus>)");
 }
 
-TEST_F(InventoryXMLWriter, ASuccessOfNoKnownTypeIsLeftOut) {
+TEST_F(InventoryXMLWriter, OmitsASuccessOfUnknownType) {
     EXPECT_EQ(contentOf({ofUnknownType()}), "");
 }
 
-TEST_F(InventoryXMLWriter, DevicesComeInTheOrderOfTheList) {
+TEST_F(InventoryXMLWriter, KeepsTheOrderOfTheList) {
     CDeviceInfo first = controller();
     first.setComponentID("1");
     first.setEnumId("");
@@ -99,7 +99,7 @@ TEST_F(InventoryXMLWriter, DevicesComeInTheOrderOfTheList) {
         R"(<Application componentType="T"  version="V"  display="N"/></Device>)");
 }
 
-TEST_F(InventoryXMLWriter, ValuesAreNotEscaped) {
+TEST_F(InventoryXMLWriter, WritesValuesUnescaped) {
     EXPECT_EQ(contentOf({failed(withRawValues(controller()))}),
               "<SPStatus result = \"false\" ><Message id=\"5\" >&<\"M</Message></SPStatus>");
     EXPECT_EQ(contentOf({withRawValues(controller())}),
@@ -114,18 +114,18 @@ TEST_F(InventoryXMLWriter, ValuesAreNotEscaped) {
 
 // The file.
 
-TEST_F(InventoryXMLWriter, AnExistingFileIsEmptied) {
+TEST_F(InventoryXMLWriter, EmptiesAnExistingFile) {
     writeFile(file_, std::string(4096, 'x'));
     EXPECT_EQ(reportOf({}), kNoDevices);
 }
 
-TEST_F(InventoryXMLWriter, TheFileIsCompleteWhenTheCallReturns) {
+TEST_F(InventoryXMLWriter, CompletesTheFileBeforeItReturns) {
     CInventoryXMLWriter writer;
     EXPECT_TRUE(writer.GetXML({}, file_.string()));
     EXPECT_EQ(readFile(file_), kNoDevices);
 }
 
-TEST_F(InventoryXMLWriter, OneWriterMayWriteSeveralFiles) {
+TEST_F(InventoryXMLWriter, WritesSeveralFiles) {
     CInventoryXMLWriter writer;
     EXPECT_TRUE(writer.GetXML({}, file_.string()));
     EXPECT_TRUE(writer.GetXML({}, (folder_ / "second.xml").string()));
@@ -133,7 +133,7 @@ TEST_F(InventoryXMLWriter, OneWriterMayWriteSeveralFiles) {
     EXPECT_EQ(readFile(folder_ / "second.xml"), kNoDevices);
 }
 
-TEST_F(InventoryXMLWriter, WithoutAFileNameNoFileIsWrittenAndNoOpeningIsLogged) {
+TEST_F(InventoryXMLWriter, WritesAndLogsNoFileWithoutAName) {
     const WorkingDirectory here(folder_.path());
     {
         CInventoryXMLWriter writer;
@@ -151,7 +151,7 @@ TEST_F(InventoryXMLWriter, WithoutAFileNameNoFileIsWrittenAndNoOpeningIsLogged) 
     EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
 }
 
-TEST_F(InventoryXMLWriter, AFileThatCannotBeOpenedIsNotReportedButLoggedAsOpened) {
+TEST_F(InventoryXMLWriter, LogsAFileThatCannotBeOpenedAsOpened) {
     CInventoryXMLWriter writer;
     log_.emplace();
     EXPECT_TRUE(writer.GetXML({}, (folder_ / "no folder/report.xml").string()));
@@ -166,14 +166,14 @@ TEST_F(InventoryXMLWriter, AFileThatCannotBeOpenedIsNotReportedButLoggedAsOpened
                             "CInventoryXMLWriter::GetXML() Exiting"));
 }
 
-TEST_F(InventoryXMLWriter, AReportThatWasNotWrittenGoesBeforeTheNext) {
+TEST_F(InventoryXMLWriter, WritesAnUnwrittenReportBeforeTheNext) {
     CInventoryXMLWriter writer;
     EXPECT_TRUE(writer.GetXML({}, ""));
     EXPECT_TRUE(writer.GetXML({}, file_.string()));
     EXPECT_EQ(readFile(file_), std::string(kNoDevices) + kNoDevices);
 }
 
-TEST_F(InventoryXMLWriter, AnExceptionWhileOpeningIsLoggedAndFails) {
+TEST_F(InventoryXMLWriter, LogsAnExceptionWhileOpeningAndFails) {
     CInventoryXMLWriter writer;
     log_.emplace();
     {
@@ -187,7 +187,7 @@ TEST_F(InventoryXMLWriter, AnExceptionWhileOpeningIsLoggedAndFails) {
                     "CInventoryXMLWriter::GetXML() exception caught during file opening std::bad_alloc"));
 }
 
-TEST_F(InventoryXMLWriter, AnExceptionWhileWritingIsLoggedUnderAnotherNameAndGoesNoFurther) {
+TEST_F(InventoryXMLWriter, LogsAnExceptionWhileWritingUnderAnotherNameAndContainsIt) {
     CDeviceInfo device = failed(controller());
     device.setErrorMsg(std::string(5000, 'x'));
     const std::size_t textSize = reportOf({device}).size() + 1;
@@ -240,7 +240,7 @@ TEST_F(InventoryXMLWriter, LogsEachStep) {
     }
 }
 
-TEST_F(InventoryXMLWriter, PrintWithoutAFileKeepsTheText) {
+TEST_F(InventoryXMLWriter, KeepsTheTextIfPrintHasNoFile) {
     CInventoryXMLWriter writer;
     writer.addInventoryFooter();
     writer.print();
@@ -248,7 +248,7 @@ TEST_F(InventoryXMLWriter, PrintWithoutAFileKeepsTheText) {
     EXPECT_EQ(readFile(file_), std::string("</SVMInventory>") + kNoDevices);
 }
 
-TEST_F(InventoryXMLWriter, EachPieceIsAddedByItsOwnCall) {
+TEST_F(InventoryXMLWriter, AddsEachPieceByItsOwnCall) {
     CInventoryXMLWriter writer;
     writer.addInventoryHeader();
     writer.addXMLHeader();

@@ -13,7 +13,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-class PlatformMarker : public ::testing::Test {
+class LinuxImplMarker : public ::testing::Test {
 protected:
     /** Runs `body` in the folder. */
     template <typename Body>
@@ -41,13 +41,13 @@ protected:
     TempDir folder_;
 };
 
-TEST_F(PlatformMarker, OpensTheLogAfterItsOwnExistenceCheck) {
+TEST_F(LinuxImplMarker, OpensTheLogAfterItsOwnExistenceCheck) {
     writeFile(folder_ / "enabledebug.txt", "");
     run([] { const CLinuxImpl platform; });
     EXPECT_EQ(readFile(folder_ / "baseutils_DBG.log"), "");
 }
 
-TEST_F(PlatformMarker, LetsTheNextLinesIntoTheLog) {
+TEST_F(LinuxImplMarker, LetsTheNextLinesIntoTheLog) {
     writeFile(folder_ / "enabledebug.txt", "");
     run([] {
         CLinuxImpl platform;
@@ -56,7 +56,7 @@ TEST_F(PlatformMarker, LetsTheNextLinesIntoTheLog) {
     EXPECT_THAT(messagesOf("baseutils_DBG.log"), ElementsAre(check("x") + " doesnt exist"));
 }
 
-TEST_F(PlatformMarker, AbsentLeavesTheLogOff) {
+TEST_F(LinuxImplMarker, LeavesTheLogOffWithoutTheMarker) {
     run([] {
         CLinuxImpl platform;
         platform.IsFileExits("x");
@@ -64,7 +64,7 @@ TEST_F(PlatformMarker, AbsentLeavesTheLogOff) {
     EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
 }
 
-TEST_F(PlatformMarker, SilencesAnOpenLogAfterTheExistenceCheck) {
+TEST_F(LinuxImplMarker, SilencesAnOpenLogAfterTheExistenceCheck) {
     writeFile(folder_ / "enabledebug.txt", "");
     run([] {
         CLogger::GetInstance()->Initialize("mine.log");
@@ -75,7 +75,7 @@ TEST_F(PlatformMarker, SilencesAnOpenLogAfterTheExistenceCheck) {
     EXPECT_FALSE(std::filesystem::exists(folder_ / "baseutils_DBG.log"));
 }
 
-TEST_F(PlatformMarker, IsLookedForInTheWorkingDirectory) {
+TEST_F(LinuxImplMarker, LooksInTheWorkingDirectory) {
     std::filesystem::create_directory(folder_ / "below");
     writeFile(folder_ / "enabledebug.txt", "");
     run([] {

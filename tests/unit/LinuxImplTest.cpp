@@ -65,16 +65,16 @@ protected:
     LogCapture log_;
 };
 
-TEST_F(LinuxImpl, CurrentDirectoryEndsInASlash) {
+TEST_F(LinuxImpl, ReturnsTheCurrentDirectoryWithASlash) {
     EXPECT_EQ(platform_.getCurrentDirectory(), folder_.text() + "/");
 }
 
-TEST_F(LinuxImpl, CurrentDirectoryOfTheRootHasTwoSlashes) {
+TEST_F(LinuxImpl, ReturnsTwoSlashesForTheRoot) {
     const WorkingDirectory root("/");
     EXPECT_EQ(platform_.getCurrentDirectory(), "//");
 }
 
-TEST_F(LinuxImpl, CurrentDirectoryThatIsGoneIsASlash) {
+TEST_F(LinuxImpl, ReturnsASlashForACurrentDirectoryThatIsGone) {
     const Outcome outcome = runInChild([this] {
         const auto gone = folder_ / "gone";
         std::filesystem::create_directory(gone);
@@ -85,13 +85,13 @@ TEST_F(LinuxImpl, CurrentDirectoryThatIsGoneIsASlash) {
     EXPECT_EQ(outcome.exitStatus, 0);
 }
 
-TEST_F(LinuxImpl, ProcessDirectoryIsTheExecutablesWithASlash) {
+TEST_F(LinuxImpl, ReturnsTheExecutablesFolderWithASlash) {
     const std::filesystem::path executable = std::filesystem::canonical("/proc/self/exe");
     EXPECT_EQ(platform_.getCurrentProcessDirectory(), executable.parent_path().string() + "/");
     EXPECT_THAT(log_.messages(), IsEmpty());
 }
 
-TEST_F(LinuxImpl, ProcessDirectoryWithoutTheLinkIsTheWorkingDirectoryWithoutASlash) {
+TEST_F(LinuxImpl, ReturnsTheWorkingDirectoryWithoutTheExecutablesLink) {
     readlinkFails = true;
     const std::string directory = platform_.getCurrentProcessDirectory();
     readlinkFails = false;
@@ -100,7 +100,7 @@ TEST_F(LinuxImpl, ProcessDirectoryWithoutTheLinkIsTheWorkingDirectoryWithoutASla
     EXPECT_EQ(log_.lines().at(0).source, "LinuxImpl");
 }
 
-TEST_F(LinuxImpl, ProcessDirectoryOfAnEmptyLinkIsTheWorkingDirectoryWithoutASlash) {
+TEST_F(LinuxImpl, ReturnsTheWorkingDirectoryForAnEmptyLink) {
     readlinkFindsNothing = true;
     const std::string directory = platform_.getCurrentProcessDirectory();
     readlinkFindsNothing = false;
@@ -108,20 +108,20 @@ TEST_F(LinuxImpl, ProcessDirectoryOfAnEmptyLinkIsTheWorkingDirectoryWithoutASlas
     EXPECT_THAT(log_.messages(), ElementsAre("CLinuxImpl::getCurrentProcessDirectory() failed via readlink"));
 }
 
-TEST_F(LinuxImpl, SetCurrentDirectoryGoesThere) {
+TEST_F(LinuxImpl, ChangesTheCurrentDirectory) {
     const TempDir other;
     EXPECT_TRUE(platform_.setCurrentDirectory(other.path().string()));
     EXPECT_EQ(std::filesystem::current_path(), other.path());
 }
 
-TEST_F(LinuxImpl, SetCurrentDirectoryIsTrueWhereItCannotGo) {
+TEST_F(LinuxImpl, ReturnsTrueForADirectoryItCannotEnter) {
     EXPECT_TRUE(platform_.setCurrentDirectory((folder_ / "missing").string()));
     EXPECT_TRUE(platform_.setCurrentDirectory(""));
     EXPECT_EQ(std::filesystem::current_path(), folder_.text());
     EXPECT_THAT(log_.messages(), IsEmpty());
 }
 
-TEST_F(LinuxImpl, FileExistsBelowTheWorkingDirectory) {
+TEST_F(LinuxImpl, FindsAFileBelowTheWorkingDirectory) {
     writeFile(folder_ / "x", "");
     EXPECT_TRUE(platform_.IsFileExits("x"));
     EXPECT_FALSE(platform_.IsFileExits("y"));
@@ -129,14 +129,14 @@ TEST_F(LinuxImpl, FileExistsBelowTheWorkingDirectory) {
                 ElementsAre(exists(folder_.text() + "/x"), doesNotExist(folder_.text() + "/y")));
 }
 
-TEST_F(LinuxImpl, AbsoluteNameIsStillPutBehindTheWorkingDirectory) {
+TEST_F(LinuxImpl, AppendsAnAbsoluteNameToTheWorkingDirectory) {
     const std::string absolute = (folder_ / "x").string();
     writeFile(absolute, "");
     EXPECT_FALSE(platform_.IsFileExits(absolute));
     EXPECT_THAT(log_.messages(), ElementsAre(doesNotExist(folder_.text() + "/" + absolute)));
 }
 
-TEST_F(LinuxImpl, FileExistsAtThePathAsGiven) {
+TEST_F(LinuxImpl, FindsAFileAtThePathAsGiven) {
     writeFile(folder_ / "x", "");
     EXPECT_TRUE(platform_.IsFileExistsAbs((folder_ / "x").string()));
     EXPECT_TRUE(platform_.IsFileExistsAbs("x"));
@@ -146,19 +146,19 @@ TEST_F(LinuxImpl, FileExistsAtThePathAsGiven) {
                                              doesNotExist(folder_.text() + "/y")));
 }
 
-TEST_F(LinuxImpl, FolderCountsAsExistingWhereTheStreamOpensIt) {
+TEST_F(LinuxImpl, TakesAFolderForAnExistingFile) {
     std::filesystem::create_directory(folder_ / "below");
     EXPECT_TRUE(platform_.IsFileExits("below"));
     EXPECT_TRUE(platform_.IsFileExistsAbs(folder_.text()));
     EXPECT_TRUE(platform_.IsFileExits(""));
 }
 
-TEST_F(LinuxImpl, DanglingLinkDoesNotExist) {
+TEST_F(LinuxImpl, RejectsADanglingLink) {
     std::filesystem::create_symlink("nowhere", folder_ / "link");
     EXPECT_FALSE(platform_.IsFileExits("link"));
 }
 
-TEST_F(LinuxImpl, FileThatCannotBeReadIsAbsent) {
+TEST_F(LinuxImpl, TreatsAnUnreadableFileAsAbsent) {
     constexpr uid_t kNobody = 65534;
     writeFile(folder_ / "secret", "");
     chmod((folder_ / "secret").c_str(), 0000);
@@ -176,7 +176,7 @@ TEST_F(LinuxImpl, FileThatCannotBeReadIsAbsent) {
                                              doesNotExist(folder_.text() + "/secret")));
 }
 
-TEST_F(LinuxImpl, FifoWaitsForItsOtherEnd) {
+TEST_F(LinuxImpl, WaitsForTheOtherEndOfAFifo) {
     const std::string fifo = (folder_ / "fifo").string();
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     bool exists = false;
@@ -188,48 +188,48 @@ TEST_F(LinuxImpl, FifoWaitsForItsOtherEnd) {
     EXPECT_TRUE(exists);
 }
 
-TEST_F(LinuxImpl, BareNameGoesStraightToTheLoader) {
+TEST_F(LinuxImpl, PassesABareNameStraightToTheLoader) {
     void* const handle = platform_.LoadLibrary("libm.so.6");
     EXPECT_THAT(handle, NotNull());
     EXPECT_THAT(log_.messages(), IsEmpty());
     platform_.FreeLibrary(handle);
 }
 
-TEST_F(LinuxImpl, BareNameOfAFileInTheWorkingDirectoryIsNotLoadedFromThere) {
+TEST_F(LinuxImpl, LoadsNoBareNameFromTheWorkingDirectory) {
     writeFile(folder_ / "libnowhere-at-all.so", "");
     EXPECT_THAT(platform_.LoadLibrary("libnowhere-at-all.so"), IsNull());
     EXPECT_THAT(log_.messages(), IsEmpty());
 }
 
-TEST_F(LinuxImpl, LoaderFailureIsNotLoggedAndItsErrorIsLeftToTheCaller) {
+TEST_F(LinuxImpl, LeavesALoaderErrorToTheCaller) {
     dlerror();
     EXPECT_THAT(platform_.LoadLibrary("libnowhere-at-all.so"), IsNull());
     EXPECT_THAT(dlerror(), NotNull());
     EXPECT_THAT(log_.messages(), IsEmpty());
 }
 
-TEST_F(LinuxImpl, MissingPathIsNotHandedToTheLoader) {
+TEST_F(LinuxImpl, KeepsAMissingPathFromTheLoader) {
     dlerror();
     EXPECT_THAT(platform_.LoadLibrary("/nowhere/libx.so"), IsNull());
     EXPECT_THAT(dlerror(), IsNull()) << "the loader was asked";
     EXPECT_THAT(log_.messages(), ElementsAre(doesNotExist("/nowhere/libx.so")));
 }
 
-TEST_F(LinuxImpl, RelativePathIsTestedAsGiven) {
+TEST_F(LinuxImpl, TestsARelativePathAsGiven) {
     dlerror();
     EXPECT_THAT(platform_.LoadLibrary("./libx.so"), IsNull());
     EXPECT_THAT(dlerror(), IsNull()) << "the loader was asked";
     EXPECT_THAT(log_.messages(), ElementsAre(doesNotExist("./libx.so")));
 }
 
-TEST_F(LinuxImpl, PathOfAFileThatIsNoLibraryIsNull) {
+TEST_F(LinuxImpl, ReturnsNullForAFileThatIsNotALibrary) {
     const std::string path = (folder_ / "libx.so").string();
     writeFile(path, "no library");
     EXPECT_THAT(platform_.LoadLibrary(path), IsNull());
     EXPECT_THAT(log_.messages(), ElementsAre(exists(path)));
 }
 
-TEST_F(LinuxImpl, PathOfALibraryLoadsIt) {
+TEST_F(LinuxImpl, LoadsALibraryByPath) {
     void* const handle = platform_.LoadLibrary(QRX_LOADABLE_LIBRARY);
     ASSERT_THAT(handle, NotNull());
     EXPECT_THAT(log_.messages(), ElementsAre(exists(QRX_LOADABLE_LIBRARY)));
@@ -239,48 +239,48 @@ TEST_F(LinuxImpl, PathOfALibraryLoadsIt) {
     platform_.FreeLibrary(handle);
 }
 
-TEST_F(LinuxImpl, LibraryWithAnUndefinedFunctionIsRefusedAtOnce) {
+TEST_F(LinuxImpl, RefusesALibraryWithAnUndefinedFunction) {
     EXPECT_THAT(platform_.LoadLibrary(QRX_UNRESOLVED_LIBRARY), IsNull());
 }
 
-TEST_F(LinuxImpl, FreedLibraryIsGone) {
+TEST_F(LinuxImpl, UnloadsAFreedLibrary) {
     void* const handle = platform_.LoadLibrary(QRX_LOADABLE_LIBRARY);
     ASSERT_THAT(handle, NotNull());
     platform_.FreeLibrary(handle);
     EXPECT_THAT(dlopen(QRX_LOADABLE_LIBRARY, RTLD_NOW | RTLD_NOLOAD), IsNull());
 }
 
-TEST_F(LinuxImpl, NullHandleMayBeFreedAndHoldsNoSymbol) {
+TEST_F(LinuxImpl, AcceptsANullHandle) {
     platform_.FreeLibrary(nullptr);
     EXPECT_THAT(platform_.GetProcAddress(nullptr, "malloc"), IsNull());
 }
 
-TEST_F(LinuxImpl, UnknownSymbolIsNull) {
+TEST_F(LinuxImpl, ReturnsNullForAnUnknownSymbol) {
     void* const handle = platform_.LoadLibrary("libm.so.6");
     EXPECT_THAT(platform_.GetProcAddress(handle, "no_such_function"), IsNull());
     EXPECT_THAT(platform_.GetProcAddress(handle, "cos"), NotNull());
     platform_.FreeLibrary(handle);
 }
 
-TEST_F(LinuxImpl, CommandReturnsTheShellsRawStatus) {
+TEST_F(LinuxImpl, ReturnsTheShellsRawStatus) {
     EXPECT_EQ(platform_.ExecuteCmd("exit 0", false, 0), 0);
     EXPECT_EQ(platform_.ExecuteCmd("exit 3", false, 0), 3 << 8);
     const int killed = platform_.ExecuteCmd("kill -9 $$", true, 99);
     EXPECT_TRUE(WIFSIGNALED(killed));
 }
 
-TEST_F(LinuxImpl, CommandHasRunByTheTimeItReturns) {
+TEST_F(LinuxImpl, WaitsForACommand) {
     EXPECT_EQ(platform_.ExecuteCmd("echo one > out && echo two >> out", false, 0), 0);
     EXPECT_EQ(readFile(folder_ / "out"), "one\ntwo\n");
 }
 
-TEST_F(LinuxImpl, CommandIgnoresItsFlagAndTimeout) {
+TEST_F(LinuxImpl, IgnoresTheFlagAndTimeoutOfACommand) {
     EXPECT_EQ(platform_.ExecuteCmd("echo x >> out", false, 0), 0);
     EXPECT_EQ(platform_.ExecuteCmd("echo x >> out", true, -1), 0);
     EXPECT_EQ(readFile(folder_ / "out"), "x\nx\n");
 }
 
-TEST_F(LinuxImpl, CommandInTheBackgroundIsNotWaitedFor) {
+TEST_F(LinuxImpl, ReturnsBeforeABackgroundCommandEnds) {
     const std::string start = (folder_ / "start").string();
     const std::string done = (folder_ / "done").string();
     ASSERT_EQ(mkfifo(start.c_str(), 0600), 0);
@@ -291,13 +291,13 @@ TEST_F(LinuxImpl, CommandInTheBackgroundIsNotWaitedFor) {
     EXPECT_EQ(readFile(done), "go\n");
 }
 
-TEST_F(LinuxImpl, SleepIsInWholeSeconds) {
+TEST_F(LinuxImpl, SleepsWholeSeconds) {
     slept.reset();
     platform_.Sleep(7);
     EXPECT_EQ(slept, 7U);
 }
 
-TEST_F(LinuxImpl, FileListHoldsEveryEntryWithItsFolder) {
+TEST_F(LinuxImpl, ListsEveryEntryWithItsFolder) {
     writeFile(folder_ / "file", "");
     writeFile(folder_ / ".hidden", "");
     writeFile(folder_ / "..almost", "");
@@ -310,7 +310,7 @@ TEST_F(LinuxImpl, FileListHoldsEveryEntryWithItsFolder) {
     EXPECT_EQ(dir, folder_.text());
 }
 
-TEST_F(LinuxImpl, FileListOfAnEmptyNameIsTheWorkingDirectoryBehindSlashes) {
+TEST_F(LinuxImpl, ListsTheWorkingDirectoryForAnEmptyName) {
     writeFile(folder_ / "x", "");
     writeFile(folder_ / "y", "");
     std::string dir;
@@ -318,7 +318,7 @@ TEST_F(LinuxImpl, FileListOfAnEmptyNameIsTheWorkingDirectoryBehindSlashes) {
     EXPECT_EQ(dir, "");
 }
 
-TEST_F(LinuxImpl, FileListKeepsTheFolderAsItIsWritten) {
+TEST_F(LinuxImpl, KeepsTheFolderAsWrittenInAList) {
     std::filesystem::create_directory(folder_ / "below");
     writeFile(folder_ / "below/x", "");
     std::string relative = "below";
@@ -327,21 +327,21 @@ TEST_F(LinuxImpl, FileListKeepsTheFolderAsItIsWritten) {
     EXPECT_THAT(platform_.GetFileList(slashed), ElementsAre("below//x"));
 }
 
-TEST_F(LinuxImpl, FileListOfEtcHoldsPasswdAndNoFolderItself) {
+TEST_F(LinuxImpl, ListsNeitherTheFolderNorItsParent) {
     std::string etc = "/etc";
     const std::vector<std::string> files = platform_.GetFileList(etc);
     EXPECT_THAT(files, ::testing::Contains("/etc/passwd"));
     EXPECT_THAT(files, ::testing::Not(::testing::Contains(::testing::AnyOf("/etc/.", "/etc/.."))));
 }
 
-TEST_F(LinuxImpl, FileListOfAMissingOrEmptyFolderIsEmpty) {
+TEST_F(LinuxImpl, ListsNothingForAMissingOrEmptyFolder) {
     std::string missing = (folder_ / "missing").string();
     EXPECT_THAT(platform_.GetFileList(missing), IsEmpty());
     std::string empty = folder_.text();
     EXPECT_THAT(platform_.GetFileList(empty), IsEmpty());
 }
 
-TEST_F(LinuxImpl, UsbStorageIsNotRefused) {
+TEST_F(LinuxImpl, AcceptsUsbStorage) {
     EXPECT_FALSE(platform_.isUSBblacklisted());
 }
 

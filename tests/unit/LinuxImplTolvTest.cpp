@@ -54,33 +54,33 @@ protected:
 
 // Whether the library is installed.
 
-TEST_F(LinuxImplTolv, TheLibraryOfThePackagesFolderIsInstalled) {
+TEST_F(LinuxImplTolv, FindsTheLibraryInThePackagesFolder) {
     setPackageLibrary("libqtrmod.so");
     EXPECT_THAT(askAll({"isTOLVInstalled", "isHelperLibraryMapped"}), ElementsAre("true", "false"));
     EXPECT_THAT(log(), ElementsAre(exists("/opt/qorn/zbx64/lib/libqtrmod.so"), loading(), kInstalled));
 }
 
-TEST_F(LinuxImplTolv, TheLibraryFor64BitsIsTriedSecond) {
+TEST_F(LinuxImplTolv, TriesThe64BitLibrarySecond) {
     setPackageLibrary("libqtrmod64.so");
     EXPECT_THAT(askAll({"isTOLVInstalled", "isHelperLibraryMapped"}), ElementsAre("true", "false"));
     EXPECT_THAT(log(), ElementsAre(doesNotExist("/opt/qorn/zbx64/lib/libqtrmod.so"), loading(),
                                    exists("/opt/qorn/zbx64/lib/libqtrmod64.so"), kInstalled));
 }
 
-TEST_F(LinuxImplTolv, WithoutAFileTheLibraryIsNotInstalled) {
+TEST_F(LinuxImplTolv, ReportsAMissingLibraryAsNotInstalled) {
     EXPECT_EQ(ask("isTOLVInstalled"), "false");
     EXPECT_THAT(log(), ElementsAre(doesNotExist("/opt/qorn/zbx64/lib/libqtrmod.so"), loading(),
                                    doesNotExist("/opt/qorn/zbx64/lib/libqtrmod64.so")));
 }
 
-TEST_F(LinuxImplTolv, ALibraryThatDoesNotLoadIsNotInstalled) {
+TEST_F(LinuxImplTolv, ReportsALibraryThatDoesNotLoadAsNotInstalled) {
     setPackageLibrary("libqtrmod.so", QRX_UNRESOLVED_LIBRARY);
     EXPECT_EQ(ask("isTOLVInstalled"), "false");
     EXPECT_THAT(log(), ElementsAre(exists("/opt/qorn/zbx64/lib/libqtrmod.so"), loading(),
                                    doesNotExist("/opt/qorn/zbx64/lib/libqtrmod64.so")));
 }
 
-TEST_F(LinuxImplTolv, AfterALibraryThatDoesNotLoadTheSecondIsTried) {
+TEST_F(LinuxImplTolv, TriesTheSecondAfterALibraryThatDoesNotLoad) {
     setPackageLibrary("libqtrmod.so", QRX_UNRESOLVED_LIBRARY);
     setPackageLibrary("libqtrmod64.so");
     EXPECT_EQ(ask("isTOLVInstalled"), "true");
@@ -88,7 +88,7 @@ TEST_F(LinuxImplTolv, AfterALibraryThatDoesNotLoadTheSecondIsTried) {
                                    exists("/opt/qorn/zbx64/lib/libqtrmod64.so"), kInstalled));
 }
 
-TEST_F(LinuxImplTolv, OnEsxiTheFolderIsAnother) {
+TEST_F(LinuxImplTolv, UsesAnotherFolderOnEsxi) {
     setSystemName("VMkernel");
     setPackageLibrary("libqtrmod.so", QRX_PACKAGE_LIBRARY, kEsxiFolder);
     EXPECT_EQ(ask("isTOLVInstalled"), "true");
@@ -96,7 +96,7 @@ TEST_F(LinuxImplTolv, OnEsxiTheFolderIsAnother) {
                                    kInstalled));
 }
 
-TEST_F(LinuxImplTolv, OnEsxiTheOrdinaryFolderDoesNotCount) {
+TEST_F(LinuxImplTolv, IgnoresTheOrdinaryFolderOnEsxi) {
     setSystemName("VMkernel");
     setPackageLibrary("libqtrmod.so");
     setPackageLibrary("libqtrmod64.so");
@@ -106,27 +106,27 @@ TEST_F(LinuxImplTolv, OnEsxiTheOrdinaryFolderDoesNotCount) {
                             doesNotExist("/scratch/opt/qorn/zbx/lib/libqtrmod64.so")));
 }
 
-TEST_F(LinuxImplTolv, TheAgentsLibraryIsNotThePackages) {
+TEST_F(LinuxImplTolv, TellsTheAgentsLibraryFromThePackages) {
     setAgentLibrary("libqtrmod.so", QRX_AGENT_LIBRARY);
     EXPECT_EQ(ask("isTOLVInstalled"), "false");
 }
 
 // The agent's library.
 
-TEST_F(LinuxImplTolv, TheAgentsLibraryIsFoundByTheLoaderWithoutALogLine) {
+TEST_F(LinuxImplTolv, FindsTheAgentsLibraryWithoutALogLine) {
     setAgentLibrary("libqtrmod.so", QRX_AGENT_LIBRARY);
     EXPECT_THAT(askAll({"isKOBATOLVInstalled", "isHelperLibraryMapped"}), ElementsAre("true", "false"));
     EXPECT_THAT(log(), IsEmpty());
 }
 
-TEST_F(LinuxImplTolv, TheAgentsLibraryFor64BitsIsTriedSecond) {
+TEST_F(LinuxImplTolv, TriesTheAgents64BitLibrarySecond) {
     setAgentLibrary("libqtrmod.so", QRX_UNRESOLVED_LIBRARY);
     setAgentLibrary("libqtrmod64.so", QRX_AGENT_LIBRARY);
     EXPECT_THAT(askAll({"isKOBATOLVInstalled", "isHelperLibraryMapped"}), ElementsAre("true", "false"));
     EXPECT_THAT(log(), IsEmpty());
 }
 
-TEST_F(LinuxImplTolv, ThePackagesLibraryIsNotTheAgents) {
+TEST_F(LinuxImplTolv, TellsThePackagesLibraryFromTheAgents) {
     setPackageLibrary("libqtrmod.so");
     EXPECT_EQ(ask("isKOBATOLVInstalled"), "false");
     EXPECT_THAT(log(), IsEmpty());
@@ -134,7 +134,7 @@ TEST_F(LinuxImplTolv, ThePackagesLibraryIsNotTheAgents) {
 
 // Installing and removing.
 
-TEST_F(LinuxImplTolv, TwoInstallsAndTwoUninstallsRunEachScriptOnce) {
+TEST_F(LinuxImplTolv, RunsEachScriptOnceForTwoInstallsAndTwoUninstalls) {
     setScript(0);
     EXPECT_THAT(askAll({"InstallTolv", "InstallTolv", "UninstallTolv"}),
                 ElementsAre("false", "false", "false"));
@@ -149,7 +149,7 @@ TEST_F(LinuxImplTolv, TwoInstallsAndTwoUninstallsRunEachScriptOnce) {
                                    kUninstalled, kUninstalled));
 }
 
-TEST_F(LinuxImplTolv, ALibraryThatIsThereIsNeitherInstalledNorRemoved) {
+TEST_F(LinuxImplTolv, NeitherInstallsNorRemovesAPresentLibrary) {
     setScript(0);
     setPackageLibrary("libqtrmod.so");
     EXPECT_THAT(askAll({"InstallTolv", "UninstallTolv"}), ElementsAre("false", "false"));
@@ -158,7 +158,7 @@ TEST_F(LinuxImplTolv, ALibraryThatIsThereIsNeitherInstalledNorRemoved) {
                 ElementsAre(exists("/opt/qorn/zbx64/lib/libqtrmod.so"), loading(), kInstalled, kUninstalled));
 }
 
-TEST_F(LinuxImplTolv, AFailedInstallWithoutAnAgentIsTrue) {
+TEST_F(LinuxImplTolv, ReturnsTrueForAFailedInstallWithoutAnAgent) {
     setScript(3);
     EXPECT_EQ(ask("InstallTolv"), "true");
     EXPECT_EQ(scriptRuns(), "install\n");
@@ -168,7 +168,7 @@ TEST_F(LinuxImplTolv, AFailedInstallWithoutAnAgentIsTrue) {
                             kNotPresent, executing(), kScriptFailed, "InstallTolv: KOBA Tolv Not Present"));
 }
 
-TEST_F(LinuxImplTolv, AFailedInstallWithAnAgentIsFalse) {
+TEST_F(LinuxImplTolv, ReturnsFalseForAFailedInstallWithAnAgent) {
     setScript(1);
     setAgentLibrary("libqtrmod64.so", QRX_AGENT_LIBRARY);
     EXPECT_EQ(ask("InstallTolv"), "false");
@@ -178,19 +178,19 @@ TEST_F(LinuxImplTolv, AFailedInstallWithAnAgentIsFalse) {
                                    kNotPresent, executing(), kScriptFailed, "InstallTolv: Found KOBA Tolv"));
 }
 
-TEST_F(LinuxImplTolv, AMissingScriptIsAFailedInstall) {
+TEST_F(LinuxImplTolv, ReportsAMissingScriptAsAFailedInstall) {
     EXPECT_EQ(ask("InstallTolv"), "true");
     EXPECT_EQ(log().back(), "InstallTolv: KOBA Tolv Not Present");
 }
 
-TEST_F(LinuxImplTolv, AFailedInstallIsStillCounted) {
+TEST_F(LinuxImplTolv, CountsAFailedInstall) {
     setScript(1);
     EXPECT_THAT(askAll({"InstallTolv", "InstallTolv", "UninstallTolv", "UninstallTolv"}),
                 ElementsAre("true", "false", "false", "true"));
     EXPECT_EQ(scriptRuns(), "install\nuninstall\n");
 }
 
-TEST_F(LinuxImplTolv, AFailedUninstallIsTrueButLoggedAsASuccess) {
+TEST_F(LinuxImplTolv, ReturnsTrueForAFailedUninstallLoggedAsASuccess) {
     setScript(0);
     ASSERT_THAT(askAll({"InstallTolv"}), ElementsAre("false"));
     setScript(2);
@@ -199,7 +199,7 @@ TEST_F(LinuxImplTolv, AFailedUninstallIsTrueButLoggedAsASuccess) {
     EXPECT_EQ(log().back(), kUninstalled);
 }
 
-TEST_F(LinuxImplTolv, AnUninstallTooManyMakesTheNextInstallDoNothing) {
+TEST_F(LinuxImplTolv, SkipsTheInstallAfterAnUninstallTooMany) {
     setScript(0);
     EXPECT_THAT(askAll({"UninstallTolv", "InstallTolv", "InstallTolv"}),
                 ElementsAre("false", "false", "false"));
@@ -211,14 +211,14 @@ TEST_F(LinuxImplTolv, AnUninstallTooManyMakesTheNextInstallDoNothing) {
                                    kNotPresent, executing(), kScriptSucceeded));
 }
 
-TEST_F(LinuxImplTolv, AnUninstallFromZeroRunsNothing) {
+TEST_F(LinuxImplTolv, RunsNothingForAnUninstallFromZero) {
     setScript(1);
     EXPECT_THAT(askAll({"UninstallTolv", "UninstallTolv"}), ElementsAre("false", "false"));
     EXPECT_EQ(scriptRuns(), "");
     EXPECT_THAT(log(), ElementsAre(kUninstalled, kUninstalled));
 }
 
-TEST_F(LinuxImplTolv, ANewCycleDecidesAfresh) {
+TEST_F(LinuxImplTolv, DecidesAnewInANewCycle) {
     setScript(0);
     EXPECT_THAT(askAll({"InstallTolv", "UninstallTolv", "InstallTolv", "UninstallTolv"}),
                 ElementsAre("false", "false", "false", "false"));
@@ -227,21 +227,21 @@ TEST_F(LinuxImplTolv, ANewCycleDecidesAfresh) {
 
 // Loading by name.
 
-TEST_F(LinuxImplTolv, ALibraryIsLoadedFromThePackagesFolderFirst) {
+TEST_F(LinuxImplTolv, LoadsALibraryFromThePackagesFolderFirst) {
     setPackageLibrary("liba.so");
     setAgentLibrary("liba.so", QRX_AGENT_LIBRARY);
     EXPECT_EQ(ask("LoadTolvLibrary=liba.so"), "package");
     EXPECT_THAT(log(), ElementsAre(exists("/opt/qorn/zbx64/lib/liba.so")));
 }
 
-TEST_F(LinuxImplTolv, ALibraryThatIsNotThereIsLoadedByTheLoader) {
+TEST_F(LinuxImplTolv, LoadsALibraryThatIsNotThereByTheLoader) {
     setAgentLibrary("liba.so", QRX_AGENT_LIBRARY);
     EXPECT_EQ(ask("LoadTolvLibrary=liba.so"), "agent");
     EXPECT_THAT(log(), ElementsAre(doesNotExist("/opt/qorn/zbx64/lib/liba.so"),
                                    "LoadTolvLibrary: Unable to Load liba.so from /opt/qorn/zbx64/lib/"));
 }
 
-TEST_F(LinuxImplTolv, ALibraryThatDoesNotLoadGivesWayToTheLoaders) {
+TEST_F(LinuxImplTolv, PrefersTheLoadersToALibraryThatDoesNotLoad) {
     setPackageLibrary("liba.so", QRX_UNRESOLVED_LIBRARY);
     setAgentLibrary("liba.so", QRX_AGENT_LIBRARY);
     EXPECT_EQ(ask("LoadTolvLibrary=liba.so"), "agent");
@@ -249,14 +249,14 @@ TEST_F(LinuxImplTolv, ALibraryThatDoesNotLoadGivesWayToTheLoaders) {
                                    "LoadTolvLibrary: Unable to Load liba.so from /opt/qorn/zbx64/lib/"));
 }
 
-TEST_F(LinuxImplTolv, ALibraryThatNobodyHasIsNotLoaded) {
+TEST_F(LinuxImplTolv, ReturnsNullForALibraryThatIsNowhere) {
     EXPECT_EQ(ask("LoadTolvLibrary=libnobody.so"), "none");
     EXPECT_THAT(log(), ElementsAre(doesNotExist("/opt/qorn/zbx64/lib/libnobody.so"),
                                    "LoadTolvLibrary: Unable to Load libnobody.so from /opt/qorn/zbx64/lib/",
                                    "LoadTolvLibrary: Unable to Load libnobody.so from KOBA"));
 }
 
-TEST_F(LinuxImplTolv, OnEsxiTheOtherFolderIsTriedAndTheOrdinaryOneNamed) {
+TEST_F(LinuxImplTolv, TriesTheOtherFolderOnEsxiAndLogsTheOrdinaryOne) {
     setSystemName("vmkernel");
     setPackageLibrary("liba.so", QRX_PACKAGE_LIBRARY, kEsxiFolder);
     EXPECT_EQ(ask("LoadTolvLibrary=liba.so"), "package");

@@ -21,7 +21,7 @@ static_assert(!std::is_polymorphic_v<CLogger>);
 constexpr std::size_t kStampLength = std::string_view("[2026-11-15T12:41:20] ").size();
 
 /** A logger of its own on a file of its own. */
-class LoggerTest : public ::testing::Test {
+class Logger : public ::testing::Test {
 protected:
     /** The line that a call writes, without the time stamp. */
     std::string lineOf(const char* source, unsigned int line, const std::string& message) {
@@ -35,19 +35,19 @@ protected:
     CLogger logger_;
 };
 
-TEST_F(LoggerTest, FileNameIsThePartAfterTheLastSlash) {
+TEST_F(Logger, ReturnsThePartAfterTheLastSlash) {
     EXPECT_EQ(logger_.getFileName("../src/QRXManager"), "QRXManager");
     EXPECT_EQ(logger_.getFileName("/a"), "a");
     EXPECT_EQ(logger_.getFileName("a/b/"), "");
 }
 
-TEST_F(LoggerTest, FileNameIsTheWholePathWithoutASlash) {
+TEST_F(Logger, ReturnsTheWholePathWithoutASlash) {
     EXPECT_EQ(logger_.getFileName("QRXManager"), "QRXManager");
     EXPECT_EQ(logger_.getFileName("a\\b.c"), "a\\b.c");
     EXPECT_EQ(logger_.getFileName(""), "");
 }
 
-TEST_F(LoggerTest, LineStartsWithTheTimeStampInBracketsAndABlank) {
+TEST_F(Logger, StartsALineWithTheTimeStamp) {
     logger_.Initialize(file_.string());
     logger_.log("a", 1, "m");
     EXPECT_THAT(readFile(file_),
@@ -55,63 +55,63 @@ TEST_F(LoggerTest, LineStartsWithTheTimeStampInBracketsAndABlank) {
                                         "\n"));
 }
 
-TEST_F(LoggerTest, LineIsLaidOutAsDocumented) {
+TEST_F(Logger, LaysOutALineAsDocumented) {
     EXPECT_EQ(lineOf("../src/QRXManager", 67, "CQRXManager::UpdateInventory() Logger initialized"),
               ":                QRXManager:   67: CQRXManager::UpdateInventory() Logger initialized\n");
 }
 
-TEST_F(LoggerTest, SourceWithoutASlashIsPrintedWhole) {
+TEST_F(Logger, PrintsASourceWithoutASlashWhole) {
     EXPECT_EQ(lineOf("QRXMain", 1, "m"), ":                   QRXMain:    1: m\n");
 }
 
-TEST_F(LoggerTest, EmptySourceNameFillsItsFieldWithBlanks) {
+TEST_F(Logger, PadsAnEmptySourceName) {
     EXPECT_EQ(lineOf("../src/", 1, "m"), ":                          :    1: m\n");
 }
 
-TEST_F(LoggerTest, SourceNameOf24CharactersGetsOneBlank) {
+TEST_F(Logger, PadsASourceNameOf24Characters) {
     EXPECT_EQ(lineOf("x/abcdefghijklmnopqrstuvwx", 1, "m"), ":  abcdefghijklmnopqrstuvwx:    1: m\n");
 }
 
-TEST_F(LoggerTest, SourceNameOf25CharactersFillsTheField) {
+TEST_F(Logger, FillsTheFieldWithASourceNameOf25Characters) {
     EXPECT_EQ(lineOf("x/abcdefghijklmnopqrstuvwxy", 1, "m"), ": abcdefghijklmnopqrstuvwxy:    1: m\n");
 }
 
-TEST_F(LoggerTest, SourceNameOf26CharactersIsPrintedWholeAndPushesTheRest) {
+TEST_F(Logger, PrintsASourceNameOf26CharactersWhole) {
     EXPECT_EQ(lineOf("x/abcdefghijklmnopqrstuvwxyz", 1, "m"), ": abcdefghijklmnopqrstuvwxyz:    1: m\n");
 }
 
-TEST_F(LoggerTest, LineNumber7IsFourBlanksAnd7) {
+TEST_F(Logger, PadsALineNumber) {
     EXPECT_EQ(lineOf("a", 7, "m"), ":                         a:    7: m\n");
 }
 
-TEST_F(LoggerTest, LineNumberOfFiveDigitsFillsTheField) {
+TEST_F(Logger, FillsTheFieldWithALineNumberOfFiveDigits) {
     EXPECT_EQ(lineOf("a", 12345, "m"), ":                         a:12345: m\n");
 }
 
-TEST_F(LoggerTest, LineNumber123456IsPrintedWhole) {
+TEST_F(Logger, PrintsALineNumberOfSixDigitsWhole) {
     EXPECT_EQ(lineOf("a", 123456, "m"), ":                         a:123456: m\n");
 }
 
-TEST_F(LoggerTest, LargestLineNumberIsPrintedWithoutASign) {
+TEST_F(Logger, PrintsTheLargestLineNumberWithoutASign) {
     EXPECT_EQ(lineOf("a", std::numeric_limits<unsigned int>::max(), "m"),
               ":                         a:4294967295: m\n");
 }
 
-TEST_F(LoggerTest, EmptyMessageLeavesTheTrailingBlank) {
+TEST_F(Logger, KeepsTheTrailingBlankOfAnEmptyMessage) {
     EXPECT_EQ(lineOf("a", 1, ""), ":                         a:    1: \n");
 }
 
-TEST_F(LoggerTest, MessageIsWrittenAsGiven) {
+TEST_F(Logger, WritesAMessageAsGiven) {
     const std::string message = "tab\t, percent %s %n, <&>\", \xC3\xA9, NUL \0, bell \a"s;
     EXPECT_EQ(lineOf("a", 1, message), ":                         a:    1: " + message + "\n");
 }
 
-TEST_F(LoggerTest, MessageThatEndsInANewlineIsFollowedByAnEmptyLine) {
+TEST_F(Logger, AddsItsOwnNewlineToAMessage) {
     EXPECT_EQ(lineOf("a", 1, "Entering SignedUpdate \n"),
               ":                         a:    1: Entering SignedUpdate \n\n");
 }
 
-TEST_F(LoggerTest, LinesFollowEachOther) {
+TEST_F(Logger, WritesLinesOneAfterAnother) {
     logger_.Initialize(file_.string());
     logger_.log("a", 1, "first");
     logger_.log("b", 2, "second");
@@ -121,14 +121,14 @@ TEST_F(LoggerTest, LinesFollowEachOther) {
     EXPECT_EQ(text.substr(second + kStampLength), ":                         b:    2: second\n");
 }
 
-TEST_F(LoggerTest, EachLineIsInTheFileAsSoonAsLogReturns) {
+TEST_F(Logger, FlushesEachLine) {
     logger_.Initialize(file_.string());
     EXPECT_EQ(readFile(file_), "");
     logger_.log("a", 1, "m");
     EXPECT_THAT(readFile(file_), ::testing::EndsWith("a:    1: m\n"));
 }
 
-TEST_F(LoggerTest, EachLineGoesToTheEndOfTheFileWhoeverMovedIt) {
+TEST_F(Logger, AppendsToAFileThatOthersChanged) {
     logger_.Initialize(file_.string());
     logger_.log("a", 1, "first");
     std::ofstream(file_, std::ios::app) << "written by another\n";
@@ -139,37 +139,37 @@ TEST_F(LoggerTest, EachLineGoesToTheEndOfTheFileWhoeverMovedIt) {
                                         "\\[.*\\] :                         a:    2: second\n"));
 }
 
-TEST_F(LoggerTest, LogBeforeInitializeCreatesNoFile) {
+TEST_F(Logger, CreatesNoFileBeforeInitialize) {
     const WorkingDirectory here(folder_.path());
     logger_.log("a", 1, "m");
     EXPECT_FALSE(logger_.isEnabled());
     EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
 }
 
-TEST_F(LoggerTest, LinesLoggedBeforeInitializeAreLost) {
+TEST_F(Logger, DropsLinesLoggedBeforeInitialize) {
     logger_.log("a", 1, "early");
     EXPECT_EQ(lineOf("a", 2, "late"), ":                         a:    2: late\n");
 }
 
-TEST_F(LoggerTest, InitializeReturnsZeroAndSwitchesLoggingOn) {
+TEST_F(Logger, SwitchesLoggingOnInInitialize) {
     EXPECT_EQ(logger_.Initialize(file_.string()), 0);
     EXPECT_TRUE(logger_.isEnabled());
     EXPECT_EQ(readFile(file_), "");
 }
 
-TEST_F(LoggerTest, InitializeEmptiesAnExistingFile) {
+TEST_F(Logger, EmptiesAnExistingFile) {
     writeFile(file_, "old contents, longer than what is written afterwards");
     EXPECT_EQ(lineOf("a", 1, "new"), ":                         a:    1: new\n");
 }
 
-TEST_F(LoggerTest, InitializeResolvesARelativeNameAgainstTheWorkingDirectory) {
+TEST_F(Logger, ResolvesARelativeNameAgainstTheWorkingDirectory) {
     const WorkingDirectory here(folder_.path());
     logger_.Initialize("relative.log");
     logger_.log("a", 1, "m");
     EXPECT_THAT(readFile(folder_ / "relative.log"), ::testing::EndsWith(" m\n"));
 }
 
-TEST_F(LoggerTest, InitializeInAMissingDirectoryLeavesLoggingOff) {
+TEST_F(Logger, LeavesLoggingOffForAMissingDirectory) {
     const Outcome outcome = runInChild([this] {
         CLogger logger;
         const int result = logger.Initialize((folder_ / "missing/trace.log").string());
@@ -181,17 +181,17 @@ TEST_F(LoggerTest, InitializeInAMissingDirectoryLeavesLoggingOff) {
     EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
 }
 
-TEST_F(LoggerTest, InitializeWithAnEmptyNameLeavesLoggingOff) {
+TEST_F(Logger, LeavesLoggingOffForAnEmptyName) {
     EXPECT_EQ(logger_.Initialize(""), 0);
     EXPECT_FALSE(logger_.isEnabled());
 }
 
-TEST_F(LoggerTest, InitializeAfterAFailedOneOpensTheLog) {
+TEST_F(Logger, OpensTheLogAfterAFailedInitialize) {
     logger_.Initialize((folder_ / "missing/trace.log").string());
     EXPECT_EQ(lineOf("a", 1, "m"), ":                         a:    1: m\n");
 }
 
-TEST_F(LoggerTest, SecondInitializeCreatesNoFileAndSilencesTheLog) {
+TEST_F(Logger, SilencesTheLogInASecondInitialize) {
     logger_.Initialize(file_.string());
     logger_.log("a", 1, "kept");
     const std::string before = readFile(file_);
@@ -203,7 +203,7 @@ TEST_F(LoggerTest, SecondInitializeCreatesNoFileAndSilencesTheLog) {
     EXPECT_FALSE(std::filesystem::exists(folder_ / "second.log"));
 }
 
-TEST_F(LoggerTest, SecondInitializeWithTheSameNameKeepsTheFileAndSilencesTheLog) {
+TEST_F(Logger, KeepsTheFileInASecondInitializeWithTheSameName) {
     logger_.Initialize(file_.string());
     logger_.log("a", 1, "kept");
     const std::string before = readFile(file_);
@@ -212,7 +212,7 @@ TEST_F(LoggerTest, SecondInitializeWithTheSameNameKeepsTheFileAndSilencesTheLog)
     EXPECT_EQ(readFile(file_), before);
 }
 
-TEST_F(LoggerTest, ThirdInitializeDoesNotReviveTheLog) {
+TEST_F(Logger, KeepsTheLogSilentInAThirdInitialize) {
     logger_.Initialize(file_.string());
     logger_.Initialize((folder_ / "second.log").string());
     logger_.Initialize(file_.string());
@@ -220,7 +220,7 @@ TEST_F(LoggerTest, ThirdInitializeDoesNotReviveTheLog) {
     EXPECT_EQ(readFile(file_), "");
 }
 
-TEST_F(LoggerTest, WriteErrorIsIgnored) {
+TEST_F(Logger, IgnoresAWriteError) {
     EXPECT_EQ(logger_.Initialize("/dev/full"), 0);
     EXPECT_NO_THROW(logger_.log("a", 1, "m"));
     EXPECT_NO_THROW(logger_.log("a", 2, "m"));
@@ -265,7 +265,7 @@ std::time_t asUtc(const std::string& stamp) {
     return timegm(&fields);
 }
 
-TEST(LoggerTimeStamp, IsTheLocalTime) {
+TEST(LoggerTimeStamp, UsesTheLocalTime) {
     constexpr std::time_t kAhead = 13 * 3600 + 45 * 60;
     const TempDir folder;
     const std::time_t before = std::time(nullptr);
@@ -274,7 +274,7 @@ TEST(LoggerTimeStamp, IsTheLocalTime) {
     EXPECT_LE(stamp, std::time(nullptr) + kAhead);
 }
 
-TEST(LoggerTimeStamp, FollowsAZoneBehindUtc) {
+TEST(LoggerTimeStamp, UsesAZoneBehindUtc) {
     constexpr std::time_t kBehind = 11 * 3600;
     const TempDir folder;
     const std::time_t before = std::time(nullptr);

@@ -60,7 +60,7 @@ protected:
     LogCapture log_;
 };
 
-TEST_F(PIEConfigInfo, ANewReaderHasFoundNothing) {
+TEST_F(PIEConfigInfo, StartsEmpty) {
     EXPECT_EQ(found(), "||0");
     EXPECT_THAT(log_.messages(), IsEmpty());
 }
@@ -81,13 +81,13 @@ TEST_F(PIEConfigInfo, FindsCommandOutputAndTimeoutOfTheInventoryPlugin) {
     }
 }
 
-TEST_F(PIEConfigInfo, PluginsMayLieDeeper) {
+TEST_F(PIEConfigInfo, FindsPluginsAtAnyDepth) {
     EXPECT_TRUE(init("<Package><PIEConfig><Group><Plugins><Sort>" + inventoryPlugin("1", kCommandAndOutput) +
                      "</Sort></Plugins></Group></PIEConfig></Package>"));
     EXPECT_EQ(found(), "qrxupdate -i -o inv.xml|inv.xml|1");
 }
 
-TEST_F(PIEConfigInfo, OfTwoInventoryPluginsTheFirstIsUsed) {
+TEST_F(PIEConfigInfo, UsesTheFirstOfTwoInventoryPlugins) {
     EXPECT_TRUE(init(configWith(R"(<Plugin description="inventory" type="0" timeout="1"><CliToFile>)"
                                 R"(<Command>first</Command><Output>1.xml</Output></CliToFile></Plugin>)"
                                 R"(<Plugin description="inventory" type="0" timeout="2"><CliToFile>)"
@@ -95,13 +95,13 @@ TEST_F(PIEConfigInfo, OfTwoInventoryPluginsTheFirstIsUsed) {
     EXPECT_EQ(found(), "first|1.xml|1");
 }
 
-TEST_F(PIEConfigInfo, DescriptionAndElementNamesMayBeInAnyCase) {
+TEST_F(PIEConfigInfo, IgnoresTheCaseOfDescriptionAndElementNames) {
     EXPECT_TRUE(init(configWith(R"(<Plugin description="iNVENTORY" type="0" timeout="5"><clitofile>)"
                                 R"(<COMMAND>c</COMMAND><output>o</output></clitofile></Plugin>)")));
     EXPECT_EQ(found(), "c|o|5");
 }
 
-TEST_F(PIEConfigInfo, APluginThatLacksAnAttributeIsSkipped) {
+TEST_F(PIEConfigInfo, SkipsAPluginThatLacksAnAttribute) {
     const std::string rest = "<CliToFile><Command>wrong</Command><Output>wrong</Output></CliToFile></Plugin>";
     EXPECT_TRUE(init(configWith(R"(<Plugin description="Inventory" type="0">)" + rest +
                                 R"(<Plugin description="Inventory" timeout="1">)" + rest +
@@ -113,7 +113,7 @@ TEST_F(PIEConfigInfo, APluginThatLacksAnAttributeIsSkipped) {
     EXPECT_EQ(found(), "qrxupdate -i -o inv.xml|inv.xml|9");
 }
 
-TEST_F(PIEConfigInfo, WithoutAnInventoryPluginNothingIsFound) {
+TEST_F(PIEConfigInfo, FindsNothingWithoutAnInventoryPlugin) {
     EXPECT_FALSE(init(configWith(R"(<Plugin description="Inventory" type="0"/>)")));
     EXPECT_EQ(found(), "||0");
     EXPECT_THAT(log_.messages(),
@@ -124,7 +124,7 @@ TEST_F(PIEConfigInfo, WithoutAnInventoryPluginNothingIsFound) {
                             "CPIEConfigInfo::Init() GetInventoryPluginInfo failed "));
 }
 
-TEST_F(PIEConfigInfo, WithoutAnyPluginNothingIsFound) {
+TEST_F(PIEConfigInfo, FindsNothingWithoutAnyPlugin) {
     EXPECT_FALSE(init("<PIEConfig><Plugin/><Plugins/></PIEConfig>"));
     EXPECT_THAT(log_.messages(),
                 ElementsAre("CPIEConfigInfo::GetInventoryPluginInfo() Start",                 //
@@ -136,33 +136,33 @@ TEST_F(PIEConfigInfo, WithoutAnyPluginNothingIsFound) {
 
 // The file.
 
-TEST_F(PIEConfigInfo, AMissingFileSaysItWasParsedSuccessfully) {
+TEST_F(PIEConfigInfo, LogsAMissingFileAsParsedSuccessfully) {
     const std::string path = (folder_ / "none.xml").string();
     EXPECT_FALSE(config_.Init(path));
     EXPECT_THAT(log_.messages(),
                 ElementsAre("CPIEConfigInfo::Init() Document " + path + "  parsed successfully "));
 }
 
-TEST_F(PIEConfigInfo, AMalformedFileSaysItWasParsedSuccessfully) {
+TEST_F(PIEConfigInfo, LogsAMalformedFileAsParsedSuccessfully) {
     EXPECT_FALSE(init("<PIEConfig>"));
     EXPECT_THAT(log_.messages(),
                 ElementsAre("CPIEConfigInfo::Init() Document " + file_.string() + "  parsed successfully "));
 }
 
-TEST_F(PIEConfigInfo, AnEmptyPathIsNamedAndThenFailsToParse) {
+TEST_F(PIEConfigInfo, LogsAnEmptyPathAndFailsToParseIt) {
     EXPECT_FALSE(config_.Init(""));
     EXPECT_THAT(log_.messages(), ElementsAre("PIE file path is empty ",  //
                                              "CPIEConfigInfo::Init() Document   parsed successfully "));
 }
 
-TEST_F(PIEConfigInfo, AFailedInitKeepsWhatWasFoundBefore) {
+TEST_F(PIEConfigInfo, KeepsEarlierValuesAfterAFailedInit) {
     ASSERT_TRUE(init(configWith(inventoryPlugin("7", kCommandAndOutput))));
     EXPECT_FALSE(config_.Init((folder_ / "none.xml").string()));
     EXPECT_EQ(found(), "qrxupdate -i -o inv.xml|inv.xml|7");
     EXPECT_THAT(config_.GetPlugins(), IsNull());
 }
 
-TEST_F(PIEConfigInfo, ASecondInitReadsTheSecondFile) {
+TEST_F(PIEConfigInfo, ReadsTheSecondFileInASecondInit) {
     ASSERT_TRUE(init(configWith(inventoryPlugin("7", kCommandAndOutput))));
     EXPECT_TRUE(init(configWith(inventoryPlugin("8", "<Command>c</Command><Output>o</Output>"))));
     EXPECT_EQ(found(), "c|o|8");
@@ -170,21 +170,21 @@ TEST_F(PIEConfigInfo, ASecondInitReadsTheSecondFile) {
 
 // The time-out.
 
-TEST_F(PIEConfigInfo, TheTimeoutIsReadUpToItsLastLeadingDigit) {
+TEST_F(PIEConfigInfo, ReadsTheLeadingDigitsOfTheTimeout) {
     EXPECT_EQ(timeoutOf("30s"), 30);
     EXPECT_EQ(timeoutOf("0045"), 45);
     EXPECT_EQ(timeoutOf("1.5"), 1);
     EXPECT_EQ(timeoutOf("0x10"), 0);
 }
 
-TEST_F(PIEConfigInfo, ATimeoutThatDoesNotStartWithADigitIsZero) {
+TEST_F(PIEConfigInfo, ReadsATimeoutWithoutLeadingDigitsAsZero) {
     EXPECT_EQ(timeoutOf("abc"), 0);
     EXPECT_EQ(timeoutOf(" 30"), 0);
     EXPECT_EQ(timeoutOf("-5"), 0);
     EXPECT_EQ(timeoutOf("+5"), 0);
 }
 
-TEST_F(PIEConfigInfo, ATimeoutThatIsTooLargeIsTheLargest) {
+TEST_F(PIEConfigInfo, LimitsATimeoutThatIsTooLarge) {
     constexpr int kLargest = std::numeric_limits<int>::max();
     EXPECT_EQ(timeoutOf("2147483646"), kLargest - 1);
     EXPECT_EQ(timeoutOf("2147483647"), kLargest);
@@ -193,14 +193,14 @@ TEST_F(PIEConfigInfo, ATimeoutThatIsTooLargeIsTheLargest) {
     EXPECT_EQ(timeoutOf("99999999999999999999999999"), kLargest);
 }
 
-TEST_F(PIEConfigInfo, TheTimeoutIsKeptWhereTheCommandIsMissing) {
+TEST_F(PIEConfigInfo, KeepsTheTimeoutIfTheCommandIsMissing) {
     EXPECT_FALSE(init(configWith(inventoryPlugin("12", ""))));
     EXPECT_EQ(found(), "||12");
 }
 
 // Command and output file.
 
-TEST_F(PIEConfigInfo, OfSeveralCommandsAndOutputsTheLastWithATextWins) {
+TEST_F(PIEConfigInfo, UsesTheLastCommandAndOutputWithAText) {
     EXPECT_TRUE(init(configWith(inventoryPlugin(
         "1",
         "<Command>a</Command><Output>b</Output><Output>c</Output><Command>d</Command><Command/><Output/>"
@@ -208,14 +208,14 @@ TEST_F(PIEConfigInfo, OfSeveralCommandsAndOutputsTheLastWithATextWins) {
     EXPECT_EQ(found(), "d|c|1");
 }
 
-TEST_F(PIEConfigInfo, OnlyTheFirstCliToFileCounts) {
+TEST_F(PIEConfigInfo, UsesOnlyTheFirstCliToFile) {
     EXPECT_FALSE(
         init(configWith(R"(<Plugin description="Inventory" type="0" timeout="1"><CliToFile/><CliToFile>)" +
                         kCommandAndOutput + "</CliToFile></Plugin>")));
     EXPECT_EQ(found(), "||1");
 }
 
-TEST_F(PIEConfigInfo, AMissingOutputIsAFailure) {
+TEST_F(PIEConfigInfo, RejectsAMissingOutput) {
     EXPECT_FALSE(init(configWith(inventoryPlugin("1", "<Command>c</Command>"))));
     EXPECT_EQ(found(), "||1");
     EXPECT_THAT(log_.messages(),
@@ -230,29 +230,29 @@ TEST_F(PIEConfigInfo, AMissingOutputIsAFailure) {
                             "CPIEConfigInfo::Init() GetInventoryPluginInfo failed "));
 }
 
-TEST_F(PIEConfigInfo, AMissingCommandIsAFailure) {
+TEST_F(PIEConfigInfo, RejectsAMissingCommand) {
     EXPECT_FALSE(init(configWith(inventoryPlugin("1", "<Output>o</Output>"))));
     EXPECT_EQ(found(), "||1");
 }
 
-TEST_F(PIEConfigInfo, CommandAndOutputMustBeElementsInCliToFile) {
+TEST_F(PIEConfigInfo, RequiresCommandAndOutputInCliToFile) {
     EXPECT_FALSE(init(configWith(R"(<Plugin description="Inventory" type="0" timeout="1">)" +
                                  kCommandAndOutput + "<?CliToFile x?><CliToFile><Group>" + kCommandAndOutput +
                                  "</Group></CliToFile></Plugin>")));
 }
 
-TEST_F(PIEConfigInfo, APluginWithoutCliToFileIsAFailure) {
+TEST_F(PIEConfigInfo, RejectsAPluginWithoutCliToFile) {
     EXPECT_FALSE(init(configWith(R"(<Plugin description="Inventory" type="0" timeout="1"/>)")));
     EXPECT_THAT(log_.messages(), ::testing::Contains(kNoCommandOrOutput));
 }
 
-TEST_F(PIEConfigInfo, NoNodeHasNoCommand) {
+TEST_F(PIEConfigInfo, FindsNoCommandInANullNode) {
     EXPECT_FALSE(config_.GetInventoryCommandInfo(nullptr));
     EXPECT_THAT(log_.messages(), ElementsAre("CPIEConfigInfo::GetInventoryCommandInfo() START",
                                              "CPIEConfigInfo::GetInventoryCommandInfo() is NULL"));
 }
 
-TEST_F(PIEConfigInfo, AnyPluginMayBeAskedForItsCommand) {
+TEST_F(PIEConfigInfo, ReturnsTheCommandOfAnyPlugin) {
     ASSERT_FALSE(init(configWith("<Plugin><CliToFile>" + kCommandAndOutput + "</CliToFile></Plugin>")));
     const XPathObjectPtr plugins = config_.GetPlugins();
     ASSERT_THAT(plugins, NotNull());
@@ -262,32 +262,32 @@ TEST_F(PIEConfigInfo, AnyPluginMayBeAskedForItsCommand) {
 
 // Node sets and attributes.
 
-TEST_F(PIEConfigInfo, GetPluginsReturnsAllOfThem) {
+TEST_F(PIEConfigInfo, ReturnsAllPlugins) {
     init(configWith("<Plugin/><Plugin/><Other/>"));
     const XPathObjectPtr plugins = config_.GetPlugins();
     ASSERT_THAT(plugins, NotNull());
     EXPECT_EQ(plugins->nodesetval->nodeNr, 2);
 }
 
-TEST_F(PIEConfigInfo, WithoutADocumentThereIsNoNode) {
+TEST_F(PIEConfigInfo, ReturnsNoNodesWithoutADocument) {
     EXPECT_THAT(config_.GetPlugins(), IsNull());
     EXPECT_THAT(log_.messages(), ElementsAre("CPIEConfigInfo::GetNodeSet() Start",
                                              "CPIEConfigInfo::GetNodeSet() Empty nodeset"));
 }
 
-TEST_F(PIEConfigInfo, AnExpressionThatIsNoneIsAnError) {
+TEST_F(PIEConfigInfo, RefusesABrokenExpression) {
     EXPECT_THAT(config_.GetNodeSet("//["), IsNull());
     EXPECT_THAT(log_.messages(), ElementsAre("CPIEConfigInfo::GetNodeSet() Start",
                                              "CPIEConfigInfo::GetNodeSet() Error in xmlXPathEvalExpression"));
 }
 
-TEST_F(PIEConfigInfo, AValueThatIsNoNodeSetIsEmpty) {
+TEST_F(PIEConfigInfo, ReturnsNoNodesForAValueThatIsNotANodeSet) {
     EXPECT_THAT(config_.GetNodeSet("1 + 1"), IsNull());
     EXPECT_THAT(log_.messages(), ElementsAre("CPIEConfigInfo::GetNodeSet() Start",
                                              "CPIEConfigInfo::GetNodeSet() Empty nodeset"));
 }
 
-TEST_F(PIEConfigInfo, WithoutAContextThereIsNoNode) {
+TEST_F(PIEConfigInfo, ReturnsNoNodesWithoutAContext) {
     const FailingXPathContext failing;
     EXPECT_FALSE(config_.GetInventoryPluginInfo());
     EXPECT_THAT(log_.messages(),
@@ -297,7 +297,7 @@ TEST_F(PIEConfigInfo, WithoutAContextThereIsNoNode) {
                             "CPIEConfigInfo::GetInventoryPluginInfo() pXpathResult is NULL"));
 }
 
-TEST_F(PIEConfigInfo, AnAttributeIsItsTextOrNull) {
+TEST_F(PIEConfigInfo, ReturnsTheTextOfAnAttributeOrNull) {
     init(configWith(R"(<Plugin description="d" type=""/>)"));
     const XPathObjectPtr plugins = config_.GetPlugins();
     ASSERT_THAT(plugins, NotNull());

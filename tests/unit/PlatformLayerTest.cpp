@@ -131,7 +131,7 @@ protected:
     PlatformLayer() { calls.clear(); }
 };
 
-TEST_F(PlatformLayer, HandsOnTheTolvOperations) {
+TEST_F(PlatformLayer, PassesOnTheTolvOperations) {
     EXPECT_TRUE(CPlatformLayer::isTOLVInstalled());
     EXPECT_TRUE(CPlatformLayer::InstallTolv());
     EXPECT_TRUE(CPlatformLayer::UninstallTolv());
@@ -140,7 +140,7 @@ TEST_F(PlatformLayer, HandsOnTheTolvOperations) {
         calls, ElementsAre("isTOLVInstalled()", "InstallTolv()", "UninstallTolv()", "LoadTolvLibrary(name)"));
 }
 
-TEST_F(PlatformLayer, HandsOnTheLibraryOperations) {
+TEST_F(PlatformLayer, PassesOnTheLibraryOperations) {
     EXPECT_EQ(CPlatformLayer::Load_Library("path"), &library);
     EXPECT_EQ(CPlatformLayer::GetProcAddress(&library, "symbol"), &function);
     CPlatformLayer::FreeLibrary(&library);
@@ -149,7 +149,7 @@ TEST_F(PlatformLayer, HandsOnTheLibraryOperations) {
                                    "FreeLibrary(library)", "FreeLibrary(null)"));
 }
 
-TEST_F(PlatformLayer, HandsOnTheCommands) {
+TEST_F(PlatformLayer, PassesOnTheCommands) {
     EXPECT_EQ(CPlatformLayer::ExecuteCmd("one", true, 5), 11);
     EXPECT_EQ(CPlatformLayer::ExecuteCmd("two", false, -6), 11);
     EXPECT_EQ(CPlatformLayer::ExecuteCmdNoWait("three", true, 7), 12);
@@ -160,7 +160,7 @@ TEST_F(PlatformLayer, HandsOnTheCommands) {
                            "ExecuteCmdNoWait(four, 0, 8)", "Sleep(9)"));
 }
 
-TEST_F(PlatformLayer, HandsOnTheDirectoryOperations) {
+TEST_F(PlatformLayer, PassesOnTheDirectoryOperations) {
     std::string dir = "list";
     EXPECT_EQ(CPlatformLayer::getCurrentDirectory(), "current");
     EXPECT_EQ(CPlatformLayer::getCurrentProcessDirectory(), "process");
@@ -171,7 +171,7 @@ TEST_F(PlatformLayer, HandsOnTheDirectoryOperations) {
                                    "setCurrentDirectory(set)", "GetFileList(list)"));
 }
 
-TEST_F(PlatformLayer, HandsOnTheFileTests) {
+TEST_F(PlatformLayer, PassesOnTheFileTests) {
     EXPECT_TRUE(CPlatformLayer::IsFileExits("name"));
     EXPECT_TRUE(CPlatformLayer::IsFileExistsAbs("path"));
     EXPECT_TRUE(CPlatformLayer::isUSBblacklisted());
@@ -188,12 +188,12 @@ const bool firstUseFailed = [] {
     }
 }();
 
-TEST_F(PlatformLayer, CanBeUsedAfterAFirstUseThatFailed) {
+TEST_F(PlatformLayer, WorksAfterAFirstUseThatFailed) {
     EXPECT_TRUE(firstUseFailed);
     EXPECT_NE(CPlatformLayer::GetPlatform(), nullptr);
 }
 
-TEST_F(PlatformLayer, HoldsOnePlatformForTheProcess) {
+TEST_F(PlatformLayer, CreatesOnePlatformForTheProcess) {
     IPlatformImpl* const platform = CPlatformLayer::GetPlatform();
     CPlatformLayer::getCurrentDirectory();
     EXPECT_EQ(CPlatformLayer::GetPlatform(), platform);
@@ -208,7 +208,7 @@ std::size_t slotOf(Operation operation) {
     return (offset - 1) / sizeof(void*) + 1;
 }
 
-TEST(PlatformInterface, KeepsTheOrderOfItsOperations) {
+TEST(PlatformLayerInterface, KeepsTheOrderOfItsOperations) {
     EXPECT_EQ(slotOf(&IPlatformImpl::isTOLVInstalled), 1U);
     EXPECT_EQ(slotOf(&IPlatformImpl::InstallTolv), 2U);
     EXPECT_EQ(slotOf(&IPlatformImpl::UninstallTolv), 3U);

@@ -54,7 +54,7 @@ protected:
     CDeviceInfo record_;
 };
 
-TEST_F(QRXInventoryPermission, RequestIs72BytesOfWhichThreeAreSet) {
+TEST_F(QRXInventoryPermission, SendsARequestWithThreeBytesSet) {
     inventory_.isQRXResetAllowed();
     ASSERT_EQ(vtek_.requests().size(), 1U);
     std::array<unsigned char, 72> expected{};
@@ -64,33 +64,33 @@ TEST_F(QRXInventoryPermission, RequestIs72BytesOfWhichThreeAreSet) {
     EXPECT_EQ(vtek_.requests()[0], expected);
 }
 
-TEST_F(QRXInventoryPermission, RequestIsMadeOnceWithItsFixedArguments) {
+TEST_F(QRXInventoryPermission, SendsOneRequestWithFixedArguments) {
     inventory_.isQRXResetAllowed();
     EXPECT_THAT(vtek_.calls(), ElementsAre("secureWynd()", "OEMIPMIRequest(0xd0, 1, IPMIReqBuf, 10, 12)"));
 }
 
-TEST_F(QRXInventoryPermission, RequestIsNotRepeatedAfterAFailure) {
+TEST_F(QRXInventoryPermission, SendsNoSecondRequestAfterAFailure) {
     ask(0xC1, answer(0, 0));
     EXPECT_EQ(vtek_.requests().size(), 1U);
 }
 
-TEST_F(QRXInventoryPermission, EachRequestStartsFromZero) {
+TEST_F(QRXInventoryPermission, ClearsTheBufferBeforeEachRequest) {
     ask(0, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 2, 1});
     ask(0, answer(2, 1));
     EXPECT_EQ(vtek_.requests().at(1), vtek_.requests().at(0));
 }
 
-TEST_F(QRXInventoryPermission, AllowedWhereModeIs2AndFlagIs1) {
+TEST_F(QRXInventoryPermission, AllowsMode2WithFlag1) {
     EXPECT_EQ(ask(0, answer(2, 1)), 0);
 }
 
-TEST_F(QRXInventoryPermission, RefusedWith3WhereTheFlagIsNot1) {
+TEST_F(QRXInventoryPermission, RefusesAnotherFlagWith3) {
     EXPECT_EQ(ask(0, answer(2, 0)), 3);
     EXPECT_EQ(ask(0, answer(2, 2)), 3);
     EXPECT_EQ(ask(0, answer(2, 255)), 3);
 }
 
-TEST_F(QRXInventoryPermission, RefusedWith4WhereTheModeIsNot2) {
+TEST_F(QRXInventoryPermission, RefusesAnotherModeWith4) {
     EXPECT_EQ(ask(0, answer(0, 0)), 4);
     EXPECT_EQ(ask(0, answer(0, 1)), 4);
     EXPECT_EQ(ask(0, answer(1, 1)), 4);
@@ -98,13 +98,13 @@ TEST_F(QRXInventoryPermission, RefusedWith4WhereTheModeIsNot2) {
     EXPECT_EQ(ask(0, answer(255, 1)), 4);
 }
 
-TEST_F(QRXInventoryPermission, AllowedWhereTheRequestFailedWhateverItsBytes) {
+TEST_F(QRXInventoryPermission, AllowsAFailedRequestRegardlessOfItsBytes) {
     EXPECT_EQ(ask(1, answer(2, 0)), 0);
     EXPECT_EQ(ask(0xC1, answer(0, 0)), 0);
     EXPECT_EQ(ask(0xFF, answer(2, 1)), 0);
 }
 
-TEST_F(QRXInventoryPermission, PermissionIsToldInTheLibrarysLog) {
+TEST_F(QRXInventoryPermission, LogsThePermissionInTheLibrarysLog) {
     ask(0, {0x17, 0x04, 0x00, 0xAB, 0xFF, 0x01, 0x10, 0x0F, 0xF0, 0x7E, 0x02, 0x01});
     EXPECT_THAT(
         vtek_.libraryLogMessages(),
@@ -117,7 +117,7 @@ TEST_F(QRXInventoryPermission, PermissionIsToldInTheLibrarysLog) {
     EXPECT_THAT(package_.messages(), IsEmpty()) << "nothing of it goes to the program's own log";
 }
 
-TEST_F(QRXInventoryPermission, RefusalByFlagIsToldWithoutAStatusLine) {
+TEST_F(QRXInventoryPermission, LogsARefusalByFlagWithoutAStatusLine) {
     ask(0, answer(2, 0));
     EXPECT_THAT(
         vtek_.libraryLogMessages(),
@@ -128,7 +128,7 @@ TEST_F(QRXInventoryPermission, RefusalByFlagIsToldWithoutAStatusLine) {
             "isQRXResetAllowed()::IPMI command returns succes"));
 }
 
-TEST_F(QRXInventoryPermission, RefusalByModeIsToldWithoutAStatusLine) {
+TEST_F(QRXInventoryPermission, LogsARefusalByModeWithoutAStatusLine) {
     ask(0, answer(0, 1));
     EXPECT_THAT(
         vtek_.libraryLogMessages(),
@@ -139,7 +139,7 @@ TEST_F(QRXInventoryPermission, RefusalByModeIsToldWithoutAStatusLine) {
             "isQRXResetAllowed()::IPMI command returns succes"));
 }
 
-TEST_F(QRXInventoryPermission, FailedRequestIsToldWithTheBytesThatTheBufferHolds) {
+TEST_F(QRXInventoryPermission, LogsTheBufferOfAFailedRequest) {
     vtek_.script.ipmiCompletion = 0xC1;
     vtek_.script.ipmiAnswer.reset();
     inventory_.isQRXResetAllowed();
@@ -152,7 +152,7 @@ TEST_F(QRXInventoryPermission, FailedRequestIsToldWithTheBytesThatTheBufferHolds
             "isQRXResetAllowed()::IPMI command does not return succes"));
 }
 
-TEST_F(QRXInventoryPermission, LibrarysLogIsWrittenUnderTheSourceNameWithTheCallsLine) {
+TEST_F(QRXInventoryPermission, LogsUnderTheSourceNameWithTheCallsLine) {
     ask(0, answer(2, 1));
     unsigned before = 0;
     for (const VtekLogLine& line : vtek_.libraryLog()) {
@@ -162,7 +162,7 @@ TEST_F(QRXInventoryPermission, LibrarysLogIsWrittenUnderTheSourceNameWithTheCall
     }
 }
 
-TEST_F(QRXInventoryPermission, LibrarysLogStandsAroundTheRequest) {
+TEST_F(QRXInventoryPermission, LogsBeforeAndAfterTheRequest) {
     std::vector<std::string> events;
     vtek_.observer = [&events](const std::string& event) { events.push_back(event.substr(0, 7)); };
     ask(1, answer(0, 0));
@@ -180,10 +180,10 @@ void PrintTo(const Completion& completion, std::ostream* out) {
     *out << completion.value;
 }
 
-class QRXInventoryCompletion : public QRXInventoryPermission,
-                               public ::testing::WithParamInterface<Completion> {};
+class QRXInventoryPermissionCompletion : public QRXInventoryPermission,
+                                         public ::testing::WithParamInterface<Completion> {};
 
-TEST_P(QRXInventoryCompletion, AdvancesTheTextOfItsLine) {
+TEST_P(QRXInventoryPermissionCompletion, ShortensTheTextOfItsLine) {
     EXPECT_EQ(ask(static_cast<unsigned char>(GetParam().value), answer(2, 1)), 0);
     EXPECT_EQ(vtek_.libraryLogMessages().at(2), GetParam().text);
     EXPECT_EQ(vtek_.libraryLogMessages().at(3),
@@ -191,7 +191,7 @@ TEST_P(QRXInventoryCompletion, AdvancesTheTextOfItsLine) {
                                     : "isQRXResetAllowed()::IPMI command does not return succes");
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, QRXInventoryCompletion,
+INSTANTIATE_TEST_SUITE_P(Every, QRXInventoryPermissionCompletion,
                          ::testing::Values(Completion{0, "isQRXResetAllowed():: bRetVal = "},
                                            Completion{1, "sQRXResetAllowed():: bRetVal = "},
                                            Completion{19, ":: bRetVal = "},  //
@@ -202,7 +202,7 @@ INSTANTIATE_TEST_SUITE_P(Every, QRXInventoryCompletion,
                                            Completion{0xC1, ""},             //
                                            Completion{0xFF, ""}));
 
-TEST_F(QRXInventoryPermission, ValidationTakesIdVersionAndSuccess) {
+TEST_F(QRXInventoryPermission, ReturnsIdVersionAndSuccess) {
     EXPECT_TRUE(inventory_.validateInventory(&record_));
     EXPECT_EQ(record_.getComponentID(), "25227");
     EXPECT_EQ(record_.getVersion(), "1.10");
@@ -211,7 +211,7 @@ TEST_F(QRXInventoryPermission, ValidationTakesIdVersionAndSuccess) {
     EXPECT_EQ(record_.getMessageID(), 0);
 }
 
-TEST_F(QRXInventoryPermission, RefusedValidationNeverAsksForTheInventory) {
+TEST_F(QRXInventoryPermission, SkipsTheInventoryAfterARefusal) {
     vtek_.script.ipmiAnswer = answer(2, 0);
     EXPECT_FALSE(inventory_.validateInventory(&record_));
     EXPECT_EQ(record_.getErrorMsg(), kRefused);
@@ -222,7 +222,7 @@ TEST_F(QRXInventoryPermission, RefusedValidationNeverAsksForTheInventory) {
     EXPECT_EQ(package_.messages().back(), "CQRXInventory::validateInventory()::isQRXResetAllowed()");
 }
 
-TEST_F(QRXInventoryPermission, ValidationOfAnUnknownComponentIsNotCompatible) {
+TEST_F(QRXInventoryPermission, ReportsAnUnknownComponentAsIncompatible) {
     vtek_.script.inventory = "<SVMInventory/>";
     EXPECT_FALSE(inventory_.validateInventory(&record_));
     EXPECT_EQ(record_.getErrorMsg(), "Update not compatable to this system");
@@ -233,21 +233,21 @@ TEST_F(QRXInventoryPermission, ValidationOfAnUnknownComponentIsNotCompatible) {
               "CQRXInventory::validateInventory()::isTVKRecordPresent() TVK Record not found");
 }
 
-TEST_F(QRXInventoryPermission, ValidationWithoutARepositoryIsNotCompatible) {
+TEST_F(QRXInventoryPermission, ReportsAMissingRepositoryAsIncompatible) {
     vtek_.script.kind = 0;
     EXPECT_FALSE(inventory_.validateInventory(&record_));
     EXPECT_EQ(record_.getErrorMsg(), "Update not compatable to this system")
         << "the failed query's own message is overwritten";
 }
 
-TEST_F(QRXInventoryPermission, ValidationAfterAFailedQueryWithADocumentSucceeds) {
+TEST_F(QRXInventoryPermission, SucceedsAfterAFailedQueryWithADocument) {
     vtek_.script.queryResult = false;
     EXPECT_TRUE(inventory_.validateInventory(&record_));
     EXPECT_EQ(record_.getErrorMsg(), "Inventory Success");
     EXPECT_EQ(record_.getStatus(), 0);
 }
 
-TEST_F(QRXInventoryPermission, ValidationAsksThePackageThenTheChassisThenTheRepository) {
+TEST_F(QRXInventoryPermission, AsksThePackageThenTheChassisThenTheRepository) {
     std::size_t linesBefore = 0;
     vtek_.observer = [&](const std::string& event) {
         if (event == "OEMIPMIRequest(0xd0, 1, IPMIReqBuf, 10, 12)") {
@@ -263,7 +263,7 @@ TEST_F(QRXInventoryPermission, ValidationAsksThePackageThenTheChassisThenTheRepo
                                            "IsWyndPresent()", "secureWyndInit()", "QueryTVK(12)"));
 }
 
-TEST_F(QRXInventoryPermission, EmptyComponentIdMatchesAnEmptyOne) {
+TEST_F(QRXInventoryPermission, MatchesAnEmptyComponentIdWithAnEmptyOne) {
     package_.setPackage("<SoftwareComponent/>");
     vtek_.script.inventory =
         R"(<SVMInventory><Device componentID=""><Application version="7"/></Device></SVMInventory>)";
@@ -273,13 +273,13 @@ TEST_F(QRXInventoryPermission, EmptyComponentIdMatchesAnEmptyOne) {
     EXPECT_EQ(package_.messages().back(), "CQRXInventory::getBasicDeviceInfo() Setting the Component ID : ");
 }
 
-TEST_F(QRXInventoryPermission, EmptyComponentIdIsUnknownElsewhere) {
+TEST_F(QRXInventoryPermission, ReportsAnEmptyComponentIdAsUnknownElsewhere) {
     package_.setPackage("<SoftwareComponent/>");
     EXPECT_FALSE(inventory_.validateInventory(&record_));
     EXPECT_EQ(record_.getErrorMsg(), "Update not compatable to this system");
 }
 
-TEST_F(QRXInventoryPermission, InventoryIsOneSuccessfulRecord) {
+TEST_F(QRXInventoryPermission, ReturnsOneSuccessfulRecord) {
     const CDeviceInfo record = inventoried();
     EXPECT_EQ(record.getStatus(), 0);
     EXPECT_EQ(record.getMessageID(), 0);
@@ -292,7 +292,7 @@ TEST_F(QRXInventoryPermission, InventoryIsOneSuccessfulRecord) {
     EXPECT_FALSE(record.getRebootRequired());
 }
 
-TEST_F(QRXInventoryPermission, InventoryLogsEveryStepInOrder) {
+TEST_F(QRXInventoryPermission, LogsEveryStepInOrder) {
     inventoried();
     EXPECT_THAT(package_.messages(),
                 ElementsAre("CQRXInventory::GetInventory() Entering GetInventory function",
@@ -322,7 +322,7 @@ TEST_F(QRXInventoryPermission, InventoryLogsEveryStepInOrder) {
                             "CQRXInventory::GetInventory() Exiting GetInventory function"));
 }
 
-TEST_F(QRXInventoryPermission, RefusedInventoryIsOneFailedRecordAndHasNoExitLine) {
+TEST_F(QRXInventoryPermission, ReturnsOneFailedRecordWithoutAnExitLineAfterARefusal) {
     vtek_.script.ipmiAnswer = answer(0, 0);
     const CDeviceInfo record = inventoried();
     EXPECT_EQ(record.getStatus(), 1);
@@ -335,7 +335,7 @@ TEST_F(QRXInventoryPermission, RefusedInventoryIsOneFailedRecordAndHasNoExitLine
               "CQRXInventory::GetInventory() Inventory failed in validateInventory function");
 }
 
-TEST_F(QRXInventoryPermission, InventoryOfAnUnknownComponentIsOneFailedRecord) {
+TEST_F(QRXInventoryPermission, ReturnsOneFailedRecordForAnUnknownComponent) {
     vtek_.script.inventory = "<SVMInventory/>";
     const CDeviceInfo record = inventoried();
     EXPECT_EQ(record.getStatus(), 1);
@@ -344,20 +344,20 @@ TEST_F(QRXInventoryPermission, InventoryOfAnUnknownComponentIsOneFailedRecord) {
               "CQRXInventory::GetInventory() Inventory failed in validateInventory function");
 }
 
-TEST_F(QRXInventoryPermission, InventoryOfAFailedRequestGoesOnAsIfAllowed) {
+TEST_F(QRXInventoryPermission, ContinuesAfterAFailedRequest) {
     vtek_.script.ipmiCompletion = 0xC1;
     vtek_.script.ipmiAnswer = answer(0, 0);
     EXPECT_EQ(inventoried().getErrorMsg(), "Inventory Success");
 }
 
-TEST_F(QRXInventoryPermission, InventoryOfAnUnpreparedLibraryIsNotCompatible) {
+TEST_F(QRXInventoryPermission, ReportsAnUnpreparedLibraryAsIncompatible) {
     vtek_.script.successAfterConstruction = false;
     CQRXInventory unprepared;
     const std::unique_ptr<CDeviceInfo> record(unprepared.GetInventory().at(0));
     EXPECT_EQ(record->getErrorMsg(), "Update not compatable to this system");
 }
 
-TEST_F(QRXInventoryPermission, SecondInventoryAppendsTheSameRecordAgain) {
+TEST_F(QRXInventoryPermission, AppendsTheSameRecordInASecondInventory) {
     const std::vector<CDeviceInfo*> first = inventory_.GetInventory();
     const std::unique_ptr<CDeviceInfo> record(first.at(0));
     const std::vector<CDeviceInfo*> second = inventory_.GetInventory();
@@ -366,7 +366,7 @@ TEST_F(QRXInventoryPermission, SecondInventoryAppendsTheSameRecordAgain) {
     EXPECT_EQ(record->getStatus(), 1) << "two documents in one stream are no document";
 }
 
-TEST_F(QRXInventoryPermission, RecordOutlivesTheOperation) {
+TEST_F(QRXInventoryPermission, KeepsTheRecordBeyondTheOperation) {
     auto inventory = std::make_unique<CQRXInventory>();
     const std::unique_ptr<CDeviceInfo> record(inventory->GetInventory().at(0));
     inventory.reset();

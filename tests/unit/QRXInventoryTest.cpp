@@ -43,7 +43,7 @@ protected:
     CDeviceInfo record_;
 };
 
-TEST_F(QRXInventory, ConstructionMakesTheRepositoryThenTheReader) {
+TEST_F(QRXInventory, CreatesTheRepositoryThenTheReader) {
     std::size_t linesBefore = 0;
     vtek_.observer = [&](const std::string&) { linesBefore = package_.messages().size(); };
     package_.clearLog();
@@ -68,7 +68,7 @@ TEST_F(QRXInventory, LogsUnderItsSourceName) {
     }
 }
 
-TEST_F(QRXInventory, DestructionLogsAndDeletesTheRepository) {
+TEST_F(QRXInventory, LogsAndDeletesTheRepository) {
     inventory();
     std::size_t linesBefore = 0;
     vtek_.observer = [&](const std::string&) { linesBefore = package_.messages().size(); };
@@ -80,7 +80,7 @@ TEST_F(QRXInventory, DestructionLogsAndDeletesTheRepository) {
     EXPECT_THAT(vtek_.calls(), ElementsAre("secureWynd()", "~secureWynd()"));
 }
 
-TEST_F(QRXInventory, ConstructionGoesOnWithoutMemoryForTheRepository) {
+TEST_F(QRXInventory, ContinuesWithoutMemoryForTheRepository) {
     vtek_.script.constructorThrows = true;
     package_.clearLog();
     const CQRXInventory inventory;
@@ -96,7 +96,7 @@ TEST_F(QRXInventory, ConstructionGoesOnWithoutMemoryForTheRepository) {
                             "CQRXInventory::CQRXInventory() Exiting CQRXInventory Constructor"));
 }
 
-TEST_F(QRXInventory, RepositoryThatCouldNotBeMadeCountsAsAbsent) {
+TEST_F(QRXInventory, TreatsARepositoryWithoutMemoryAsAbsent) {
     vtek_.script.constructorThrows = true;
     std::stringstream out;
     EXPECT_FALSE(inventory().getTVKInvXML(out));
@@ -106,7 +106,7 @@ TEST_F(QRXInventory, RepositoryThatCouldNotBeMadeCountsAsAbsent) {
     EXPECT_THAT(vtek_.calls(), ElementsAre("secureWynd()"));
 }
 
-TEST_F(QRXInventory, RepositoryThatCouldNotBeMadeIsNotDeleted) {
+TEST_F(QRXInventory, DeletesNoRepositoryThatWasNotCreated) {
     vtek_.script.constructorThrows = true;
     inventory();
     inventory_.reset();
@@ -116,7 +116,7 @@ TEST_F(QRXInventory, RepositoryThatCouldNotBeMadeIsNotDeleted) {
     EXPECT_THAT(vtek_.calls(), ElementsAre("secureWynd()"));
 }
 
-TEST_F(QRXInventory, BasicDeviceInfoIsTheControllersIdentity) {
+TEST_F(QRXInventory, SetsTheControllersIdentity) {
     inventory().getBasicDeviceInfo(&record_);
     EXPECT_EQ(record_.getDeviceName(), "QRX");
     EXPECT_EQ(record_.getComponentType(), "FRMW");
@@ -127,7 +127,7 @@ TEST_F(QRXInventory, BasicDeviceInfoIsTheControllersIdentity) {
                             "CQRXInventory::getBasicDeviceInfo() Setting the Device Type"));
 }
 
-TEST_F(QRXInventory, MsgStatusIsStatusAndMessageIdAlike) {
+TEST_F(QRXInventory, SetsStatusAndMessageIdAlike) {
     inventory().setMsgStatus(&record_, "text", 7);
     EXPECT_EQ(record_.getErrorMsg(), "text");
     EXPECT_EQ(record_.getStatus(), 7);
@@ -139,7 +139,7 @@ TEST_F(QRXInventory, MsgStatusIsStatusAndMessageIdAlike) {
     EXPECT_THAT(package_.messages(), IsEmpty());
 }
 
-TEST_F(QRXInventory, KindsOutsideOneToThreeAreNoRepository) {
+TEST_F(QRXInventory, RejectsKindsOutsideOneToThree) {
     for (const int kind : {-1, 0, 4, 5, 255}) {
         EXPECT_FALSE(inventory().isWyndAvailable(static_cast<ewyndSupport>(kind))) << kind;
         EXPECT_THAT(package_.messages(), ElementsAre("CQRXInventory::getTVKInvXML():: No WYND Present"))
@@ -147,27 +147,27 @@ TEST_F(QRXInventory, KindsOutsideOneToThreeAreNoRepository) {
     }
 }
 
-TEST_F(QRXInventory, KindOneIsTheFullRepository) {
+TEST_F(QRXInventory, AcceptsKindOneAsTheFullRepository) {
     EXPECT_TRUE(inventory().isWyndAvailable(WYND_FULL));
     EXPECT_THAT(package_.messages(),
                 ElementsAre("CQRXInventory::getTVKInvXML():: WYND Present",
                             "CQRXInventory::getTVKInvXML():: Type of WYND Present : WYND Full"));
 }
 
-TEST_F(QRXInventory, KindTwoIsTheLightRepository) {
+TEST_F(QRXInventory, AcceptsKindTwoAsTheLightRepository) {
     EXPECT_TRUE(inventory().isWyndAvailable(WYND_LITE));
     EXPECT_THAT(package_.messages(),
                 ElementsAre("CQRXInventory::getTVKInvXML():: WYND Present",
                             "CQRXInventory::getTVKInvXML():: Type of WYND Present : WYND Lite"));
 }
 
-TEST_F(QRXInventory, KindThreeIsTheLighterRepository) {
+TEST_F(QRXInventory, AcceptsKindThreeAsTheLighterRepository) {
     EXPECT_TRUE(inventory().isWyndAvailable(WYND_LITER));
     EXPECT_THAT(package_.messages(), ElementsAre("CQRXInventory::getTVKInvXML():: WYND Present",
                                                  "Inventory :: Type of WYND Present : WYND Liter"));
 }
 
-TEST_F(QRXInventory, QueryAppendsTheControllersInventory) {
+TEST_F(QRXInventory, AppendsTheControllersInventory) {
     std::stringstream out;
     out << "before ";
     EXPECT_TRUE(inventory().getTVKInvXML(out));
@@ -183,7 +183,7 @@ TEST_F(QRXInventory, QueryAppendsTheControllersInventory) {
                 ElementsAre("secureWynd()", "IsWyndPresent()", "secureWyndInit()", "QueryTVK(12)"));
 }
 
-TEST_F(QRXInventory, QueryOfAnUnpreparedLibraryIsTrueAndTouchesNothing) {
+TEST_F(QRXInventory, ReturnsTrueForAnUnpreparedLibraryAndTouchesNothing) {
     vtek_.script.successAfterConstruction = false;
     std::stringstream out;
     EXPECT_TRUE(inventory().getTVKInvXML(out));
@@ -192,7 +192,7 @@ TEST_F(QRXInventory, QueryOfAnUnpreparedLibraryIsTrueAndTouchesNothing) {
     EXPECT_THAT(vtek_.calls(), ElementsAre("secureWynd()"));
 }
 
-TEST_F(QRXInventory, QueryWithoutARepositoryFailsBeforeTheSession) {
+TEST_F(QRXInventory, FailsWithoutARepositoryBeforeTheSession) {
     for (const int kind : {0, 4, -1}) {
         vtek_.script.kind = kind;
         std::stringstream out;
@@ -206,7 +206,7 @@ TEST_F(QRXInventory, QueryWithoutARepositoryFailsBeforeTheSession) {
     }
 }
 
-TEST_F(QRXInventory, EveryKindOfRepositoryIsQueried) {
+TEST_F(QRXInventory, QueriesEveryKindOfRepository) {
     for (const int kind : {1, 2, 3}) {
         vtek_.script.kind = kind;
         std::stringstream out;
@@ -215,7 +215,7 @@ TEST_F(QRXInventory, EveryKindOfRepositoryIsQueried) {
     }
 }
 
-TEST_F(QRXInventory, QueryWithoutASessionFails) {
+TEST_F(QRXInventory, FailsWithoutASession) {
     vtek_.script.successAfterInit = false;
     std::stringstream out;
     EXPECT_FALSE(inventory().getTVKInvXML(out));
@@ -227,14 +227,14 @@ TEST_F(QRXInventory, QueryWithoutASessionFails) {
     EXPECT_THAT(vtek_.calls(), ElementsAre("secureWynd()", "IsWyndPresent()", "secureWyndInit()"));
 }
 
-TEST_F(QRXInventory, QueryThatFailsTellsSo) {
+TEST_F(QRXInventory, ReportsAFailedQuery) {
     vtek_.script.queryResult = false;
     std::stringstream out;
     EXPECT_FALSE(inventory().getTVKInvXML(out));
     EXPECT_EQ(package_.messages().back(), "CQRXInventory::getTVKInvXML():: QueryTVK failure");
 }
 
-TEST_F(QRXInventory, RecordIsPresentAndItsVersionIsTaken) {
+TEST_F(QRXInventory, FindsTheRecordAndTakesItsVersion) {
     EXPECT_TRUE(inventory().isTVKRecordPresent("25227", &record_));
     EXPECT_EQ(record_.getVersion(), "1.10");
     EXPECT_EQ(record_.getErrorMsg(), "");
@@ -248,7 +248,7 @@ TEST_F(QRXInventory, RecordIsPresentAndItsVersionIsTaken) {
                                            kRecord));
 }
 
-TEST_F(QRXInventory, RecordOfAnUnknownComponentIsAbsent) {
+TEST_F(QRXInventory, FindsNoRecordOfAnUnknownComponent) {
     EXPECT_FALSE(inventory().isTVKRecordPresent("99999", &record_));
     EXPECT_EQ(record_.getVersion(), "");
     EXPECT_EQ(record_.getErrorMsg(), "");
@@ -259,7 +259,7 @@ TEST_F(QRXInventory, RecordOfAnUnknownComponentIsAbsent) {
                                            "Record Not Found : ComponentID is 99999"));
 }
 
-TEST_F(QRXInventory, RecordOfAnUnpreparedLibraryIsAbsent) {
+TEST_F(QRXInventory, FindsNoRecordInAnUnpreparedLibrary) {
     vtek_.script.successAfterConstruction = false;
     EXPECT_FALSE(inventory().isTVKRecordPresent("25227", &record_));
     EXPECT_EQ(record_.getErrorMsg(), "");
@@ -267,7 +267,7 @@ TEST_F(QRXInventory, RecordOfAnUnpreparedLibraryIsAbsent) {
                                                  "Record Not Found : ComponentID is 25227"));
 }
 
-TEST_F(QRXInventory, RecordWithoutARepositoryIsAbsentAndPutsTheMessageOnTheDevice) {
+TEST_F(QRXInventory, FindsNoRecordWithoutARepositoryAndSetsTheMessage) {
     vtek_.script.kind = 0;
     EXPECT_FALSE(inventory().isTVKRecordPresent("25227", &record_));
     EXPECT_EQ(record_.getErrorMsg(), "Get TVK Inventory Failed");
@@ -281,7 +281,7 @@ TEST_F(QRXInventory, RecordWithoutARepositoryIsAbsentAndPutsTheMessageOnTheDevic
                                                  "Record Not Found : ComponentID is 25227"));
 }
 
-TEST_F(QRXInventory, RecordOfAFailedQueryIsFoundInWhatItLeftInTheStream) {
+TEST_F(QRXInventory, FindsTheRecordThatAFailedQueryLeftInTheStream) {
     vtek_.script.queryResult = false;
     EXPECT_TRUE(inventory().isTVKRecordPresent("25227", &record_));
     EXPECT_EQ(record_.getVersion(), "1.10");
@@ -290,7 +290,7 @@ TEST_F(QRXInventory, RecordOfAFailedQueryIsFoundInWhatItLeftInTheStream) {
     EXPECT_EQ(package_.messages().back(), kRecord);
 }
 
-TEST_F(QRXInventory, RecordInAMalformedInventoryIsAbsent) {
+TEST_F(QRXInventory, FindsNoRecordInAMalformedInventory) {
     vtek_.script.inventory = "<SVMInventory>";
     EXPECT_FALSE(inventory().isTVKRecordPresent("25227", &record_));
     const std::vector<std::string> messages = package_.messages();
@@ -298,7 +298,7 @@ TEST_F(QRXInventory, RecordInAMalformedInventoryIsAbsent) {
     EXPECT_EQ(messages.back(), "Record Not Found : ComponentID is 25227");
 }
 
-TEST_F(QRXInventory, VersionOfADoubledComponentIsTheFirstAndBothRecordsAreLogged) {
+TEST_F(QRXInventory, TakesTheFirstVersionOfADuplicateComponentAndLogsBothRecords) {
     vtek_.script.inventory = R"(<SVMInventory><Device componentID="1"><Application version="a"/></Device>)"
                              R"(<Device componentID="1"><Application version="b"/></Device></SVMInventory>)";
     EXPECT_TRUE(inventory().isTVKRecordPresent("1", &record_));
@@ -308,26 +308,26 @@ TEST_F(QRXInventory, VersionOfADoubledComponentIsTheFirstAndBothRecordsAreLogged
               "<Device componentID=\"1\">\n  <Application version=\"b\"/>\n</Device>");
 }
 
-TEST_F(QRXInventory, ComponentWithoutAnApplicationKeepsTheRecordsVersion) {
+TEST_F(QRXInventory, KeepsTheVersionForAComponentWithoutAnApplication) {
     vtek_.script.inventory = R"(<SVMInventory><Device componentID="1"/></SVMInventory>)";
     record_.setVersion("before");
     EXPECT_TRUE(inventory().isTVKRecordPresent("1", &record_));
     EXPECT_EQ(record_.getVersion(), "before");
 }
 
-TEST_F(QRXInventory, DefaultNamespaceGivesAVersionButNoRecord) {
+TEST_F(QRXInventory, FindsAVersionButNoRecordInADefaultNamespace) {
     vtek_.script.inventory =
         R"(<SVMInventory xmlns="urn:x"><Device componentID="1"><Application version="2"/></Device></SVMInventory>)";
     EXPECT_FALSE(inventory().isTVKRecordPresent("1", &record_));
     EXPECT_EQ(record_.getVersion(), "2");
 }
 
-TEST_F(QRXInventory, NulByteInTheIdGivesAVersionButNoRecord) {
+TEST_F(QRXInventory, FindsAVersionButNoRecordForAnIdWithANulByte) {
     EXPECT_FALSE(inventory().isTVKRecordPresent(std::string("25227\0x", 7), &record_));
     EXPECT_EQ(record_.getVersion(), "1.10");
 }
 
-TEST_F(QRXInventory, QuoteInTheIdGivesAVersionButNoRecord) {
+TEST_F(QRXInventory, FindsAVersionButNoRecordForAnIdWithAQuote) {
     vtek_.script.inventory =
         R"(<SVMInventory><Device componentID='1"2'><Application version="3"/></Device></SVMInventory>)";
     EXPECT_FALSE(inventory().isTVKRecordPresent("1\"2", &record_));
@@ -337,13 +337,13 @@ TEST_F(QRXInventory, QuoteInTheIdGivesAVersionButNoRecord) {
         ::testing::Contains("CIdentityModuleInventory::getnodeset :: Error in xmlXPathEvalExpression"));
 }
 
-TEST_F(QRXInventory, SecondLookUpWorksOnTwoDocuments) {
+TEST_F(QRXInventory, SearchesTwoDocumentsInASecondLookUp) {
     EXPECT_TRUE(inventory().isTVKRecordPresent("25227", &record_));
     EXPECT_FALSE(inventory_->isTVKRecordPresent("25227", &record_));
     EXPECT_EQ(package_.messages().back(), "Record Not Found : ComponentID is 25227");
 }
 
-TEST_F(QRXInventory, SecondLookUpStillHoldsTheRecordOfTheFirst) {
+TEST_F(QRXInventory, KeepsTheFirstRecordInASecondLookUp) {
     EXPECT_TRUE(inventory().isTVKRecordPresent("25227", &record_));
     vtek_.script.inventory = "";
     EXPECT_TRUE(inventory_->isTVKRecordPresent("25227", &record_));
@@ -351,7 +351,7 @@ TEST_F(QRXInventory, SecondLookUpStillHoldsTheRecordOfTheFirst) {
     EXPECT_TRUE(inventory_->isTVKRecordPresent("unknown", &record_));
 }
 
-TEST(DeviceInventoryInterface, HoldsItsOperationAfterTheDestructor) {
+TEST(QRXInventoryInterface, KeepsItsOperationAfterTheDestructor) {
     auto operation = &IDeviceInventory::GetInventory;
     std::size_t offset = 0;
     std::memcpy(&offset, &operation, sizeof offset);

@@ -111,9 +111,9 @@ const std::vector<Lookup> kLookups = {
      R"(<SVMInventory><Device><Application version="1"/></Device></SVMInventory>)", 1, "before", ""},
 };
 
-class QRXVersion : public ::testing::TestWithParam<Lookup> {};
+class QRXInventoryVersion : public ::testing::TestWithParam<Lookup> {};
 
-TEST_P(QRXVersion, IsReadFromTheInventory) {
+TEST_P(QRXInventoryVersion, ReadsTheVersion) {
     const Lookup& lookup = GetParam();
     CDeviceInfo record;
     record.setVersion("before");
@@ -122,7 +122,7 @@ TEST_P(QRXVersion, IsReadFromTheInventory) {
     EXPECT_EQ(record.getStatus(), -1) << "the look-up is no verdict";
 }
 
-INSTANTIATE_TEST_SUITE_P(Lookup, QRXVersion, ::testing::ValuesIn(kLookups),
+INSTANTIATE_TEST_SUITE_P(Lookup, QRXInventoryVersion, ::testing::ValuesIn(kLookups),
                          [](const auto& shown) { return shown.param.name; });
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-class QRXManagerWithoutMemory : public ::testing::Test {
+class QRXManagerAllocation : public ::testing::Test {
 protected:
     /** One run of the manager in which there is no memory for an object of this size. */
     ManagerOutcome run(std::size_t size, const std::vector<std::string>& arguments) const {
@@ -29,7 +29,7 @@ protected:
     ManagerRun folder_;
 };
 
-TEST_F(QRXManagerWithoutMemory, InventoryIsNotInitialized) {
+TEST_F(QRXManagerAllocation, LogsAnInventoryWithoutMemory) {
     const ManagerOutcome outcome = run(sizeof(CQRXInventory), {"-i", "-d", "-o", "report.xml"});
     EXPECT_EQ(outcome.result, 0);
     EXPECT_THAT(folder_.messages("debug.log"),
@@ -41,7 +41,7 @@ TEST_F(QRXManagerWithoutMemory, InventoryIsNotInitialized) {
     EXPECT_FALSE(folder_.holds("library-was-called"));
 }
 
-TEST_F(QRXManagerWithoutMemory, UpdateIsNotInitialized) {
+TEST_F(QRXManagerAllocation, LogsAnUpdateWithoutMemory) {
     const ManagerOutcome outcome = run(sizeof(CQRXExecution), {"-u", "-d", "-o", "report.xml"});
     EXPECT_EQ(outcome.result, 0);
     EXPECT_THAT(folder_.messages("debug.log"),
@@ -53,7 +53,7 @@ TEST_F(QRXManagerWithoutMemory, UpdateIsNotInitialized) {
     EXPECT_FALSE(folder_.holds("library-was-called"));
 }
 
-TEST_F(QRXManagerWithoutMemory, FailedInventoryKeepsTheUpdateBack) {
+TEST_F(QRXManagerAllocation, SkipsTheUpdateAfterAFailedInventory) {
     EXPECT_EQ(run(sizeof(CQRXInventory), {"-i", "-u", "-d"}).result, 0);
     EXPECT_EQ(folder_.messages("debug.log").back(), "CQRXManager::isInventory() Inventory failed");
 }

@@ -113,7 +113,7 @@ constexpr const char* kInventoryOfOne =
     R"(<?xml version="1.0" encoding="UTF-8"?><SVMInventory lang="en"><SPStatus result = "false" >)"
     R"(<Message id="0">record 0</Message></SPStatus></SVMInventory>)";
 
-TEST_F(QRXManagerLists, EmptyInventoryIsAFailureWithoutAReport) {
+TEST_F(QRXManagerLists, FailsWithoutAReportForAnEmptyInventory) {
     const ManagerOutcome outcome = run({"-i", "-d", "-o", "report.xml"}, 0, 0);
     EXPECT_EQ(outcome.result, 0);
     EXPECT_EQ(outcome.output, "IiX deleted:");
@@ -125,17 +125,17 @@ TEST_F(QRXManagerLists, EmptyInventoryIsAFailureWithoutAReport) {
                             "CQRXManager::isInventory() Inventory failed"));
 }
 
-TEST_F(QRXManagerLists, EmptyInventoryWithoutAFileLeavesStandardOutputEmpty) {
+TEST_F(QRXManagerLists, LeavesStandardOutputEmptyForAnEmptyInventory) {
     EXPECT_EQ(run({"-i"}, 0, 0).output, "IiX deleted:");
 }
 
-TEST_F(QRXManagerLists, EmptyInventoryKeepsTheUpdateBack) {
+TEST_F(QRXManagerLists, SkipsTheUpdateAfterAnEmptyInventory) {
     const ManagerOutcome outcome = run({"-i", "-u"}, 0, 1);
     EXPECT_EQ(outcome.result, 0);
     EXPECT_EQ(outcome.output, "IiX deleted:");
 }
 
-TEST_F(QRXManagerLists, EmptyUpdateIsAFailureWithoutAReport) {
+TEST_F(QRXManagerLists, FailsWithoutAReportForAnEmptyUpdate) {
     const ManagerOutcome outcome = run({"-u", "-d", "-o", "report.xml"}, 0, 0);
     EXPECT_EQ(outcome.result, 0);
     EXPECT_EQ(outcome.output, "UuY deleted:");
@@ -147,13 +147,13 @@ TEST_F(QRXManagerLists, EmptyUpdateIsAFailureWithoutAReport) {
                             "CQRXManager::isUpdate() Update failed"));
 }
 
-TEST_F(QRXManagerLists, EmptyUpdateAfterAnInventoryKeepsTheInventorysReport) {
+TEST_F(QRXManagerLists, KeepsTheInventorysReportAfterAnEmptyUpdate) {
     const ManagerOutcome outcome = run({"-i", "-u"}, 1, 0);
     EXPECT_EQ(outcome.result, 0);
     EXPECT_EQ(outcome.output, std::string(kInventoryOfOne) + "IiXUuY deleted:");
 }
 
-TEST_F(QRXManagerLists, RecordsAreDeletedWithTheManager) {
+TEST_F(QRXManagerLists, DeletesTheRecordsWithTheManager) {
     const ManagerOutcome outcome = run({"-i"}, 2, 0);
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output,
@@ -163,13 +163,13 @@ TEST_F(QRXManagerLists, RecordsAreDeletedWithTheManager) {
               "IiX deleted:01");
 }
 
-TEST_F(QRXManagerLists, OnlyTheRecordsOfTheLastListAreDeleted) {
+TEST_F(QRXManagerLists, DeletesOnlyTheRecordsOfTheLastList) {
     const ManagerOutcome outcome = run({"-i", "-u"}, 2, 2);
     EXPECT_EQ(outcome.result, 1);
     EXPECT_THAT(outcome.output, ::testing::EndsWith("</SVMExecution>IiXUuY deleted:23"));
 }
 
-TEST_F(QRXManagerLists, LastListIsAlsoAnInventorysThatFollowsAnUpdate) {
+TEST_F(QRXManagerLists, DeletesTheRecordsOfAnInventoryAfterAnUpdate) {
     const ManagerOutcome outcome = run(
         [](CQRXManager& manager) {
             const bool updated = manager.doUpdate();
@@ -181,7 +181,7 @@ TEST_F(QRXManagerLists, LastListIsAlsoAnInventorysThatFollowsAnUpdate) {
               std::string("</SVMExecution>") + kInventoryOfOne + "UuYIiX deleted:0");
 }
 
-TEST_F(QRXManagerLists, RecordsOfAnUpdateAloneAreDeleted) {
+TEST_F(QRXManagerLists, DeletesTheRecordsOfAnUpdateAlone) {
     const ManagerOutcome outcome = run({"-u"}, 0, 1);
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output,
@@ -189,7 +189,7 @@ TEST_F(QRXManagerLists, RecordsOfAnUpdateAloneAreDeleted) {
               R"(<Message id="0">record 0</Message></SPStatus></SVMExecution>UuY deleted:0)");
 }
 
-TEST_F(QRXManagerLists, ManagerThatRanNothingHasNothingToDelete) {
+TEST_F(QRXManagerLists, DeletesNothingAfterARunWithoutOperations) {
     const ManagerOutcome outcome = run({"-f"}, 1, 1);
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output, " deleted:");

@@ -76,47 +76,47 @@ protected:
     VtekScript script_;
 };
 
-TEST_F(QRXManager, InventoryIsReportedOnStandardOutput) {
+TEST_F(QRXManager, ReportsAnInventoryOnStandardOutput) {
     const ManagerOutcome outcome = run({"-i"});
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output, kInventoryReport);
     EXPECT_EQ(outcome.error, "");
 }
 
-TEST_F(QRXManager, UpdateAloneIsReportedOnStandardOutput) {
+TEST_F(QRXManager, ReportsAnUpdateOnStandardOutput) {
     const ManagerOutcome outcome = run({"-u"});
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output, kUpdateReport);
     EXPECT_EQ(outcome.error, "");
 }
 
-TEST_F(QRXManager, BothReportsStandOneAfterTheOther) {
+TEST_F(QRXManager, WritesBothReportsOneAfterTheOther) {
     const ManagerOutcome outcome = run({"-u", "-i"});
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output, std::string(kInventoryReport) + kUpdateReport);
 }
 
-TEST_F(QRXManager, BothReportsStandInOneFile) {
+TEST_F(QRXManager, WritesBothReportsToOneFile) {
     const ManagerOutcome outcome = run({"-i", "-u", "-o", "report.xml"});
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output, "");
     EXPECT_EQ(readFile(folder_ / "report.xml"), std::string(kInventoryReport) + kUpdateReport);
 }
 
-TEST_F(QRXManager, ReportsThatCannotBeFiledGoToStandardOutput) {
+TEST_F(QRXManager, ReportsOnStandardOutputIfTheFileCannotBeOpened) {
     const ManagerOutcome outcome = run({"-i", "-o", "missing/report.xml"});
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output, kInventoryReport);
     EXPECT_EQ(outcome.error, "");
 }
 
-TEST_F(QRXManager, EmptyReportNameIsNone) {
+TEST_F(QRXManager, TreatsAnEmptyReportNameAsNone) {
     const ManagerOutcome outcome = run({"-i", "-o", ""});
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output, kInventoryReport);
 }
 
-TEST_F(QRXManager, ReportFileIsEmptiedBeforeAnyOperation) {
+TEST_F(QRXManager, EmptiesTheReportFileBeforeAnyOperation) {
     writeFile(folder_ / "report.xml", "an old report");
     run({"-i", "-o", "report.xml"}, [this](const std::string& event) {
         if (event == "secureWynd()") {
@@ -126,28 +126,28 @@ TEST_F(QRXManager, ReportFileIsEmptiedBeforeAnyOperation) {
     EXPECT_EQ(readFile(folder_ / "seen"), "");
 }
 
-TEST_F(QRXManager, RefusedComponentIsStillASuccessfulRun) {
+TEST_F(QRXManager, SucceedsWithARefusedComponent) {
     script_.inventory = "<SVMInventory/>";
     const ManagerOutcome outcome = run({"-i"});
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output, kUnknownReport);
 }
 
-TEST_F(QRXManager, RefusedInventoryDoesNotKeepTheUpdateBack) {
+TEST_F(QRXManager, RunsTheUpdateAfterARefusedInventory) {
     script_.inventory = "<SVMInventory/>";
     const ManagerOutcome outcome = run({"-i", "-u"});
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output, std::string(kUnknownReport) + kUpdateReport);
 }
 
-TEST_F(QRXManager, FailedUpdateIsStillASuccessfulRun) {
+TEST_F(QRXManager, SucceedsWithAFailedUpdate) {
     script_.payloadSigned = false;
     const ManagerOutcome outcome = run({"-u"});
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output, kUnsignedReport);
 }
 
-TEST_F(QRXManager, OperationsUseOneRepositoryEachAndGiveItBack) {
+TEST_F(QRXManager, CreatesAndDeletesOneRepositoryPerOperation) {
     EXPECT_THAT(callsOf({"-i", "-u"}),
                 ElementsAre("secureWynd()", "OEMIPMIRequest(0xd0, 1, IPMIReqBuf, 10, 12)", "IsWyndPresent()",
                             "secureWyndInit()", "QueryTVK(12)", "~secureWynd()",  //
@@ -156,12 +156,12 @@ TEST_F(QRXManager, OperationsUseOneRepositoryEachAndGiveItBack) {
                             "CompleteSignedUnzip()", "EndCopyFile()", "~secureWynd()"));
 }
 
-TEST_F(QRXManager, UpdateAloneNeverAsksForPermission) {
+TEST_F(QRXManager, AsksForNoPermissionInAnUpdateAlone) {
     EXPECT_THAT(callsOf({"-u"}),
                 ::testing::Not(::testing::Contains("OEMIPMIRequest(0xd0, 1, IPMIReqBuf, 10, 12)")));
 }
 
-TEST_F(QRXManager, WithoutAnOperationSucceedsHavingDoneNothing) {
+TEST_F(QRXManager, SucceedsWithoutAnOperation) {
     for (const char* option : {"-f", "-v"}) {
         const ManagerOutcome outcome = run({option});
         EXPECT_EQ(outcome.result, 1) << option;
@@ -170,7 +170,7 @@ TEST_F(QRXManager, WithoutAnOperationSucceedsHavingDoneNothing) {
     EXPECT_TRUE(callsOf({"-f", "-v"}).empty());
 }
 
-TEST_F(QRXManager, UsageErrorRunsNothingAndOpensNothing) {
+TEST_F(QRXManager, RunsAndOpensNothingAfterAUsageError) {
     const std::vector<std::vector<std::string>> errors = {
         {}, {"-x"}, {"-o"}, {"-d", "x", "-o", "f", "-i", "-u", "--long"}, {"-i", "-debug"}, {"-I"}};
     for (const std::vector<std::string>& arguments : errors) {
@@ -185,13 +185,13 @@ TEST_F(QRXManager, UsageErrorRunsNothingAndOpensNothing) {
     EXPECT_FALSE(folder_.holds("debug.log"));
 }
 
-TEST_F(QRXManager, HelpIsASuccessThatDoesNothing) {
+TEST_F(QRXManager, SucceedsAndDoesNothingForHelp) {
     const ManagerOutcome outcome = run({"-h"});
     EXPECT_EQ(outcome.result, 1);
     EXPECT_EQ(outcome.output.size(), 381U);
 }
 
-TEST_F(QRXManager, HelpAfterNamesOpensBothFiles) {
+TEST_F(QRXManager, OpensBothFilesForHelpAfterNames) {
     EXPECT_EQ(run({"-d", "x", "-o", "f", "-h"}).result, 1);
     EXPECT_THAT(folder_.ownMessages("x"),
                 ElementsAre("CQRXManager::UpdateInventory() Logger initialized",
@@ -199,14 +199,14 @@ TEST_F(QRXManager, HelpAfterNamesOpensBothFiles) {
     EXPECT_EQ(readFile(folder_ / "f"), "");
 }
 
-TEST_F(QRXManager, HelpAfterInventoryStillRunsIt) {
+TEST_F(QRXManager, RunsTheInventoryForHelpAfterInventory) {
     const ManagerOutcome outcome = run({"-i", "-h"});
     EXPECT_EQ(outcome.result, 1);
     EXPECT_THAT(outcome.output, EndsWith(kInventoryReport));
     EXPECT_EQ(outcome.output.size(), 381U + std::string_view(kInventoryReport).size());
 }
 
-TEST_F(QRXManager, LogOfAnInventoryStartsWithItsOwnLine) {
+TEST_F(QRXManager, StartsTheLogOfAnInventoryWithItsOwnLine) {
     run({"-i", "-d", "-o", "report.xml"});
     EXPECT_EQ(folder_.messages("debug.log").front(), "CQRXManager::UpdateInventory() Logger initialized");
     EXPECT_THAT(
@@ -216,7 +216,7 @@ TEST_F(QRXManager, LogOfAnInventoryStartsWithItsOwnLine) {
                     "CQRXManager::UpdateInventory() UpdateInventory Exited"));
 }
 
-TEST_F(QRXManager, LogOfAnUpdateHasItsTexts) {
+TEST_F(QRXManager, LogsAnUpdate) {
     run({"-u", "-d", "trace.txt"});
     EXPECT_THAT(folder_.ownMessages("trace.txt"),
                 ElementsAre("CQRXManager::UpdateInventory() Logger initialized",
@@ -224,7 +224,7 @@ TEST_F(QRXManager, LogOfAnUpdateHasItsTexts) {
                             "CQRXManager::UpdateInventory() UpdateInventory Exited"));
 }
 
-TEST_F(QRXManager, LogOfBothHasTheInventoryFirst) {
+TEST_F(QRXManager, LogsTheInventoryBeforeTheUpdate) {
     run({"-u", "-i", "-d"});
     EXPECT_THAT(folder_.ownMessages("debug.log"),
                 ElementsAre("CQRXManager::UpdateInventory() Logger initialized",
@@ -235,7 +235,7 @@ TEST_F(QRXManager, LogOfBothHasTheInventoryFirst) {
                             "CQRXManager::UpdateInventory() UpdateInventory Exited"));
 }
 
-TEST_F(QRXManager, OperationIsMadeBeforeItsStartAndDeletedAfterItsExit) {
+TEST_F(QRXManager, CreatesTheInventoryBeforeItsStartAndDeletesItAfterItsExit) {
     run({"-i", "-d"});
     const std::vector<std::string> log = folder_.messages("debug.log");
     const auto started = std::find(log.begin(), log.end(), "CQRXManager::Inventory() Inventory Started");
@@ -247,7 +247,7 @@ TEST_F(QRXManager, OperationIsMadeBeforeItsStartAndDeletedAfterItsExit) {
     EXPECT_EQ(*(exited + 1), "CQRXInventory()::~CQRXInventory Entering CQRXInventory Destructor");
 }
 
-TEST_F(QRXManager, UpdateIsMadeBeforeItsStartAndDeletedAfterItsExit) {
+TEST_F(QRXManager, CreatesTheUpdateBeforeItsStartAndDeletesItAfterItsExit) {
     run({"-u", "-d"});
     const std::vector<std::string> log = folder_.messages("debug.log");
     const auto started = std::find(log.begin(), log.end(), "CQRXManager::Update() Update Started");
@@ -259,7 +259,7 @@ TEST_F(QRXManager, UpdateIsMadeBeforeItsStartAndDeletedAfterItsExit) {
     EXPECT_EQ(*(exited + 1), "CQRXExecution()::~CQRXExecution Entering CQRXExecution Destructor");
 }
 
-TEST_F(QRXManager, RunWithTheLogOnLogsItsStartFirst) {
+TEST_F(QRXManager, LogsItsStartFirstIfTheLogIsOn) {
     folder_.inFolder([] {
         CLogger::GetInstance()->Initialize("mine.log");
         CQRXManager manager;
@@ -270,7 +270,7 @@ TEST_F(QRXManager, RunWithTheLogOnLogsItsStartFirst) {
                             "CQRXManager::UpdateInventory() UpdateInventory Exited"));
 }
 
-TEST_F(QRXManager, UsageErrorWithTheLogOnLogsTheStartOnly) {
+TEST_F(QRXManager, LogsOnlyTheStartForAUsageError) {
     folder_.inFolder([] {
         CLogger::GetInstance()->Initialize("mine.log");
         CQRXManager manager;
@@ -280,7 +280,7 @@ TEST_F(QRXManager, UsageErrorWithTheLogOnLogsTheStartOnly) {
                 ElementsAre("CQRXManager::UpdateInventory() UpdateInventory Started"));
 }
 
-TEST_F(QRXManager, LogThatCannotBeOpenedChangesNothing) {
+TEST_F(QRXManager, IgnoresALogThatCannotBeOpened) {
     for (const char* name : {"", "missing/trace.log"}) {
         const ManagerOutcome outcome = run({"-d", name, "-i"});
         EXPECT_EQ(outcome.result, 1) << name;
@@ -289,7 +289,7 @@ TEST_F(QRXManager, LogThatCannotBeOpenedChangesNothing) {
     }
 }
 
-TEST_F(QRXManager, MarkerWithoutDebugLeavesOneLineInThePlatformsLog) {
+TEST_F(QRXManager, WritesOneLineToThePlatformsLogForAMarkerWithoutDebug) {
     writeFile(folder_ / "enabledebug.txt", "");
     EXPECT_EQ(run({"-i"}).output, kInventoryReport);
     EXPECT_THAT(folder_.messages("baseutils_DBG.log"),
@@ -298,7 +298,7 @@ TEST_F(QRXManager, MarkerWithoutDebugLeavesOneLineInThePlatformsLog) {
     EXPECT_FALSE(folder_.holds("baseutils.log"));
 }
 
-TEST_F(QRXManager, MarkerWithDebugEndsTheLogAtTheExistenceCheck) {
+TEST_F(QRXManager, EndsTheLogAtTheExistenceCheckForAMarkerWithDebug) {
     writeFile(folder_ / "enabledebug.txt", "");
     EXPECT_EQ(run({"-d", "-i", "-u"}).output, std::string(kInventoryReport) + kUpdateReport);
     EXPECT_THAT(folder_.messages("debug.log"),
@@ -310,7 +310,7 @@ TEST_F(QRXManager, MarkerWithDebugEndsTheLogAtTheExistenceCheck) {
     EXPECT_FALSE(folder_.holds("baseutils.log"));
 }
 
-TEST_F(QRXManager, OperationsCanBeCalledAlone) {
+TEST_F(QRXManager, RunsEachOperationAlone) {
     const ManagerOutcome outcome = folder_.inFolder([this] {
         VtekDouble vtek;
         vtek.script = script_;

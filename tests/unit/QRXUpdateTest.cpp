@@ -72,7 +72,7 @@ protected:
     CDeviceInfo record_;
 };
 
-TEST_F(QRXUpdate, ConstructionMakesTheRepositoryThenTheReader) {
+TEST_F(QRXUpdate, CreatesTheRepositoryThenTheReader) {
     std::size_t linesBefore = 0;
     vtek_.observer = [&](const std::string&) { linesBefore = package_.messages().size(); };
     package_.clearLog();
@@ -97,7 +97,7 @@ TEST_F(QRXUpdate, LogsUnderItsSourceName) {
     }
 }
 
-TEST_F(QRXUpdate, DestructionLogsAndDeletesTheRepository) {
+TEST_F(QRXUpdate, LogsAndDeletesTheRepository) {
     execution();
     std::size_t linesBefore = 0;
     vtek_.observer = [&](const std::string&) { linesBefore = package_.messages().size(); };
@@ -109,7 +109,7 @@ TEST_F(QRXUpdate, DestructionLogsAndDeletesTheRepository) {
     EXPECT_THAT(vtek_.calls(), ElementsAre("secureWynd()", "~secureWynd()"));
 }
 
-TEST_F(QRXUpdate, ConstructionGoesOnWithoutMemoryForTheRepository) {
+TEST_F(QRXUpdate, ContinuesWithoutMemoryForTheRepository) {
     vtek_.script.constructorThrows = true;
     package_.clearLog();
     const CQRXExecution execution;
@@ -125,14 +125,14 @@ TEST_F(QRXUpdate, ConstructionGoesOnWithoutMemoryForTheRepository) {
                             "CQRXInventory::CQRXExecution() Exiting CQRXExecution Constructor"));
 }
 
-TEST_F(QRXUpdate, RepositoryThatCouldNotBeMadeCountsAsAbsent) {
+TEST_F(QRXUpdate, TreatsARepositoryWithoutMemoryAsAbsent) {
     vtek_.script.constructorThrows = true;
     expectFailure(updated(), "WYND is not present");
     EXPECT_EQ(package_.messages().back(), "SignedUpdate :: wynd is not present");
     EXPECT_THAT(vtek_.calls(), ElementsAre("secureWynd()"));
 }
 
-TEST_F(QRXUpdate, BasicDeviceInfoTakesTheTypeFromThePackage) {
+TEST_F(QRXUpdate, TakesTheComponentTypeFromThePackage) {
     package_.setPackage(R"(<SoftwareComponent><ComponentType value="BIOS"/></SoftwareComponent>)");
     execution().getBasicDeviceInfo(&record_);
     EXPECT_EQ(record_.getDeviceName(), "QRX");
@@ -146,7 +146,7 @@ TEST_F(QRXUpdate, BasicDeviceInfoTakesTheTypeFromThePackage) {
                             "CQRXExecution::getBasicDeviceInfo() Setting the Device Type"));
 }
 
-TEST_F(QRXUpdate, MsgStatusIsStatusAndMessageIdAlike) {
+TEST_F(QRXUpdate, SetsStatusAndMessageIdAlike) {
     execution().setMsgStatus(&record_, "text", 7);
     EXPECT_EQ(record_.getErrorMsg(), "text");
     EXPECT_EQ(record_.getStatus(), 7);
@@ -154,7 +154,7 @@ TEST_F(QRXUpdate, MsgStatusIsStatusAndMessageIdAlike) {
     EXPECT_THAT(package_.messages(), IsEmpty());
 }
 
-TEST_F(QRXUpdate, SuccessfulUpdateCarriesThePackagesIdentity) {
+TEST_F(QRXUpdate, ReturnsThePackagesIdentity) {
     const CDeviceInfo record = updated();
     EXPECT_EQ(record.getErrorMsg(), "Update is successful");
     EXPECT_EQ(record.getStatus(), 0);
@@ -166,7 +166,7 @@ TEST_F(QRXUpdate, SuccessfulUpdateCarriesThePackagesIdentity) {
     EXPECT_FALSE(record.getRebootRequired());
 }
 
-TEST_F(QRXUpdate, SuccessfulUpdateCallsEveryStepOnceInOrder) {
+TEST_F(QRXUpdate, CallsEveryStepOnceInOrder) {
     updated();
     EXPECT_THAT(vtek_.calls(),
                 ElementsAre("secureWynd()", "IsWyndPresent()", "secureWyndInit()", "IsPayloadSigned()",
@@ -174,7 +174,7 @@ TEST_F(QRXUpdate, SuccessfulUpdateCallsEveryStepOnceInOrder) {
                             "CompleteSignedUnzip()", "EndCopyFile()"));
 }
 
-TEST_F(QRXUpdate, SuccessfulUpdateLogsEveryStepInOrder) {
+TEST_F(QRXUpdate, LogsEveryStepInOrder) {
     updated();
     EXPECT_EQ(
         package_.messages(),
@@ -200,7 +200,7 @@ TEST_F(QRXUpdate, SuccessfulUpdateLogsEveryStepInOrder) {
               "CQRXExecution::GetUpdate() Exiting GetUpdate function"}}));
 }
 
-TEST_F(QRXUpdate, RecordKeepsThePackagesIdentityWhenTheUpdateFails) {
+TEST_F(QRXUpdate, KeepsThePackagesIdentityAfterAFailure) {
     vtek_.script.payloadSigned = false;
     const CDeviceInfo record = updated();
     EXPECT_EQ(record.getComponentID(), "25227");
@@ -208,33 +208,33 @@ TEST_F(QRXUpdate, RecordKeepsThePackagesIdentityWhenTheUpdateFails) {
     EXPECT_EQ(record.getComponentType(), "FRMW");
 }
 
-TEST_F(QRXUpdate, MissingPackageIsUpdatedWithAnEmptyIdentity) {
+TEST_F(QRXUpdate, UpdatesAMissingPackageWithAnEmptyIdentity) {
     std::filesystem::remove(package_ / "package.xml");
     const CDeviceInfo record = updated();
     EXPECT_EQ(record.getErrorMsg(), "Update is successful");
     EXPECT_EQ(record.getComponentID() + record.getComponentType() + record.getVersion(), "");
 }
 
-TEST_F(QRXUpdate, WithoutARepositoryStopsBeforeTheSession) {
+TEST_F(QRXUpdate, StopsBeforeTheSessionWithoutARepository) {
     vtek_.script.kind = 0;
     expectFailure(updated(), "WYND is not present");
     EXPECT_EQ(package_.messages().back(), "SignedUpdate :: wynd is not present");
     EXPECT_THAT(vtek_.calls(), ElementsAre("secureWynd()", "IsWyndPresent()"));
 }
 
-TEST_F(QRXUpdate, EveryKindButZeroCountsAsARepository) {
+TEST_F(QRXUpdate, TakesEveryKindButZeroForARepository) {
     for (const int kind : {1, 2, 3, 4, 5, -1}) {
         vtek_.script.kind = kind;
         EXPECT_EQ(updated().getErrorMsg(), "Update is successful") << kind;
     }
 }
 
-TEST_F(QRXUpdate, LibraryThatWasNotPreparedIsStillAskedForASession) {
+TEST_F(QRXUpdate, AsksAnUnpreparedLibraryForASession) {
     vtek_.script.successAfterConstruction = false;
     EXPECT_EQ(updated().getErrorMsg(), "Update is successful");
 }
 
-TEST_F(QRXUpdate, WithoutASessionAsksForTheErrorAndStops) {
+TEST_F(QRXUpdate, AsksForTheErrorAndStopsWithoutASession) {
     vtek_.script.successAfterInit = false;
     vtek_.script.error = 17;
     expectFailure(updated(), "WYND Session Failed");
@@ -243,7 +243,7 @@ TEST_F(QRXUpdate, WithoutASessionAsksForTheErrorAndStops) {
                 ElementsAre("secureWynd()", "IsWyndPresent()", "secureWyndInit()", "getVTEKError()"));
 }
 
-TEST_F(QRXUpdate, ErrorIsAskedForBeforeTheFailureIsLogged) {
+TEST_F(QRXUpdate, AsksForTheErrorBeforeItLogsTheFailure) {
     vtek_.script.successAfterInit = false;
     std::string lastLine;
     vtek_.observer = [&](const std::string& event) {
@@ -256,13 +256,13 @@ TEST_F(QRXUpdate, ErrorIsAskedForBeforeTheFailureIsLogged) {
     EXPECT_EQ(lastLine, "CSoftwareComponentInfo::GetNodeSet() Exiting");
 }
 
-TEST_F(QRXUpdate, FailedStepIsLoggedAndTheListReturned) {
+TEST_F(QRXUpdate, LogsAFailedStepAndReturnsTheList) {
     vtek_.script.endCopyFile = false;
     updated();
     EXPECT_EQ(package_.messages().back(), "CQRXExecution::GetUpdate() Update Firmware is failed.\n");
 }
 
-TEST_F(QRXUpdate, FirmwareWithABadSignatureIsNotCopied) {
+TEST_F(QRXUpdate, CopiesNoFirmwareWithABadSignature) {
     vtek_.script.payloadSigned = false;
     EXPECT_FALSE(execution().updateFirmware(&record_));
     expectFailure(record_, "Signing the Payload failed");
@@ -270,7 +270,7 @@ TEST_F(QRXUpdate, FirmwareWithABadSignatureIsNotCopied) {
     EXPECT_THAT(vtek_.calls(), ElementsAre("secureWynd()", "IsPayloadSigned()"));
 }
 
-TEST_F(QRXUpdate, FirmwareWhoseTransactionCannotBeOpenedIsNotAdded) {
+TEST_F(QRXUpdate, AddsNoFirmwareWithoutATransaction) {
     vtek_.script.startCopyFile = false;
     EXPECT_FALSE(execution().updateFirmware(&record_));
     expectFailure(record_, "Start copying file failed");
@@ -278,7 +278,7 @@ TEST_F(QRXUpdate, FirmwareWhoseTransactionCannotBeOpenedIsNotAdded) {
     EXPECT_THAT(vtek_.calls(), ElementsAre("secureWynd()", "IsPayloadSigned()", "StartCopyFile()"));
 }
 
-TEST_F(QRXUpdate, FirmwareThatCannotBeAddedIsNotUnpacked) {
+TEST_F(QRXUpdate, UnpacksNoFirmwareThatCannotBeAdded) {
     vtek_.script.addFile = false;
     EXPECT_FALSE(execution().updateFirmware(&record_));
     expectFailure(record_, "Addfile to the list is failed");
@@ -288,7 +288,7 @@ TEST_F(QRXUpdate, FirmwareThatCannotBeAddedIsNotUnpacked) {
                                            "AddFile(/tmp/a/b.bin, Chassis/b.bin, 16)"));
 }
 
-TEST_F(QRXUpdate, FirmwareThatCannotBeUnpackedLeavesTheTransactionOpen) {
+TEST_F(QRXUpdate, LeavesTheTransactionOpenIfUnpackingFails) {
     vtek_.script.completeSignedUnzip = false;
     EXPECT_FALSE(execution().updateFirmware(&record_));
     expectFailure(record_, "Complete Signed Unzip is failed");
@@ -299,7 +299,7 @@ TEST_F(QRXUpdate, FirmwareThatCannotBeUnpackedLeavesTheTransactionOpen) {
                             "AddFile(/tmp/a/b.bin, Chassis/b.bin, 16)", "CompleteSignedUnzip()"));
 }
 
-TEST_F(QRXUpdate, FirmwareWhoseTransactionCannotBeClosedIsAFailure) {
+TEST_F(QRXUpdate, FailsIfTheTransactionCannotBeClosed) {
     vtek_.script.endCopyFile = false;
     EXPECT_FALSE(execution().updateFirmware(&record_));
     expectFailure(record_, "Complete Copy File failed");
@@ -308,7 +308,7 @@ TEST_F(QRXUpdate, FirmwareWhoseTransactionCannotBeClosedIsAFailure) {
     EXPECT_EQ(vtek_.calls().back(), "EndCopyFile()");
 }
 
-TEST_F(QRXUpdate, FirmwareThatPassedEveryStepIsASuccess) {
+TEST_F(QRXUpdate, SucceedsAfterEveryStep) {
     EXPECT_TRUE(execution().updateFirmware(&record_));
     EXPECT_EQ(record_.getErrorMsg(), "Update is successful");
     EXPECT_EQ(record_.getStatus(), 0);
@@ -316,7 +316,7 @@ TEST_F(QRXUpdate, FirmwareThatPassedEveryStepIsASuccess) {
     EXPECT_EQ(package_.messages(), joined({kSigned, kStarted, kAdded, kUnpacked, kEnded}));
 }
 
-TEST_F(QRXUpdate, PayloadPathWithoutASlashHasAnEmptyDestination) {
+TEST_F(QRXUpdate, UsesAnEmptyDestinationForAPathWithoutASlash) {
     vtek_.script.payloadPath = "b.bin";
     EXPECT_TRUE(execution().updateFirmware(&record_));
     EXPECT_EQ(
@@ -331,7 +331,7 @@ TEST_F(QRXUpdate, PayloadPathWithoutASlashHasAnEmptyDestination) {
     EXPECT_THAT(vtek_.calls(), ::testing::Contains("AddFile(b.bin, , 16)"));
 }
 
-TEST_F(QRXUpdate, PayloadPathThatEndsInASlashHasAnEmptyFileName) {
+TEST_F(QRXUpdate, UsesAnEmptyFileNameForAPathThatEndsInASlash) {
     vtek_.script.payloadPath = "/tmp/";
     EXPECT_TRUE(execution().updateFirmware(&record_));
     EXPECT_THAT(package_.messages(),
@@ -341,7 +341,7 @@ TEST_F(QRXUpdate, PayloadPathThatEndsInASlashHasAnEmptyFileName) {
     EXPECT_THAT(vtek_.calls(), ::testing::Contains("AddFile(/tmp/, Chassis/, 16)"));
 }
 
-TEST_F(QRXUpdate, PayloadPathInTheRootHasItsSlashAtPositionZero) {
+TEST_F(QRXUpdate, LogsPositionZeroForAPathInTheRoot) {
     vtek_.script.payloadPath = "/b.bin";
     EXPECT_TRUE(execution().updateFirmware(&record_));
     EXPECT_THAT(package_.messages(),
@@ -349,20 +349,20 @@ TEST_F(QRXUpdate, PayloadPathInTheRootHasItsSlashAtPositionZero) {
     EXPECT_THAT(vtek_.calls(), ::testing::Contains("AddFile(/b.bin, Chassis/b.bin, 16)"));
 }
 
-TEST_F(QRXUpdate, SecondUpdateHandsInThePathOfTheFirstAndAppendsTheRecordAgain) {
+TEST_F(QRXUpdate, PassesTheFirstPathAndAppendsTheRecordInASecondUpdate) {
     const std::vector<CDeviceInfo*> first = execution().Update();
     const std::unique_ptr<CDeviceInfo> record(first.at(0));
     EXPECT_THAT(execution_->Update(), ElementsAre(record.get(), record.get()));
     EXPECT_THAT(vtek_.calls(), ::testing::Contains("IsPayloadSigned(/tmp/a/b.bin)"));
 }
 
-TEST_F(QRXUpdate, RecordOutlivesTheOperation) {
+TEST_F(QRXUpdate, KeepsTheRecordBeyondTheOperation) {
     const std::unique_ptr<CDeviceInfo> record(execution().Update().at(0));
     execution_.reset();
     EXPECT_EQ(record->getErrorMsg(), "Update is successful");
 }
 
-TEST(DeviceExecutionInterface, HoldsItsOperationAfterTheDestructor) {
+TEST(QRXUpdateInterface, KeepsItsOperationAfterTheDestructor) {
     auto operation = &IDeviceExecution::Update;
     std::size_t offset = 0;
     std::memcpy(&offset, &operation, sizeof offset);

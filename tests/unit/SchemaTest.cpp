@@ -96,15 +96,15 @@ constexpr const char* kFullPackage =
       <Detail>Update the BIOS first.</Detail><Display>Server BIOS</Display></Dependency>
   </Device><Device componentID="2"/></SupportedDevices></SoftwareComponent>)";
 
-TEST(PackageSchema, FitsThePackageThatIsShipped) {
+TEST(SchemaOfPackages, AcceptsTheShippedPackage) {
     EXPECT_TRUE(Schema("package").accepts(readFile(fs::path(QRX_SOURCE_FOLDER) / "package/package.xml")));
 }
 
-TEST(PackageSchema, FitsAPackageWithEverything) {
+TEST(SchemaOfPackages, AcceptsAPackageWithEverything) {
     EXPECT_TRUE(Schema("package").accepts(kFullPackage));
 }
 
-TEST(PackageSchema, RefusesMisfits) {
+TEST(SchemaOfPackages, RefusesDocumentsThatDoNotConform) {
     expectMisfits(
         "package",
         {
@@ -159,7 +159,7 @@ std::vector<std::pair<std::string, std::string>> expectedReports() {
 /** Cases about values that, written as they are, break the document. */
 constexpr std::array kBrokenByValues = {"inventory-values-raw", "update-values-raw"};
 
-TEST(ReportSchemas, FitEveryReportOfTheProgramButThoseThatValuesBreak) {
+TEST(SchemaOfReports, AcceptsEveryReportUnlessValuesBreakIt) {
     const Schema inventory("SVMInventory");
     const Schema execution("SVMExecution");
     std::size_t fitting = 0;
@@ -175,7 +175,7 @@ TEST(ReportSchemas, FitEveryReportOfTheProgramButThoseThatValuesBreak) {
     EXPECT_GT(fitting, 50U);
 }
 
-TEST(ReportSchemas, AReportThatValuesBreakIsNotEvenXml) {
+TEST(SchemaOfReports, RejectsAReportThatValuesBreakAsXml) {
     std::size_t broken = 0;
     for (const auto& [name, report] : expectedReports()) {
         if (name == "inventory-values-raw" || name == "update-values-raw") {
@@ -186,13 +186,13 @@ TEST(ReportSchemas, AReportThatValuesBreakIsNotEvenXml) {
     EXPECT_EQ(broken, 2U);
 }
 
-TEST(ReportSchemas, TheTwoReportsOfOneFileAreNoDocumentTogether) {
+TEST(SchemaOfReports, RejectsTwoReportsInOneFile) {
     const std::string both = readCase(kCases / "both-in-one-file.txt").at("after/report.xml");
     EXPECT_FALSE(isWellFormed(both));
     EXPECT_EQ(documentsOf(both).size(), 2U);
 }
 
-TEST(ReportSchemas, InventoryRefusesMisfits) {
+TEST(SchemaOfReports, RefusesInventoriesThatDoNotConform) {
     expectMisfits(
         "SVMInventory",
         {
@@ -220,7 +220,7 @@ TEST(ReportSchemas, InventoryRefusesMisfits) {
         });
 }
 
-TEST(ReportSchemas, ExecutionRefusesMisfits) {
+TEST(SchemaOfReports, RefusesExecutionsThatDoNotConform) {
     expectMisfits(
         "SVMExecution",
         {
@@ -240,8 +240,8 @@ TEST(ReportSchemas, ExecutionRefusesMisfits) {
 
 // What the device writers write.
 
-class DeviceInventorySchema : public DeviceWriterTest<CInventoryXMLWriter> {};
-class DeviceExecutionSchema : public DeviceWriterTest<CUpdateXMLWriter> {};
+class SchemaOfDeviceInventories : public DeviceWriterTest<CInventoryXMLWriter> {};
+class SchemaOfDeviceExecutions : public DeviceWriterTest<CUpdateXMLWriter> {};
 
 CDeviceInfo withoutEnumerator(CDeviceInfo device) {
     device.setEnumId("");
@@ -255,7 +255,7 @@ std::vector<CDeviceInfo> everyKind() {
             failed(card())};
 }
 
-TEST_F(DeviceInventorySchema, FitsWhatTheWriterWrites) {
+TEST_F(SchemaOfDeviceInventories, AcceptsTheWritersDocuments) {
     const Schema schema("SVMInventory-devices");
     EXPECT_TRUE(schema.accepts(reportOf({})));
     EXPECT_TRUE(schema.accepts(reportOf(everyKind())));
@@ -263,7 +263,7 @@ TEST_F(DeviceInventorySchema, FitsWhatTheWriterWrites) {
     EXPECT_FALSE(Schema("SVMInventory").accepts(readFile(file_)));
 }
 
-TEST_F(DeviceExecutionSchema, FitsWhatTheWriterWrites) {
+TEST_F(SchemaOfDeviceExecutions, AcceptsTheWritersDocuments) {
     const Schema schema("SVMExecution-devices");
     EXPECT_TRUE(schema.accepts(reportOf({})));
     EXPECT_TRUE(schema.accepts(reportOf(everyKind())));
@@ -271,7 +271,7 @@ TEST_F(DeviceExecutionSchema, FitsWhatTheWriterWrites) {
     EXPECT_FALSE(schema.accepts(reportOf({withRawValues(card())})));
 }
 
-TEST(DeviceReportSchemas, RefuseMisfits) {
+TEST(SchemaOfDeviceReports, RefusesDocumentsThatDoNotConform) {
     expectMisfits(
         "SVMInventory-devices",
         {
@@ -298,7 +298,7 @@ TEST(DeviceReportSchemas, RefuseMisfits) {
 
 // PIEConfig.
 
-TEST(PieConfigSchema, FitsAConfigurationWithSeveralPlugins) {
+TEST(SchemaOfPieConfigs, AcceptsAConfigurationWithSeveralPlugins) {
     EXPECT_TRUE(
         Schema("PIEConfig")
             .accepts(
@@ -308,7 +308,7 @@ TEST(PieConfigSchema, FitsAConfigurationWithSeveralPlugins) {
                 R"(<Command>qrxupdate -u -o update.xml</Command></CliToFile></Plugin></Plugins></PIEConfig>)"));
 }
 
-TEST(PieConfigSchema, RefusesMisfits) {
+TEST(SchemaOfPieConfigs, RefusesDocumentsThatDoNotConform) {
     expectMisfits(
         "PIEConfig",
         {

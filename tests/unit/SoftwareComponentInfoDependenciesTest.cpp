@@ -49,7 +49,7 @@ std::string missing(const std::string& what) {
            " info from package.xml for dependent device";
 }
 
-class Dependencies : public PackageReaderTest {
+class SoftwareComponentInfoDependencies : public PackageReaderTest {
 protected:
     Records recordsIn(std::string_view devices) {
         setDevices(devices);
@@ -78,7 +78,7 @@ protected:
     }
 };
 
-TEST_F(Dependencies, AHardDependencyIsRead) {
+TEST_F(SoftwareComponentInfoDependencies, ReadsAHardDependency) {
     const Records records = recordsIn(
         R"(<Device componentID="P"><Dependency componentID="C" componentType="BIOS" version="1.2" )"
         R"(path="a\b.bin" releaseID="R1"><Display>Name</Display><Detail>More</Detail></Dependency></Device>)");
@@ -93,14 +93,14 @@ TEST_F(Dependencies, AHardDependencyIsRead) {
     EXPECT_EQ(records[0]->getStatus(), -1);
 }
 
-TEST_F(Dependencies, ASoftDependencyHasTheSoftType) {
+TEST_F(SoftwareComponentInfoDependencies, ReadsASoftDependency) {
     const Records records = recordsIn(R"(<Device><SoftDependency componentID="C"/></Device>)");
     ASSERT_EQ(records.size(), 1U);
     EXPECT_EQ(records[0]->getDependencyType(), CDeviceInfo::SOFT_DEPENDENCY);
     EXPECT_EQ(records[0]->getDeviceType(), CDeviceInfo::NON_PCI_DEVICE);
 }
 
-TEST_F(Dependencies, HardAndSoftOnesComeInDocumentOrder) {
+TEST_F(SoftwareComponentInfoDependencies, ReturnsHardAndSoftOnesInDocumentOrder) {
     EXPECT_THAT(
         componentsIn(R"(<Device><SoftDependency componentID="1"/><Dependency componentID="2"/></Device>)"
                      R"(<Device/><Device><Dependency componentID="3"/><Display/>)"
@@ -108,7 +108,7 @@ TEST_F(Dependencies, HardAndSoftOnesComeInDocumentOrder) {
         ElementsAre("1", "2", "3", "4", "5"));
 }
 
-TEST_F(Dependencies, OnlyChildrenOfSupportedDevicesNamedExactlySoAreRead) {
+TEST_F(SoftwareComponentInfoDependencies, ReadsOnlyChildrenOfSupportedDevicesWithTheExactName) {
     EXPECT_THAT(
         componentsIn(
             R"(<Dependency componentID="1"/><Device><dependency componentID="2"/>)"
@@ -117,7 +117,7 @@ TEST_F(Dependencies, OnlyChildrenOfSupportedDevicesNamedExactlySoAreRead) {
         IsEmpty());
 }
 
-TEST_F(Dependencies, AHardAndASoftOneWithTheSameAttributesAreBothKept) {
+TEST_F(SoftwareComponentInfoDependencies, KeepsAHardAndASoftOneWithTheSameAttributes) {
     const Records records =
         recordsIn(R"(<Device><Dependency componentID="C"/><SoftDependency componentID="C"/></Device>)");
     ASSERT_EQ(records.size(), 2U);
@@ -125,14 +125,14 @@ TEST_F(Dependencies, AHardAndASoftOneWithTheSameAttributesAreBothKept) {
     EXPECT_EQ(records[1]->getDependencyType(), CDeviceInfo::SOFT_DEPENDENCY);
 }
 
-TEST_F(Dependencies, TwoIdenticalOnesGiveOneRecordAndALine) {
+TEST_F(SoftwareComponentInfoDependencies, ReturnsOneRecordOfTwoIdenticalOnes) {
     setDevices(R"(<Device><Dependency componentID="C"/><Dependency componentID="C"/></Device>)");
     EXPECT_EQ(owned(CSoftwareComponentInfo().getDependencyInfo()).size(), 1U);
     const std::vector<std::string> log = logOfDependencies();
     EXPECT_EQ(std::count(log.begin(), log.end(), kDuplicate), 1);
 }
 
-TEST_F(Dependencies, ReleaseIdAndParentDoNotMakeADifference) {
+TEST_F(SoftwareComponentInfoDependencies, IgnoresReleaseIdAndParentInComparisons) {
     const Records records =
         recordsIn(R"(<Device componentID="P1"><Dependency componentID="C" releaseID="1"/></Device>)"
                   R"(<Device componentID="P2"><Dependency componentID="C" releaseID="2"/></Device>)");
@@ -141,7 +141,7 @@ TEST_F(Dependencies, ReleaseIdAndParentDoNotMakeADifference) {
     EXPECT_EQ(records[0]->getReleaseID(), "1");
 }
 
-TEST_F(Dependencies, EachComparedValueMakesADifference) {
+TEST_F(SoftwareComponentInfoDependencies, ComparesEachValue) {
     EXPECT_EQ(
         recordsIn(
             R"(<Device><Dependency componentID="C"/><Dependency componentID="D"/>)"
@@ -154,7 +154,7 @@ TEST_F(Dependencies, EachComparedValueMakesADifference) {
         9U);
 }
 
-TEST_F(Dependencies, AnEmptyAttributeIsAbsent) {
+TEST_F(SoftwareComponentInfoDependencies, TreatsAnEmptyAttributeAsAbsent) {
     setDevices(R"(<Device componentID=""><Dependency componentID="" componentType="" version="" path="" )"
                R"(releaseID=""/></Device>)");
     EXPECT_THAT(
@@ -171,7 +171,7 @@ TEST_F(Dependencies, AnEmptyAttributeIsAbsent) {
                     "CSoftwareComponentInfo::getDependencyInfo() Exiting"));
 }
 
-TEST_F(Dependencies, OneWithoutAPathSaysSoAndIsStillReturned) {
+TEST_F(SoftwareComponentInfoDependencies, ReturnsOneWithoutAPathAndLogsIt) {
     setDevices(
         R"(<Device componentID="P"><Dependency componentID="C" componentType="T" version="V" releaseID="R"/>)"
         R"(</Device>)");
@@ -191,7 +191,7 @@ TEST_F(Dependencies, OneWithoutAPathSaysSoAndIsStillReturned) {
                     "CSoftwareComponentInfo::getDependencyInfo() Exiting"));
 }
 
-TEST_F(Dependencies, EachMissingAttributeIsNamed) {
+TEST_F(SoftwareComponentInfoDependencies, LogsEachMissingAttribute) {
     for (const std::string name : {"componentID", "componentType", "version", "path", "releaseID"}) {
         std::string attributes;
         for (const std::string other : {"componentID", "componentType", "version", "path", "releaseID"}) {
@@ -211,7 +211,7 @@ TEST_F(Dependencies, EachMissingAttributeIsNamed) {
     }
 }
 
-TEST_F(Dependencies, TextsAreReadOnceEachAndTheLastWithATextWins) {
+TEST_F(SoftwareComponentInfoDependencies, UsesTheLastTextOfEachKind) {
     const Records records =
         recordsIn(R"(<Device><Dependency><DISPLAY>a</DISPLAY><Display>b</Display><Display/>)"
                   R"(<detail>c</detail><Detail>d</Detail><Detail/></Dependency></Device>)");
@@ -219,7 +219,7 @@ TEST_F(Dependencies, TextsAreReadOnceEachAndTheLastWithATextWins) {
     EXPECT_EQ(textOf(*records[0]), "|||b|d");
 }
 
-TEST_F(Dependencies, AnEmptyDisplayOrDetailSaysSo) {
+TEST_F(SoftwareComponentInfoDependencies, LogsAnEmptyDisplayOrDetail) {
     setDevices(
         R"(<Device><SoftDependency componentID="C" componentType="T" version="V" path="p" releaseID="R">)"
         R"(<Display/><Detail></Detail><Display><b>x</b></Display><Detail><!--x--></Detail>)"
@@ -239,7 +239,7 @@ TEST_F(Dependencies, AnEmptyDisplayOrDetailSaysSo) {
 
 // PCI dependencies.
 
-TEST_F(Dependencies, APciInfoMakesAPciRecordWithTheIdsAsWritten) {
+TEST_F(SoftwareComponentInfoDependencies, ReadsAPciInfoWithTheIdsAsWritten) {
     const Records records =
         recordsIn(R"(<Device><Dependency componentID="C">)"
                   R"(<pciINFO deviceID="8" subDeviceID="0x9" vendorID="ab" subVendorID="Cd"/>)"
@@ -250,7 +250,7 @@ TEST_F(Dependencies, APciInfoMakesAPciRecordWithTheIdsAsWritten) {
     EXPECT_EQ(idsOf(*records[0]), "8|0x9|ab|Cd");
 }
 
-TEST_F(Dependencies, TwoPciInfosGiveTwoRecordsThatDifferInTheirIdsOnly) {
+TEST_F(SoftwareComponentInfoDependencies, ReturnsTwoRecordsForTwoPciInfos) {
     const Records records = recordsIn(
         R"(<Device componentID="P"><SoftDependency componentID="C" componentType="T" version="V" path="p" )"
         R"(releaseID="R"><PCIInfo deviceID="1"/><Display>N</Display><PCIInfo deviceID="2"/>)"
@@ -268,7 +268,7 @@ TEST_F(Dependencies, TwoPciInfosGiveTwoRecordsThatDifferInTheirIdsOnly) {
     EXPECT_EQ(idsOf(*records[1]), "2|||");
 }
 
-TEST_F(Dependencies, AMissingIdIsThatOfThePciInfoBeforeAlsoOfAnotherDependency) {
+TEST_F(SoftwareComponentInfoDependencies, TakesAMissingIdFromThePreviousPciInfo) {
     EXPECT_THAT(
         identitiesIn(R"(<Device><Dependency componentID="1">)"
                      R"(<PCIInfo deviceID="d" subDeviceID="e" vendorID="v" subVendorID="s"/></Dependency>)"
@@ -279,7 +279,7 @@ TEST_F(Dependencies, AMissingIdIsThatOfThePciInfoBeforeAlsoOfAnotherDependency) 
         ElementsAre("d|e|v|s", "d2|e|v|s", "|||", "d2|e|v4|s", "d2|e5|v4|s5"));
 }
 
-TEST_F(Dependencies, PciCopiesLogAlsoARefusedDuplicate) {
+TEST_F(SoftwareComponentInfoDependencies, LogsARefusedDuplicateOfAPciCopy) {
     setDevices(
         R"(<Device componentID="P"><Dependency componentID="C" componentType="T" version="V" path="p" )"
         R"(releaseID="R"><PCIInfo deviceID="1"/><PCIInfo deviceID="1"/></Dependency></Device>)");
@@ -304,7 +304,7 @@ TEST_F(Dependencies, PciCopiesLogAlsoARefusedDuplicate) {
 
 // Failures.
 
-TEST_F(Dependencies, WithoutAPackageThereAreNone) {
+TEST_F(SoftwareComponentInfoDependencies, ReturnsNoneWithoutAPackage) {
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) { EXPECT_THAT(reader.getDependencyInfo(), IsEmpty()); }),
         ElementsAre(package_.doesNotExist("package.xml"),                          //
@@ -312,7 +312,7 @@ TEST_F(Dependencies, WithoutAPackageThereAreNone) {
                     "CSoftwareComponentInfo::getDependencyInfo() ParseXmlUsingXpath failed"));
 }
 
-TEST_F(Dependencies, APackageWithoutDependenciesHasNone) {
+TEST_F(SoftwareComponentInfoDependencies, ReturnsNoneForAPackageWithoutDependencies) {
     setDevices(R"(<Device componentID="1"/>)");
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) { EXPECT_THAT(reader.getDependencyInfo(), IsEmpty()); }),
@@ -323,7 +323,7 @@ TEST_F(Dependencies, APackageWithoutDependenciesHasNone) {
                     "CSoftwareComponentInfo::getDependencyInfo() ParseXmlUsingXpath failed"));
 }
 
-TEST_F(Dependencies, NoMemoryForARecordEndsTheListThere) {
+TEST_F(SoftwareComponentInfoDependencies, EndsTheListWithoutMemoryForARecord) {
     setDevices(
         R"(<Device><Dependency componentID="1"/><Dependency componentID="2"/><Dependency componentID="3"/></Device>)");
     const auto log = logOf([](CSoftwareComponentInfo& reader) {
@@ -336,7 +336,7 @@ TEST_F(Dependencies, NoMemoryForARecordEndsTheListThere) {
               1);
 }
 
-TEST_F(Dependencies, NoMemoryForAPciCopyEndsTheListThere) {
+TEST_F(SoftwareComponentInfoDependencies, EndsTheListWithoutMemoryForAPciCopy) {
     setDevices(
         R"(<Device><Dependency componentID="1"><PCIInfo deviceID="1"/><PCIInfo deviceID="2"/></Dependency>)"
         R"(<Dependency componentID="2"/></Device>)");
@@ -351,7 +351,7 @@ TEST_F(Dependencies, NoMemoryForAPciCopyEndsTheListThere) {
 
 // The insertion by itself.
 
-TEST_F(Dependencies, AddingAppendsARecordThatIsNotListed) {
+TEST_F(SoftwareComponentInfoDependencies, AppendsARecordThatIsNotListed) {
     CDeviceInfo one;
     CDeviceInfo other;
     other.setComponentID("other");
@@ -366,7 +366,7 @@ TEST_F(Dependencies, AddingAppendsARecordThatIsNotListed) {
     EXPECT_THAT(list, ElementsAre(&one, &other));
 }
 
-TEST_F(Dependencies, AddingRefusesARecordEqualToAnyListedOneAndLeavesItAlone) {
+TEST_F(SoftwareComponentInfoDependencies, RefusesARecordEqualToAListedOne) {
     CDeviceInfo first;
     CDeviceInfo last;
     last.setComponentID("last");
@@ -385,7 +385,7 @@ TEST_F(Dependencies, AddingRefusesARecordEqualToAnyListedOneAndLeavesItAlone) {
     EXPECT_EQ(equalToFirst.getReleaseID(), "not compared");
 }
 
-TEST_F(Dependencies, TheListIsWhatAddingOneByOneGives) {
+TEST_F(SoftwareComponentInfoDependencies, ReturnsTheSameListAsAddingOneByOne) {
     std::string devices;
     for (int i = 0; i < 300; ++i) {
         devices += "<Device><Dependency componentID=\"" + std::to_string(i % 7) + "\" path=\"" +

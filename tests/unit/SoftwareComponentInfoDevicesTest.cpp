@@ -17,7 +17,7 @@ constexpr const char* kOneDevice =
     R"(<Device componentID="7"><PCIInfo deviceID="10DE" subDeviceID="8abc" vendorID="14E4" subVendorID="1028"/>)"
     R"(<Display>Card</Display></Device>)";
 
-class SupportedDevices : public PackageReaderTest {
+class SoftwareComponentInfoDevices : public PackageReaderTest {
 protected:
     std::vector<std::string> devicesIn(std::string_view devices) {
         setDevices(devices);
@@ -38,30 +38,30 @@ protected:
     }
 };
 
-TEST_F(SupportedDevices, OneDeviceKeepsItsIdsAsWritten) {
+TEST_F(SoftwareComponentInfoDevices, KeepsTheIdsOfADeviceAsWritten) {
     EXPECT_THAT(devicesIn(kOneDevice), ElementsAre("7|10DE|8abc|14E4|1028|Card"));
 }
 
-TEST_F(SupportedDevices, AShortIdIsPaddedWithZerosToFourCharacters) {
+TEST_F(SoftwareComponentInfoDevices, PadsAShortIdWithZerosToFourCharacters) {
     EXPECT_THAT(
         devicesIn(R"(<Device componentID="7"><PCIInfo deviceID="10de" subDeviceID="8" vendorID="14e4" )"
                   R"(subVendorID="1028"/></Device>)"),
         ElementsAre("7|10de|0008|14e4|1028|"));
 }
 
-TEST_F(SupportedDevices, EveryIdIsPaddedAndNoneIsCut) {
+TEST_F(SoftwareComponentInfoDevices, PadsEveryIdAndCutsNone) {
     EXPECT_THAT(devicesIn(R"(<Device><PCIInfo deviceID="a" subDeviceID="bb" vendorID="ccc" )"
                           R"(subVendorID="0x1028"/></Device>)"),
                 ElementsAre("|000a|00bb|0ccc|0x1028|"));
 }
 
-TEST_F(SupportedDevices, AnEmptyIdIsAbsentAndNeverBecomesZeros) {
+TEST_F(SoftwareComponentInfoDevices, TreatsAnEmptyIdAsAbsent) {
     EXPECT_THAT(
         devicesIn(R"(<Device><PCIInfo deviceID="" subDeviceID="2" vendorID="" subVendorID=""/></Device>)"),
         ElementsAre("||0002|||"));
 }
 
-TEST_F(SupportedDevices, AMissingIdIsThatOfTheDeviceBefore) {
+TEST_F(SoftwareComponentInfoDevices, TakesAMissingIdFromThePreviousDevice) {
     EXPECT_THAT(
         devicesIn(
             R"(<Device componentID="1"><PCIInfo deviceID="d1" subDeviceID="e1" vendorID="v1" )"
@@ -71,65 +71,65 @@ TEST_F(SupportedDevices, AMissingIdIsThatOfTheDeviceBefore) {
         ElementsAre("1|00d1|00e1|00v1|00s1|", "2|00d2|00e2|00v2|00s1|", "3|00d2|00e2|00v2|00s1|"));
 }
 
-TEST_F(SupportedDevices, AMissingNameIsThatOfTheDeviceBefore) {
+TEST_F(SoftwareComponentInfoDevices, TakesAMissingNameFromThePreviousDevice) {
     EXPECT_THAT(devicesIn(R"(<Device><PCIInfo deviceID="1"/><Display>First</Display></Device>)"
                           R"(<Device><PCIInfo deviceID="2"/></Device>)"),
                 ElementsAre("|0001||||First", "|0002||||First"));
 }
 
-TEST_F(SupportedDevices, TheComponentIdDoesNotCarryOver) {
+TEST_F(SoftwareComponentInfoDevices, CarriesNoComponentIdOver) {
     EXPECT_THAT(devicesIn(R"(<Device componentID="1"><PCIInfo/></Device><Device><PCIInfo/></Device>)"
                           R"(<Device componentID=""><PCIInfo/></Device>)"),
                 ElementsAre("1|||||", "|||||", "|||||"));
 }
 
-TEST_F(SupportedDevices, ANameBeforeThePciInfoIsNotSeen) {
+TEST_F(SoftwareComponentInfoDevices, IgnoresANameBeforeThePciInfo) {
     EXPECT_THAT(devicesIn(R"(<Device><Display>Before</Display><PCIInfo deviceID="1"/></Device>)"
                           R"(<Device><PCIInfo deviceID="2"/><Display>After</Display></Device>)"
                           R"(<Device><Display>Before</Display><PCIInfo deviceID="3"/></Device>)"),
                 ElementsAre("|0001||||", "|0002||||After", "|0003||||After"));
 }
 
-TEST_F(SupportedDevices, TheFirstFollowingNameWithATextCounts) {
+TEST_F(SoftwareComponentInfoDevices, UsesTheFirstFollowingNameWithAText) {
     EXPECT_THAT(
         devicesIn(R"(<Device><PCIInfo/><Display/><Display><b>x</b></Display><Display><!--c-->y</Display>)"
                   R"(<Display>Named</Display><Display>Later</Display></Device>)"),
         ElementsAre("|||||Named"));
 }
 
-TEST_F(SupportedDevices, SeveralPciInfosGiveSeveralRecordsEachWithTheNextName) {
+TEST_F(SoftwareComponentInfoDevices, ReturnsARecordWithTheNextNameForEachPciInfo) {
     EXPECT_THAT(devicesIn(R"(<Device componentID="9"><PCIInfo deviceID="1"/><PCIInfo deviceID="2"/>)"
                           R"(<Display>A</Display><PCIInfo deviceID="3"/><Display>B</Display></Device>)"),
                 ElementsAre("9|0001||||A", "9|0002||||A", "9|0003||||B"));
 }
 
-TEST_F(SupportedDevices, ADeviceWithoutPciInfoGivesNoRecord) {
+TEST_F(SoftwareComponentInfoDevices, ReturnsNoRecordForADeviceWithoutPciInfo) {
     EXPECT_THAT(devicesIn(R"(<Device componentID="1"><Display>Controller</Display></Device>)"), IsEmpty());
 }
 
-TEST_F(SupportedDevices, NamesOfChildrenMayBeInAnyCase) {
+TEST_F(SoftwareComponentInfoDevices, IgnoresTheCaseOfChildNames) {
     EXPECT_THAT(devicesIn(R"(<Device><pciinfo deviceID="1"/><DISPLAY>Name</DISPLAY></Device>)"),
                 ElementsAre("|0001||||Name"));
 }
 
-TEST_F(SupportedDevices, CommentsAndProcessingInstructionsAreNoElements) {
+TEST_F(SoftwareComponentInfoDevices, IgnoresCommentsAndProcessingInstructions) {
     EXPECT_THAT(devicesIn(R"(<Device><?PCIInfo x?><!--PCIInfo--><PCIInfo deviceID="1"/><?Display No?>)"
                           R"(<!--Display--><Display>Name</Display></Device>)"),
                 ElementsAre("|0001||||Name"));
 }
 
-TEST_F(SupportedDevices, ANameMayBeACharacterDataSection) {
+TEST_F(SoftwareComponentInfoDevices, ReadsANameInACharacterDataSection) {
     EXPECT_THAT(devicesIn(R"(<Device><PCIInfo/><Display><![CDATA[a < b]]></Display></Device>)"),
                 ElementsAre("|||||a < b"));
 }
 
-TEST_F(SupportedDevices, PciInfosOutsideOfADeviceAreNotRead) {
+TEST_F(SoftwareComponentInfoDevices, IgnoresPciInfosOutsideADevice) {
     EXPECT_THAT(
         devicesIn(R"(<PCIInfo deviceID="1"/><Device><Group><PCIInfo deviceID="2"/></Group></Device>)"),
         IsEmpty());
 }
 
-TEST_F(SupportedDevices, EachQueryReadsTheFileAgain) {
+TEST_F(SoftwareComponentInfoDevices, ReadsTheFileAgainForEachQuery) {
     setDevices(kOneDevice);
     CSoftwareComponentInfo reader;
     setDevices(R"(<Device componentID="8"><PCIInfo/></Device>)");
@@ -137,7 +137,7 @@ TEST_F(SupportedDevices, EachQueryReadsTheFileAgain) {
     EXPECT_EQ(reader.GetSupportedDevices().front().componentID, "8");
 }
 
-TEST_F(SupportedDevices, LogsEachStep) {
+TEST_F(SoftwareComponentInfoDevices, LogsEachStep) {
     setDevices(R"(<Device><PCIInfo/><Display/><Display>Card</Display></Device><Device/>)");
     EXPECT_THAT(
         logOfDevices(),
@@ -160,7 +160,7 @@ TEST_F(SupportedDevices, LogsEachStep) {
     }
 }
 
-TEST_F(SupportedDevices, WithoutAPackageThereAreNone) {
+TEST_F(SoftwareComponentInfoDevices, ReturnsNoneWithoutAPackage) {
     EXPECT_THAT(CSoftwareComponentInfo().GetSupportedDevices(), IsEmpty());
     EXPECT_THAT(
         logOfDevices(),
@@ -170,7 +170,7 @@ TEST_F(SupportedDevices, WithoutAPackageThereAreNone) {
                     "CSoftwareComponentInfo::GetSupportedDevices() Exiting"));
 }
 
-TEST_F(SupportedDevices, AMalformedPackageHasNone) {
+TEST_F(SoftwareComponentInfoDevices, ReturnsNoneForAMalformedPackage) {
     package_.setPackage("<SoftwareComponent>");
     EXPECT_THAT(CSoftwareComponentInfo().GetSupportedDevices(), IsEmpty());
     EXPECT_THAT(
@@ -183,7 +183,7 @@ TEST_F(SupportedDevices, AMalformedPackageHasNone) {
                     "CSoftwareComponentInfo::GetSupportedDevices() Exiting"));
 }
 
-TEST_F(SupportedDevices, APackageWithoutDevicesHasNone) {
+TEST_F(SoftwareComponentInfoDevices, ReturnsNoneForAPackageWithoutDevices) {
     setDevices("");
     EXPECT_THAT(
         logOfDevices(),
@@ -202,36 +202,36 @@ SPCIInfo query(const char* device, const char* subDevice, const char* vendor, co
     return {"another component", device, subDevice, vendor, subVendor, "another name"};
 }
 
-TEST_F(SupportedDevices, ALookUpFindsTheNameByTheFourIds) {
+TEST_F(SoftwareComponentInfoDevices, FindsTheNameByTheFourIds) {
     EXPECT_EQ(nameIn(kOneDevice, query("10DE", "8abc", "14E4", "1028")), "Card");
 }
 
-TEST_F(SupportedDevices, ALookUpDisregardsTheCaseOfEachId) {
+TEST_F(SoftwareComponentInfoDevices, IgnoresTheCaseOfEachIdInALookUp) {
     EXPECT_EQ(nameIn(kOneDevice, query("10de", "8ABC", "14e4", "1028")), "Card");
     EXPECT_EQ(nameIn(R"(<Device><PCIInfo deviceID="1A2B"/><Display>N</Display></Device>)",
                      query("1a2b", "", "", "")),
               "N");
 }
 
-TEST_F(SupportedDevices, ALookUpComparesEachOfTheFourIds) {
+TEST_F(SoftwareComponentInfoDevices, ComparesEachOfTheFourIdsInALookUp) {
     EXPECT_EQ(nameIn(kOneDevice, query("10DF", "8abc", "14E4", "1028")), "");
     EXPECT_EQ(nameIn(kOneDevice, query("10DE", "8abd", "14E4", "1028")), "");
     EXPECT_EQ(nameIn(kOneDevice, query("10DE", "8abc", "14E5", "1028")), "");
     EXPECT_EQ(nameIn(kOneDevice, query("10DE", "8abc", "14E4", "1029")), "");
 }
 
-TEST_F(SupportedDevices, ALookUpComparesWholeTexts) {
+TEST_F(SoftwareComponentInfoDevices, ComparesWholeTextsInALookUp) {
     EXPECT_EQ(nameIn(kOneDevice, query("10DE0", "8abc", "14E4", "1028")), "");
     EXPECT_EQ(nameIn(kOneDevice, query("10D", "8abc", "14E4", "1028")), "");
 }
 
-TEST_F(SupportedDevices, ALookUpDoesNotPadItsIds) {
+TEST_F(SoftwareComponentInfoDevices, PadsNoIdsInALookUp) {
     constexpr const char* kShort = R"(<Device><PCIInfo deviceID="8"/><Display>N</Display></Device>)";
     EXPECT_EQ(nameIn(kShort, query("8", "", "", "")), "");
     EXPECT_EQ(nameIn(kShort, query("0008", "", "", "")), "N");
 }
 
-TEST_F(SupportedDevices, TheLastMatchWins) {
+TEST_F(SoftwareComponentInfoDevices, ReturnsTheLastMatchOfALookUp) {
     EXPECT_EQ(nameIn(R"(<Device><PCIInfo deviceID="1"/><Display>First</Display></Device>)"
                      R"(<Device><PCIInfo deviceID="1"/><Display>Second</Display></Device>)"
                      R"(<Device><PCIInfo deviceID="2"/><Display>Other</Display></Device>)",
@@ -239,7 +239,7 @@ TEST_F(SupportedDevices, TheLastMatchWins) {
               "Second");
 }
 
-TEST_F(SupportedDevices, ALookUpLogsEachStep) {
+TEST_F(SoftwareComponentInfoDevices, LogsEachStepOfALookUp) {
     setDevices(R"(<Device><PCIInfo deviceID="1"/></Device><Device><PCIInfo deviceID="2"/></Device>)");
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) {
@@ -264,7 +264,7 @@ TEST_F(SupportedDevices, ALookUpLogsEachStep) {
             "CSoftwareComponentInfo::getMarketingNameForPCIDevice() Exiting"));
 }
 
-TEST_F(SupportedDevices, ALookUpWithoutAPackageFindsNothing) {
+TEST_F(SoftwareComponentInfoDevices, FindsNothingWithoutAPackage) {
     EXPECT_EQ(CSoftwareComponentInfo().getMarketingNameForPCIDevice(query("", "", "", "")), "");
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) {

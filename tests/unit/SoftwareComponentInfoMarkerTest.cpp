@@ -14,7 +14,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-class PackageMarker : public ::testing::Test {
+class SoftwareComponentInfoMarker : public ::testing::Test {
 protected:
     /** Runs `body` in the package's folder. */
     template <typename Body>
@@ -41,7 +41,7 @@ protected:
     TempDir folder_;
 };
 
-TEST_F(PackageMarker, SetAfterThePlatformObjectOpensBaseutilsLog) {
+TEST_F(SoftwareComponentInfoMarker, OpensBaseutilsLogIfSetAfterThePlatformObject) {
     run([this] {
         CPlatformLayer::GetPlatform();
         setMarker();
@@ -55,12 +55,12 @@ TEST_F(PackageMarker, SetAfterThePlatformObjectOpensBaseutilsLog) {
     EXPECT_FALSE(holds("baseutils_DBG.log"));
 }
 
-TEST_F(PackageMarker, AbsentLeavesTheLogOff) {
+TEST_F(SoftwareComponentInfoMarker, LeavesTheLogOffWithoutTheMarker) {
     run([] { const CSoftwareComponentInfo reader; });
     EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
 }
 
-TEST_F(PackageMarker, AbsentLeavesTheCallersLogAsItIs) {
+TEST_F(SoftwareComponentInfoMarker, LeavesTheCallersLogOnWithoutTheMarker) {
     run([] {
         CLogger::GetInstance()->Initialize("mine.log");
         const CSoftwareComponentInfo reader;
@@ -70,7 +70,7 @@ TEST_F(PackageMarker, AbsentLeavesTheCallersLogAsItIs) {
     EXPECT_FALSE(holds("baseutils.log"));
 }
 
-TEST_F(PackageMarker, SetFromTheStartLetsThePlatformObjectWinWithOneLine) {
+TEST_F(SoftwareComponentInfoMarker, LetsThePlatformObjectWinIfSetFromTheStart) {
     setMarker();
     run([] { const CSoftwareComponentInfo reader; });
     EXPECT_THAT(messagesOf("baseutils_DBG.log"),
@@ -79,7 +79,7 @@ TEST_F(PackageMarker, SetFromTheStartLetsThePlatformObjectWinWithOneLine) {
     EXPECT_FALSE(holds("baseutils.log"));
 }
 
-TEST_F(PackageMarker, SilencesALogThatIsOpenAlready) {
+TEST_F(SoftwareComponentInfoMarker, SilencesAnOpenLog) {
     setMarker();
     run([] {
         CLogger::GetInstance()->Initialize("mine.log");
@@ -94,7 +94,7 @@ TEST_F(PackageMarker, SilencesALogThatIsOpenAlready) {
     EXPECT_FALSE(holds("baseutils_DBG.log"));
 }
 
-TEST_F(PackageMarker, InAnotherDirectoryIsNotSeen) {
+TEST_F(SoftwareComponentInfoMarker, IgnoresAMarkerInAnotherDirectory) {
     std::filesystem::create_directory(folder_ / "below");
     writeFile(folder_ / "below/enabledebug.txt", "");
     run([] { const CSoftwareComponentInfo reader; });

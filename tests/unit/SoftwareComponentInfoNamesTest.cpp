@@ -7,7 +7,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 
-class DisplayNames : public PackageReaderTest {
+class SoftwareComponentInfoNames : public PackageReaderTest {
 protected:
     std::map<std::string, std::string> namesIn(std::string_view devices) {
         setDevices(devices);
@@ -25,63 +25,63 @@ protected:
     }
 };
 
-TEST_F(DisplayNames, EveryDeviceWithANameHasAnEntryUnderItsId) {
+TEST_F(SoftwareComponentInfoNames, ListsEveryDeviceWithANameUnderItsId) {
     EXPECT_THAT(namesIn(R"(<Device componentID="2"><Display>B</Display></Device>)"
                         R"(<Device componentID="1"><Display>A</Display></Device><Device componentID="3"/>)"),
                 ElementsAre(Pair("1", "A"), Pair("2", "B")));
 }
 
-TEST_F(DisplayNames, TheLaterOfTwoDevicesWithOneIdWins) {
+TEST_F(SoftwareComponentInfoNames, UsesTheLastOfTwoDevicesWithOneId) {
     EXPECT_THAT(namesIn(R"(<Device componentID="100"><Display>A</Display></Device>)"
                         R"(<Device componentID="100"><Display>B</Display></Device>)"),
                 ElementsAre(Pair("100", "B")));
 }
 
-TEST_F(DisplayNames, ALaterDeviceWithoutANameLeavesTheEntry) {
+TEST_F(SoftwareComponentInfoNames, KeepsTheEntryForALaterDeviceWithoutAName) {
     EXPECT_THAT(namesIn(R"(<Device componentID="100"><Display>A</Display></Device>)"
                         R"(<Device componentID="100"><Display/></Device>)"),
                 ElementsAre(Pair("100", "A")));
 }
 
-TEST_F(DisplayNames, IdsAreKeptApartByCaseAndOrderedByBytes) {
+TEST_F(SoftwareComponentInfoNames, DistinguishesIdsByCaseAndOrdersThemByBytes) {
     EXPECT_THAT(namesIn(R"(<Device componentID="b"><Display>3</Display></Device>)"
                         R"(<Device componentID="a"><Display>2</Display></Device>)"
                         R"(<Device componentID="A"><Display>1</Display></Device>)"),
                 ElementsAre(Pair("A", "1"), Pair("a", "2"), Pair("b", "3")));
 }
 
-TEST_F(DisplayNames, TheFirstDisplayWithATextCounts) {
+TEST_F(SoftwareComponentInfoNames, UsesTheFirstDisplayWithAText) {
     EXPECT_THAT(
         namesIn(R"(<Device componentID="1"><Display/><Display><b>x</b></Display><Display>Later</Display>)"
                 R"(<Display>Last</Display></Device>)"),
         ElementsAre(Pair("1", "Later")));
 }
 
-TEST_F(DisplayNames, PciDevicesAreNotExcluded) {
+TEST_F(SoftwareComponentInfoNames, ListsPciDevicesToo) {
     EXPECT_THAT(namesIn(R"(<Device componentID="1"><PCIInfo deviceID="1"/><Display>Card</Display></Device>)"),
                 ElementsAre(Pair("1", "Card")));
 }
 
-TEST_F(DisplayNames, ADeviceWithoutAnIdIsUnderTheEmptyId) {
+TEST_F(SoftwareComponentInfoNames, ListsADeviceWithoutAnIdUnderTheEmptyId) {
     EXPECT_THAT(namesIn(R"(<Device><Display>None</Display></Device>)"), ElementsAre(Pair("", "None")));
     EXPECT_THAT(namesIn(R"(<Device componentID=""><Display>Empty</Display></Device>)"),
                 ElementsAre(Pair("", "Empty")));
 }
 
-TEST_F(DisplayNames, TheIdDoesNotCarryOver) {
+TEST_F(SoftwareComponentInfoNames, CarriesNoIdOver) {
     EXPECT_THAT(
         namesIn(
             R"(<Device componentID="1"><Display>A</Display></Device><Device><Display>B</Display></Device>)"),
         ElementsAre(Pair("", "B"), Pair("1", "A")));
 }
 
-TEST_F(DisplayNames, NamesOfElementsMayBeInAnyCaseButMustBeElements) {
+TEST_F(SoftwareComponentInfoNames, IgnoresTheCaseOfElementNamesAndAllOtherNodes) {
     EXPECT_THAT(
         namesIn(R"(<Device componentID="1"><?Display No?><!--Display--><dISPLAY>Yes</dISPLAY></Device>)"),
         ElementsAre(Pair("1", "Yes")));
 }
 
-TEST_F(DisplayNames, WithoutAPackageThereAreNone) {
+TEST_F(SoftwareComponentInfoNames, ReturnsNoneWithoutAPackage) {
     EXPECT_THAT(CSoftwareComponentInfo().getCompIDMarkNameInfo(), IsEmpty());
     EXPECT_THAT(logOf([](CSoftwareComponentInfo& reader) { reader.getCompIDMarkNameInfo(); }),
                 ElementsAre("Entering CSoftwareComponentInfo::GetCompIDMarkNameInfo()",  //
@@ -90,7 +90,7 @@ TEST_F(DisplayNames, WithoutAPackageThereAreNone) {
                             "Leaving CSoftwareComponentInfo::GetCompIDMarkNameInfo()"));
 }
 
-TEST_F(DisplayNames, AMalformedPackageHasNone) {
+TEST_F(SoftwareComponentInfoNames, ReturnsNoneForAMalformedPackage) {
     package_.setPackage("<SoftwareComponent>");
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) { EXPECT_THAT(reader.getCompIDMarkNameInfo(), IsEmpty()); }),
@@ -103,7 +103,7 @@ TEST_F(DisplayNames, AMalformedPackageHasNone) {
                     "Leaving CSoftwareComponentInfo::GetCompIDMarkNameInfo()"));
 }
 
-TEST_F(DisplayNames, LogsEachStepOfTheMap) {
+TEST_F(SoftwareComponentInfoNames, LogsEachStepOfTheMap) {
     setDevices(R"(<Device componentID="1"><Display/><Display>A</Display></Device><Device/>)");
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) { reader.getCompIDMarkNameInfo(); }),
@@ -129,7 +129,7 @@ TEST_F(DisplayNames, LogsEachStepOfTheMap) {
 
 // Names by component id.
 
-TEST_F(DisplayNames, ALookUpFindsAnIdInAnyCase) {
+TEST_F(SoftwareComponentInfoNames, FindsAnIdInAnyCase) {
     constexpr const char* kDevice = R"(<Device componentID="aB1"><Display>N</Display></Device>)";
     EXPECT_EQ(nameIn(kDevice, "aB1"), "N");
     EXPECT_EQ(nameIn(kDevice, "Ab1"), "N");
@@ -138,18 +138,18 @@ TEST_F(DisplayNames, ALookUpFindsAnIdInAnyCase) {
     EXPECT_EQ(nameIn(kDevice, ""), "");
 }
 
-TEST_F(DisplayNames, OfKeysThatDifferInCaseTheLastInKeyOrderWins) {
+TEST_F(SoftwareComponentInfoNames, ReturnsTheLastOfKeysThatDifferInCase) {
     EXPECT_EQ(nameIn(R"(<Device componentID="a"><Display>small</Display></Device>)"
                      R"(<Device componentID="A"><Display>capital</Display></Device>)",
                      "A"),
               "small");
 }
 
-TEST_F(DisplayNames, ALookUpOfTheEmptyIdFindsTheDeviceWithoutOne) {
+TEST_F(SoftwareComponentInfoNames, FindsTheDeviceWithoutAnIdByTheEmptyId) {
     EXPECT_EQ(nameIn(R"(<Device><Display>None</Display></Device>)", ""), "None");
 }
 
-TEST_F(DisplayNames, ALookUpLogsEachStep) {
+TEST_F(SoftwareComponentInfoNames, LogsEachStepOfALookUp) {
     setDevices(R"(<Device componentID="1"><Display>A</Display></Device>)"
                R"(<Device componentID="2"><Display>B</Display></Device>)");
     EXPECT_THAT(
@@ -179,7 +179,7 @@ TEST_F(DisplayNames, ALookUpLogsEachStep) {
             "Leaving CSoftwareComponentInfo::getMarketingNameForNonPCIDevice()"));
 }
 
-TEST_F(DisplayNames, ALookUpWithoutAPackageFindsNothing) {
+TEST_F(SoftwareComponentInfoNames, FindsNothingWithoutAPackage) {
     EXPECT_THAT(logOf([](CSoftwareComponentInfo& reader) {
                     EXPECT_EQ(reader.getMarketingNameForNonPCIDevice("1"), "");
                 }),
@@ -193,27 +193,27 @@ TEST_F(DisplayNames, ALookUpWithoutAPackageFindsNothing) {
 
 // The package's display string.
 
-TEST_F(DisplayNames, TheDisplayStringIsTheFirstChildOfTheFirstDeviceThatStartsWithOne) {
+TEST_F(SoftwareComponentInfoNames, ReturnsTheFirstDisplayThatStartsADevice) {
     EXPECT_EQ(displayStringIn(R"(<Device/><Device><PCIInfo/><Display>Second child</Display></Device>)"
                               R"(<Device><display>First child</display></Device>)"
                               R"(<Device><Display>Too late</Display></Device>)"),
               "First child");
 }
 
-TEST_F(DisplayNames, ADisplayAfterThePciInfoIsNoDisplayString) {
+TEST_F(SoftwareComponentInfoNames, IgnoresADisplayAfterThePciInfo) {
     EXPECT_EQ(displayStringIn(R"(<Device><PCIInfo/><Display>Name</Display></Device>)"), "");
 }
 
-TEST_F(DisplayNames, ADisplayAfterACommentOrAnInstructionIsNoDisplayString) {
+TEST_F(SoftwareComponentInfoNames, IgnoresADisplayAfterACommentOrAnInstruction) {
     EXPECT_EQ(displayStringIn(R"(<Device><!--c--><Display>Name</Display></Device>)"), "");
     EXPECT_EQ(displayStringIn(R"(<Device><?Display Name?><Display>Name</Display></Device>)"), "");
 }
 
-TEST_F(DisplayNames, BlankTextBeforeTheDisplayIsNoChild) {
+TEST_F(SoftwareComponentInfoNames, SkipsBlankTextBeforeTheDisplay) {
     EXPECT_EQ(displayStringIn("<Device>\n  <Display>Name</Display>\n</Device>"), "Name");
 }
 
-TEST_F(DisplayNames, AnEmptyFirstDisplayEndsTheSearch) {
+TEST_F(SoftwareComponentInfoNames, StopsAtAnEmptyFirstDisplay) {
     setDevices(R"(<Device><Display/><Display>Later</Display></Device>)"
                R"(<Device><Display>Next</Display></Device>)");
     EXPECT_THAT(CSoftwareComponentInfo().getCompIDMarkNameInfo(), ElementsAre(Pair("", "Next")));
@@ -228,13 +228,13 @@ TEST_F(DisplayNames, AnEmptyFirstDisplayEndsTheSearch) {
                     "from package.xml for device"));
 }
 
-TEST_F(DisplayNames, ALaterDisplayWithTextNamesTheDeviceButIsNoDisplayString) {
+TEST_F(SoftwareComponentInfoNames, UsesALaterDisplayAsNameButNotAsDisplayString) {
     constexpr const char* kDevice = R"(<Device componentID="1"><Display/><Display>Later</Display></Device>)";
     EXPECT_THAT(namesIn(kDevice), ElementsAre(Pair("1", "Later")));
     EXPECT_EQ(displayStringIn(kDevice), "");
 }
 
-TEST_F(DisplayNames, TheDisplayStringIsLoggedWithALineEnd) {
+TEST_F(SoftwareComponentInfoNames, LogsTheDisplayStringWithALineEnd) {
     setDevices(R"(<Device><Display>Name</Display></Device>)");
     EXPECT_THAT(logOf([](CSoftwareComponentInfo& reader) { reader.GetComponentDisplayString(); }),
                 ElementsAre("CSoftwareComponentInfo::ParseXmlUsingXpath() Entering",  //
@@ -245,7 +245,7 @@ TEST_F(DisplayNames, TheDisplayStringIsLoggedWithALineEnd) {
                             "CSoftwareComponentInfo::GetComponentDisplayString()  Name\n"));
 }
 
-TEST_F(DisplayNames, WithoutAQualifyingDeviceNothingMoreIsLogged) {
+TEST_F(SoftwareComponentInfoNames, LogsNothingMoreWithoutAQualifyingDevice) {
     setDevices("<Device/>");
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) { EXPECT_EQ(reader.GetComponentDisplayString(), ""); }),
@@ -256,7 +256,7 @@ TEST_F(DisplayNames, WithoutAQualifyingDeviceNothingMoreIsLogged) {
                     "CSoftwareComponentInfo::ParseXmlUsingXpath() Exiting"));
 }
 
-TEST_F(DisplayNames, WithoutAPackageThereIsNoDisplayString) {
+TEST_F(SoftwareComponentInfoNames, ReturnsNoDisplayStringWithoutAPackage) {
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) { EXPECT_EQ(reader.GetComponentDisplayString(), ""); }),
         ElementsAre("CSoftwareComponentInfo::ParseXmlUsingXpath() Entering",  //

@@ -32,7 +32,7 @@ protected:
     PackageFolder package_;
 };
 
-TEST_F(SoftwareComponentInfo, ConstructionParsesThePackage) {
+TEST_F(SoftwareComponentInfo, ParsesThePackageAtConstruction) {
     package_.setPackage(kPackageXml);
     package_.clearLog();
     const CSoftwareComponentInfo reader;
@@ -50,7 +50,7 @@ TEST_F(SoftwareComponentInfo, LogsUnderItsSourceName) {
     EXPECT_EQ(package_.lines().back().source, "SoftwareComponentInfo");
 }
 
-TEST_F(SoftwareComponentInfo, ConstructionWithoutAPackageStopsAtTheExistenceTest) {
+TEST_F(SoftwareComponentInfo, StopsAtTheExistenceTestWithoutAPackage) {
     const CSoftwareComponentInfo reader;
     EXPECT_THAT(package_.messages(),
                 ElementsAre(package_.doesNotExist("enabledebug.txt"),
@@ -59,7 +59,7 @@ TEST_F(SoftwareComponentInfo, ConstructionWithoutAPackageStopsAtTheExistenceTest
                             package_.doesNotExist("package.xml")));
 }
 
-TEST_F(SoftwareComponentInfo, ConstructionOnAMalformedPackageLogsItsFullPath) {
+TEST_F(SoftwareComponentInfo, LogsTheFullPathOfAMalformedPackage) {
     package_.setPackage(kNotWellFormed);
     const CSoftwareComponentInfo reader;
     EXPECT_THAT(package_.messages(),
@@ -72,7 +72,7 @@ TEST_F(SoftwareComponentInfo, ConstructionOnAMalformedPackageLogsItsFullPath) {
                             "CSoftwareComponentInfo::Init() Exiting"));
 }
 
-TEST_F(SoftwareComponentInfo, ConstructionOnAnEmptyPackageIsAFailedParse) {
+TEST_F(SoftwareComponentInfo, FailsToParseAnEmptyPackage) {
     package_.setPackage("");
     const CSoftwareComponentInfo reader;
     EXPECT_THAT(package_.messages(),
@@ -80,13 +80,13 @@ TEST_F(SoftwareComponentInfo, ConstructionOnAnEmptyPackageIsAFailedParse) {
                                     (package_ / "package.xml").string() + " not parsed successfully "));
 }
 
-TEST_F(SoftwareComponentInfo, ConstructionSwitchesBlankTextNodesOffForTheProcess) {
+TEST_F(SoftwareComponentInfo, SwitchesBlankTextNodesOffForTheProcess) {
     xmlKeepBlanksDefault(1);
     const CSoftwareComponentInfo reader;
     EXPECT_EQ(xmlKeepBlanksDefault(0), 0);
 }
 
-TEST_F(SoftwareComponentInfo, BlankTextBetweenElementsNeverShowsUpAsNodes) {
+TEST_F(SoftwareComponentInfo, DropsBlankTextBetweenElements) {
     package_.setPackage(
         "<SoftwareComponent>\n  <SupportedDevices>\n    <Device>\n      <Display>x</Display>\n    </Device>\n"
         "  </SupportedDevices>\n</SoftwareComponent>\n");
@@ -99,12 +99,12 @@ TEST_F(SoftwareComponentInfo, BlankTextBetweenElementsNeverShowsUpAsNodes) {
     EXPECT_THAT(device->children->next, IsNull());
 }
 
-TEST_F(SoftwareComponentInfo, ComponentIdIsThatOfTheSupportedDevice) {
+TEST_F(SoftwareComponentInfo, ReturnsTheIdOfTheSupportedDevice) {
     package_.setPackage(kPackageXml);
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentID(), "25227");
 }
 
-TEST_F(SoftwareComponentInfo, ComponentIdLogsItsSteps) {
+TEST_F(SoftwareComponentInfo, LogsTheStepsOfTheComponentId) {
     package_.setPackage(kPackageXml);
     EXPECT_THAT(logOf([](CSoftwareComponentInfo& reader) { reader.GetComponentID(); }),
                 ElementsAre("Entering CSoftwareComponentInfo::GetComponentID()",      //
@@ -117,21 +117,21 @@ TEST_F(SoftwareComponentInfo, ComponentIdLogsItsSteps) {
                             "Leaving CSoftwareComponentInfo::GetComponentID()"));
 }
 
-TEST_F(SoftwareComponentInfo, ComponentIdOfTwoDevicesIsTheFirst) {
+TEST_F(SoftwareComponentInfo, ReturnsTheIdOfTheFirstOfTwoDevices) {
     package_.setPackage(
         R"(<SoftwareComponent><SupportedDevices><Device componentID="1"/><Device componentID="2"/>)"
         R"(</SupportedDevices></SoftwareComponent>)");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentID(), "1");
 }
 
-TEST_F(SoftwareComponentInfo, ComponentIdIsEmptyWhereTheFirstDeviceHasNone) {
+TEST_F(SoftwareComponentInfo, ReturnsAnEmptyIdIfTheFirstDeviceHasNone) {
     package_.setPackage(
         R"(<SoftwareComponent><SupportedDevices><Device/><Device componentID="2"/></SupportedDevices>)"
         R"(</SoftwareComponent>)");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentID(), "");
 }
 
-TEST_F(SoftwareComponentInfo, ComponentIdWrittenEmptyIsReadAsAbsentAndStillLoggedAsFound) {
+TEST_F(SoftwareComponentInfo, LogsAnEmptyIdAsFound) {
     package_.setPackage(
         R"(<SoftwareComponent><SupportedDevices><Device componentID=""/></SupportedDevices></SoftwareComponent>)");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentID(), "");
@@ -139,26 +139,26 @@ TEST_F(SoftwareComponentInfo, ComponentIdWrittenEmptyIsReadAsAbsentAndStillLogge
                 ::testing::Contains("Found the component id as "));
 }
 
-TEST_F(SoftwareComponentInfo, ComponentIdKeepsBlanksAndLeadingZeros) {
+TEST_F(SoftwareComponentInfo, KeepsBlanksAndLeadingZerosOfTheId) {
     package_.setPackage(
         R"(<SoftwareComponent><SupportedDevices><Device componentID=" 007 "/></SupportedDevices>)"
         R"(</SoftwareComponent>)");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentID(), " 007 ");
 }
 
-TEST_F(SoftwareComponentInfo, ComponentIdIsFoundBelowAnyRoot) {
+TEST_F(SoftwareComponentInfo, FindsTheIdBelowAnyRoot) {
     package_.setPackage(
         R"(<Bundle><Item><SoftwareComponent><SupportedDevices><Device componentID="9"/></SupportedDevices>)"
         R"(</SoftwareComponent></Item></Bundle>)");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentID(), "9");
 }
 
-TEST_F(SoftwareComponentInfo, DeviceOutsideSupportedDevicesIsNoSupportedDevice) {
+TEST_F(SoftwareComponentInfo, IgnoresADeviceOutsideSupportedDevices) {
     package_.setPackage(R"(<SoftwareComponent><Device componentID="1"/></SoftwareComponent>)");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentID(), "");
 }
 
-TEST_F(SoftwareComponentInfo, DefaultNamespaceHidesEveryElement) {
+TEST_F(SoftwareComponentInfo, FindsNothingInADefaultNamespace) {
     std::string xml(kPackageXml);
     xml.insert(std::string_view("<SoftwareComponent").size(), R"( xmlns="urn:package")");
     package_.setPackage(xml);
@@ -166,7 +166,7 @@ TEST_F(SoftwareComponentInfo, DefaultNamespaceHidesEveryElement) {
     EXPECT_EQ(reader.GetComponentID() + reader.GetComponentType() + reader.GetComponentVersion(), "");
 }
 
-TEST_F(SoftwareComponentInfo, NoMatchingElementLogsAnEmptyNodeSetAndGivesAnEmptyText) {
+TEST_F(SoftwareComponentInfo, LogsAnEmptyNodeSetWithoutAMatchingElement) {
     package_.setPackage("<SoftwareComponent/>");
     EXPECT_THAT(logOf([](CSoftwareComponentInfo& reader) { EXPECT_EQ(reader.GetComponentID(), ""); }),
                 ElementsAre("Entering CSoftwareComponentInfo::GetComponentID()",      //
@@ -178,7 +178,7 @@ TEST_F(SoftwareComponentInfo, NoMatchingElementLogsAnEmptyNodeSetAndGivesAnEmpty
                             "Leaving CSoftwareComponentInfo::GetComponentID()"));
 }
 
-TEST_F(SoftwareComponentInfo, ComponentIdOfAMissingPackageLogsEnteringAndLeaving) {
+TEST_F(SoftwareComponentInfo, LogsEnteringAndLeavingForAMissingPackage) {
     EXPECT_THAT(logOf([](CSoftwareComponentInfo& reader) { EXPECT_EQ(reader.GetComponentID(), ""); }),
                 ElementsAre("Entering CSoftwareComponentInfo::GetComponentID()",      //
                             "CSoftwareComponentInfo::ParseXmlUsingXpath() Entering",  //
@@ -186,7 +186,7 @@ TEST_F(SoftwareComponentInfo, ComponentIdOfAMissingPackageLogsEnteringAndLeaving
                             "Leaving CSoftwareComponentInfo::GetComponentID()"));
 }
 
-TEST_F(SoftwareComponentInfo, TypeAndVersionOfAMissingPackageAreParsedForAnywayAndEmpty) {
+TEST_F(SoftwareComponentInfo, ParsesAMissingPackageForTypeAndVersion) {
     EXPECT_THAT(logOf([](CSoftwareComponentInfo& reader) {
                     EXPECT_EQ(reader.GetComponentType(), "");
                     EXPECT_EQ(reader.GetComponentVersion(), "");
@@ -197,7 +197,7 @@ TEST_F(SoftwareComponentInfo, TypeAndVersionOfAMissingPackageAreParsedForAnywayA
                             "CSoftwareComponentInfo::GetNodeSet() Empty nodeset"));
 }
 
-TEST_F(SoftwareComponentInfo, MalformedPackageGivesEmptyTexts) {
+TEST_F(SoftwareComponentInfo, ReturnsEmptyTextsForAMalformedPackage) {
     package_.setPackage(kNotWellFormed);
     CSoftwareComponentInfo reader;
     EXPECT_EQ(reader.GetComponentID(), "");
@@ -206,7 +206,7 @@ TEST_F(SoftwareComponentInfo, MalformedPackageGivesEmptyTexts) {
     EXPECT_FALSE(reader.getPresenceOfRollbackInfo());
 }
 
-TEST_F(SoftwareComponentInfo, MalformedPackageIsEvaluatedAsAnEmptyOne) {
+TEST_F(SoftwareComponentInfo, EvaluatesAMalformedPackageAsAnEmptyOne) {
     package_.setPackage(kNotWellFormed);
     EXPECT_THAT(logOf([](CSoftwareComponentInfo& reader) { reader.GetComponentID(); }),
                 ElementsAre("Entering CSoftwareComponentInfo::GetComponentID()",      //
@@ -218,36 +218,36 @@ TEST_F(SoftwareComponentInfo, MalformedPackageIsEvaluatedAsAnEmptyOne) {
                             "Leaving CSoftwareComponentInfo::GetComponentID()"));
 }
 
-TEST_F(SoftwareComponentInfo, ComponentTypeIsTheValueOfItsElement) {
+TEST_F(SoftwareComponentInfo, ReturnsTheValueOfTheComponentType) {
     package_.setPackage(kPackageXml);
     EXPECT_THAT(logOf([](CSoftwareComponentInfo& reader) { EXPECT_EQ(reader.GetComponentType(), "FRMW"); }),
                 ElementsAre("CSoftwareComponentInfo::GetNodeSet() Entering",
                             "CSoftwareComponentInfo::GetNodeSet() Exiting"));
 }
 
-TEST_F(SoftwareComponentInfo, ComponentTypeOfTwoElementsIsTheLast) {
+TEST_F(SoftwareComponentInfo, ReturnsTheLastOfTwoComponentTypes) {
     package_.setPackage(
         R"(<SoftwareComponent><ComponentType value="A"/><ComponentType value="B"/></SoftwareComponent>)");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentType(), "B");
 }
 
-TEST_F(SoftwareComponentInfo, ComponentTypeIsEmptyWhereTheLastElementLacksTheAttribute) {
+TEST_F(SoftwareComponentInfo, ReturnsAnEmptyTypeIfTheLastElementLacksTheAttribute) {
     package_.setPackage(
         R"(<SoftwareComponent><ComponentType value="A"/><ComponentType/></SoftwareComponent>)");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentType(), "");
 }
 
-TEST_F(SoftwareComponentInfo, ComponentTypeIsEmptyWhereTheAttributeIsEmpty) {
+TEST_F(SoftwareComponentInfo, ReturnsAnEmptyTypeIfTheAttributeIsEmpty) {
     package_.setPackage(R"(<SoftwareComponent><ComponentType value=""/></SoftwareComponent>)");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentType(), "");
 }
 
-TEST_F(SoftwareComponentInfo, ComponentTypeOutsideASoftwareComponentDoesNotCount) {
+TEST_F(SoftwareComponentInfo, IgnoresAComponentTypeOutsideASoftwareComponent) {
     package_.setPackage(R"(<Other><ComponentType value="A"/></Other>)");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentType(), "");
 }
 
-TEST_F(SoftwareComponentInfo, ComponentVersionIsTheVendorVersion) {
+TEST_F(SoftwareComponentInfo, ReturnsTheVendorVersion) {
     package_.setPackage(kPackageXml);
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) { EXPECT_EQ(reader.GetComponentVersion(), "1.40.200"); }),
@@ -255,25 +255,25 @@ TEST_F(SoftwareComponentInfo, ComponentVersionIsTheVendorVersion) {
                     "CSoftwareComponentInfo::GetNodeSet() Exiting"));
 }
 
-TEST_F(SoftwareComponentInfo, ComponentVersionOfTwoComponentsIsTheLast) {
+TEST_F(SoftwareComponentInfo, ReturnsTheVersionOfTheLastOfTwoComponents) {
     package_.setPackage(
         R"(<Bundle><SoftwareComponent vendorVersion="1"/><SoftwareComponent vendorVersion="2"/></Bundle>)");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentVersion(), "2");
 }
 
-TEST_F(SoftwareComponentInfo, ComponentVersionIsEmptyWhereTheAttributeIsMissing) {
+TEST_F(SoftwareComponentInfo, ReturnsAnEmptyVersionIfTheAttributeIsMissing) {
     package_.setPackage("<SoftwareComponent/>");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentVersion(), "");
 }
 
-TEST_F(SoftwareComponentInfo, AttributesAreReadAsTheDocumentStoresThem) {
+TEST_F(SoftwareComponentInfo, ReadsAttributesAsTheDocumentStoresThem) {
     package_.setPackage("<SoftwareComponent vendorVersion=\"&lt;1&amp;2&gt; &quot;\xC3\xA9&#65;\"/>");
     EXPECT_EQ(CSoftwareComponentInfo().GetComponentVersion(),
               "<1&2> \"\xC3\xA9"
               "A");
 }
 
-TEST_F(SoftwareComponentInfo, RollbackInformationIsFound) {
+TEST_F(SoftwareComponentInfo, FindsRollbackInformation) {
     package_.setPackage(kPackageXml);
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) { EXPECT_TRUE(reader.getPresenceOfRollbackInfo()); }),
@@ -285,14 +285,14 @@ TEST_F(SoftwareComponentInfo, RollbackInformationIsFound) {
                     "Leaving getPresenceOfGuid function"));
 }
 
-TEST_F(SoftwareComponentInfo, RollbackInformationOfASecondDeviceCounts) {
+TEST_F(SoftwareComponentInfo, FindsRollbackInformationOfASecondDevice) {
     package_.setPackage(
         "<SoftwareComponent><SupportedDevices><Device/><Device><RollbackInformation/></Device>"
         "</SupportedDevices></SoftwareComponent>");
     EXPECT_TRUE(CSoftwareComponentInfo().getPresenceOfRollbackInfo());
 }
 
-TEST_F(SoftwareComponentInfo, AbsentRollbackInformationIsLoggedAsAFailure) {
+TEST_F(SoftwareComponentInfo, LogsAbsentRollbackInformationAsAFailure) {
     package_.setPackage("<SoftwareComponent><RollbackInformation/></SoftwareComponent>");
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) { EXPECT_FALSE(reader.getPresenceOfRollbackInfo()); }),
@@ -304,7 +304,7 @@ TEST_F(SoftwareComponentInfo, AbsentRollbackInformationIsLoggedAsAFailure) {
                     "Leaving getPresenceOfGuid function"));
 }
 
-TEST_F(SoftwareComponentInfo, RollbackInformationOfAMissingPackageIsLoggedAsAFailure) {
+TEST_F(SoftwareComponentInfo, LogsRollbackInformationOfAMissingPackageAsAFailure) {
     EXPECT_THAT(
         logOf([](CSoftwareComponentInfo& reader) { EXPECT_FALSE(reader.getPresenceOfRollbackInfo()); }),
         ElementsAre("Entering getPresenceOfGuid function",  //
@@ -313,7 +313,7 @@ TEST_F(SoftwareComponentInfo, RollbackInformationOfAMissingPackageIsLoggedAsAFai
                     "Leaving getPresenceOfGuid function"));
 }
 
-TEST_F(SoftwareComponentInfo, ParseWithAnExpressionEvaluatesIt) {
+TEST_F(SoftwareComponentInfo, EvaluatesAnExpression) {
     package_.setPackage(kPackageXml);
     CSoftwareComponentInfo reader;
     package_.clearLog();
@@ -326,7 +326,7 @@ TEST_F(SoftwareComponentInfo, ParseWithAnExpressionEvaluatesIt) {
                             "CSoftwareComponentInfo::GetNodeSet() Exiting"));
 }
 
-TEST_F(SoftwareComponentInfo, ParseOfAMissingPackageGivesNull) {
+TEST_F(SoftwareComponentInfo, ReturnsNullForAMissingPackage) {
     package_.setPackage(kPackageXml);
     CSoftwareComponentInfo reader;
     std::filesystem::remove(package_ / "package.xml");
@@ -334,7 +334,7 @@ TEST_F(SoftwareComponentInfo, ParseOfAMissingPackageGivesNull) {
     EXPECT_THAT(reader.ParseXmlUsingXpath("//Device"), IsNull());
 }
 
-TEST_F(SoftwareComponentInfo, EveryQueryGoesBackToTheFile) {
+TEST_F(SoftwareComponentInfo, ReadsTheFileAgainForEveryQuery) {
     package_.setPackage(kPackageXml);
     CSoftwareComponentInfo reader;
     package_.setPackage(R"(<SoftwareComponent vendorVersion="2"><ComponentType value="B"/><SupportedDevices>)"
@@ -351,7 +351,7 @@ struct Documents {
     int most = 0;
 };
 
-TEST_F(SoftwareComponentInfo, NoQueryKeepsTheFormerDocumentWhileItReadsTheNext) {
+TEST_F(SoftwareComponentInfo, FreesTheFormerDocumentBeforeItReadsTheNext) {
     static Documents documents;
     package_.setPackage(kPackageXml);
     xmlRegisterNodeDefault([](xmlNode* node) {
@@ -371,7 +371,7 @@ TEST_F(SoftwareComponentInfo, NoQueryKeepsTheFormerDocumentWhileItReadsTheNext) 
     EXPECT_EQ(documents.most, 1);
 }
 
-TEST_F(SoftwareComponentInfo, LaterParseRecoversFromAnEarlierFailure) {
+TEST_F(SoftwareComponentInfo, RecoversFromAnEarlierFailure) {
     package_.setPackage(kNotWellFormed);
     CSoftwareComponentInfo malformed;
     package_.setPackage(kPackageXml);
@@ -382,7 +382,7 @@ TEST_F(SoftwareComponentInfo, LaterParseRecoversFromAnEarlierFailure) {
     EXPECT_EQ(missing.GetComponentID(), "25227");
 }
 
-TEST_F(SoftwareComponentInfo, ChangeOfTheWorkingDirectoryDoesNotMoveTheFileThatIsParsed) {
+TEST_F(SoftwareComponentInfo, ParsesTheSameFileAfterAChangeOfTheWorkingDirectory) {
     package_.setPackage(kPackageXml);
     CSoftwareComponentInfo reader;
     const WorkingTempDir elsewhere;
@@ -391,7 +391,7 @@ TEST_F(SoftwareComponentInfo, ChangeOfTheWorkingDirectoryDoesNotMoveTheFileThatI
     EXPECT_EQ(reader.GetComponentVersion(), "1.40.200");
 }
 
-TEST_F(SoftwareComponentInfo, ExistenceTestFollowsTheWorkingDirectory) {
+TEST_F(SoftwareComponentInfo, FollowsTheWorkingDirectoryInTheExistenceTest) {
     package_.setPackage(kPackageXml);
     CSoftwareComponentInfo reader;
     const WorkingTempDir elsewhere;
@@ -400,7 +400,7 @@ TEST_F(SoftwareComponentInfo, ExistenceTestFollowsTheWorkingDirectory) {
     EXPECT_EQ(reader.GetComponentType(), "FRMW");
 }
 
-TEST_F(SoftwareComponentInfo, FirstParseSetsThePathAnew) {
+TEST_F(SoftwareComponentInfo, SetsThePathInParseXMl) {
     package_.setPackage(kPackageXml);
     CSoftwareComponentInfo reader;
     const WorkingTempDir elsewhere;
@@ -410,9 +410,9 @@ TEST_F(SoftwareComponentInfo, FirstParseSetsThePathAnew) {
 }
 
 /** GetNodeSet, getnodeset and GetAttributeValue on a document of the test's own. */
-class NodeSet : public ::testing::Test {
+class SoftwareComponentInfoNodeSet : public ::testing::Test {
 protected:
-    NodeSet() { package_.clearLog(); }
+    SoftwareComponentInfoNodeSet() { package_.clearLog(); }
 
     XPathObjectPtr logged(const char* expression) {
         return reader_.GetNodeSet(doc_.get(), asXmlChars(expression));
@@ -426,7 +426,7 @@ protected:
     XmlDocPtr doc_{xmlParseDoc(asXmlChars("<a><b/><b/></a>"))};
 };
 
-TEST_F(NodeSet, HoldsTheNodesInDocumentOrder) {
+TEST_F(SoftwareComponentInfoNodeSet, ReturnsTheNodesInDocumentOrder) {
     const XPathObjectPtr found = logged("//b | /a");
     ASSERT_THAT(found, NotNull());
     ASSERT_EQ(found->nodesetval->nodeNr, 3);
@@ -435,13 +435,13 @@ TEST_F(NodeSet, HoldsTheNodesInDocumentOrder) {
                                                  "CSoftwareComponentInfo::GetNodeSet() Exiting"));
 }
 
-TEST_F(NodeSet, WithoutNodesIsNull) {
+TEST_F(SoftwareComponentInfoNodeSet, ReturnsNullWithoutNodes) {
     EXPECT_THAT(logged("//c"), IsNull());
     EXPECT_THAT(package_.messages(), ElementsAre("CSoftwareComponentInfo::GetNodeSet() Entering",
                                                  "CSoftwareComponentInfo::GetNodeSet() Empty nodeset"));
 }
 
-TEST_F(NodeSet, OfAValueThatIsNoSetIsNull) {
+TEST_F(SoftwareComponentInfoNodeSet, ReturnsNullForAValueThatIsNotASet) {
     EXPECT_THAT(logged("1 = 1"), IsNull());
     EXPECT_THAT(logged("string(/a)"), IsNull());
     EXPECT_THAT(package_.messages(), ElementsAre("CSoftwareComponentInfo::GetNodeSet() Entering",
@@ -450,14 +450,14 @@ TEST_F(NodeSet, OfAValueThatIsNoSetIsNull) {
                                                  "CSoftwareComponentInfo::GetNodeSet() Empty nodeset"));
 }
 
-TEST_F(NodeSet, OfABrokenExpressionIsNull) {
+TEST_F(SoftwareComponentInfoNodeSet, ReturnsNullForABrokenExpression) {
     EXPECT_THAT(logged("//["), IsNull());
     EXPECT_THAT(package_.messages(),
                 ElementsAre("CSoftwareComponentInfo::GetNodeSet() Entering",
                             "CSoftwareComponentInfo::GetNodeSet() Error in xmlXPathEvalExpression"));
 }
 
-TEST_F(NodeSet, OfNoDocumentIsNull) {
+TEST_F(SoftwareComponentInfoNodeSet, ReturnsNullWithoutADocument) {
     doc_.reset();
     EXPECT_THAT(logged("//b"), IsNull());
     EXPECT_THAT(quiet("//b"), IsNull());
@@ -465,7 +465,7 @@ TEST_F(NodeSet, OfNoDocumentIsNull) {
                                                  "CSoftwareComponentInfo::GetNodeSet() Empty nodeset"));
 }
 
-TEST_F(NodeSet, QuietFormLogsNeitherSuccessNorAnEmptySet) {
+TEST_F(SoftwareComponentInfoNodeSet, LogsNeitherSuccessNorAnEmptySetInTheQuietForm) {
     const XPathObjectPtr found = quiet("//b");
     ASSERT_THAT(found, NotNull());
     EXPECT_EQ(found->nodesetval->nodeNr, 2);
@@ -474,13 +474,13 @@ TEST_F(NodeSet, QuietFormLogsNeitherSuccessNorAnEmptySet) {
     EXPECT_THAT(package_.messages(), ElementsAre());
 }
 
-TEST_F(NodeSet, QuietFormLogsABrokenExpression) {
+TEST_F(SoftwareComponentInfoNodeSet, LogsABrokenExpressionInTheQuietForm) {
     EXPECT_THAT(quiet("//["), IsNull());
     EXPECT_THAT(package_.messages(),
                 ElementsAre("CIdentityModuleInventory::getnodeset :: Error in xmlXPathEvalExpression"));
 }
 
-TEST_F(NodeSet, AttributeValueIsTheTextOrNull) {
+TEST_F(SoftwareComponentInfoNodeSet, ReturnsTheTextOfAnAttributeOrNull) {
     doc_.reset(xmlParseDoc(asXmlChars(R"(<a full="text" blank=" " empty="" escaped="&lt;&amp;"/>)")));
     xmlNode* const root = xmlDocGetRootElement(doc_.get());
     EXPECT_STREQ(asChars(reader_.GetAttributeValue(root, "full")), "text");
@@ -491,7 +491,7 @@ TEST_F(NodeSet, AttributeValueIsTheTextOrNull) {
     EXPECT_THAT(reader_.GetAttributeValue(root, "FULL"), IsNull());
 }
 
-TEST_F(NodeSet, AttributeValueIsTheContentOfTheFirstChildOnly) {
+TEST_F(SoftwareComponentInfoNodeSet, ReturnsOnlyTheFirstChildOfAnAttribute) {
     doc_.reset(xmlParseDoc(asXmlChars(R"(<!DOCTYPE a [<!ENTITY e "x">]><a v="before&e;after"/>)")));
     xmlNode* const root = xmlDocGetRootElement(doc_.get());
     EXPECT_STREQ(asChars(reader_.GetAttributeValue(root, "v")), "before");

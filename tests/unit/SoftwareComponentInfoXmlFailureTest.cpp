@@ -69,10 +69,10 @@ constexpr const char* kNotFound = "CIdentityModuleInventory::GetInvFromTVK:: com
 constexpr const char* kTwoRecords =
     R"(<SVMInventory><Device componentID="1" n="a"/><Device componentID="1" n="b"/></SVMInventory>)";
 
-class XmlFailure : public ::testing::Test {
+class SoftwareComponentInfoXmlFailure : public ::testing::Test {
 protected:
-    XmlFailure() { package_.clearLog(); }
-    ~XmlFailure() override { failures = {}; }
+    SoftwareComponentInfoXmlFailure() { package_.clearLog(); }
+    ~SoftwareComponentInfoXmlFailure() override { failures = {}; }
 
     bool lookUp() {
         std::stringstream inventory(kTwoRecords);
@@ -84,7 +84,7 @@ protected:
     std::stringstream record_;
 };
 
-TEST_F(XmlFailure, NoContextGivesNoNodeSet) {
+TEST_F(SoftwareComponentInfoXmlFailure, ReturnsNoNodeSetWithoutAContext) {
     failures.context = true;
     EXPECT_THAT(reader_.GetNodeSet(nullptr, asXmlChars("//a")), IsNull());
     EXPECT_THAT(package_.messages(),
@@ -92,7 +92,7 @@ TEST_F(XmlFailure, NoContextGivesNoNodeSet) {
                             "CSoftwareComponentInfo::GetNodeSet() Error in xmlXPathNewContext"));
 }
 
-TEST_F(XmlFailure, NoEvaluationGivesNoNodeSet) {
+TEST_F(SoftwareComponentInfoXmlFailure, ReturnsNoNodeSetWithoutAnEvaluation) {
     failures.evaluation = true;
     EXPECT_THAT(reader_.GetNodeSet(nullptr, asXmlChars("//a")), IsNull());
     EXPECT_THAT(package_.messages(),
@@ -100,7 +100,7 @@ TEST_F(XmlFailure, NoEvaluationGivesNoNodeSet) {
                             "CSoftwareComponentInfo::GetNodeSet() Error in xmlXPathEvalExpression"));
 }
 
-TEST_F(XmlFailure, NoContextGivesEmptyTexts) {
+TEST_F(SoftwareComponentInfoXmlFailure, ReturnsEmptyTextsWithoutAContext) {
     failures.context = true;
     EXPECT_EQ(reader_.GetComponentID(), "");
     EXPECT_EQ(reader_.GetComponentType(), "");
@@ -126,7 +126,7 @@ TEST_F(XmlFailure, NoContextGivesEmptyTexts) {
                             "Leaving getPresenceOfGuid function"));
 }
 
-TEST_F(XmlFailure, NoContextIsNotFoundAndASuccess) {
+TEST_F(SoftwareComponentInfoXmlFailure, SucceedsWithoutAContext) {
     failures.context = true;
     EXPECT_TRUE(lookUp());
     EXPECT_EQ(record_.str(), "");
@@ -135,7 +135,7 @@ TEST_F(XmlFailure, NoContextIsNotFoundAndASuccess) {
         ElementsAre("CIdentityModuleInventory::getnodeset :: Error in xmlXPathNewContext", kNotFound));
 }
 
-TEST_F(XmlFailure, NoEvaluationIsNotFoundAndASuccess) {
+TEST_F(SoftwareComponentInfoXmlFailure, SucceedsWithoutAnEvaluation) {
     failures.evaluation = true;
     EXPECT_TRUE(lookUp());
     EXPECT_EQ(record_.str(), "");
@@ -144,42 +144,42 @@ TEST_F(XmlFailure, NoEvaluationIsNotFoundAndASuccess) {
         ElementsAre("CIdentityModuleInventory::getnodeset :: Error in xmlXPathEvalExpression", kNotFound));
 }
 
-TEST_F(XmlFailure, NoBufferForTheFirstRecordIsAFailureWithNothingWritten) {
+TEST_F(SoftwareComponentInfoXmlFailure, FailsWithoutABufferForTheFirstRecord) {
     failures.buffersLeft = 0;
     EXPECT_FALSE(lookUp());
     EXPECT_EQ(record_.str(), "");
     EXPECT_THAT(package_.messages(), ElementsAre(kFound));
 }
 
-TEST_F(XmlFailure, NoBufferForTheSecondRecordKeepsTheFirst) {
+TEST_F(SoftwareComponentInfoXmlFailure, KeepsTheFirstRecordWithoutABufferForTheSecond) {
     failures.buffersLeft = 1;
     EXPECT_FALSE(lookUp());
     EXPECT_EQ(record_.str(), R"(<Device componentID="1" n="a"/>)");
     EXPECT_THAT(package_.messages(), ElementsAre(kFound));
 }
 
-TEST_F(XmlFailure, BufferWithoutTextSpoilsTheResultStreamAndTheLookUpGoesOn) {
+TEST_F(SoftwareComponentInfoXmlFailure, ContinuesAfterABufferWithoutText) {
     failures.bufferContent = true;
     EXPECT_TRUE(lookUp());
     EXPECT_TRUE(record_.bad());
     EXPECT_EQ(record_.str(), "");
 }
 
-TEST(XmlCleanup, FollowsAReaderThatHoldsADocument) {
+TEST(SoftwareComponentInfoXmlCleanup, FollowsAReaderThatHoldsADocument) {
     const PackageFolder package(kPackageXml);
     failures = {};
     { const CSoftwareComponentInfo reader; }
     EXPECT_EQ(failures.cleanups, 1);
 }
 
-TEST(XmlCleanup, DoesNotFollowAReaderWithoutADocument) {
+TEST(SoftwareComponentInfoXmlCleanup, OmitsAReaderWithoutADocument) {
     const PackageFolder package;
     failures = {};
     { const CSoftwareComponentInfo reader; }
     EXPECT_EQ(failures.cleanups, 0);
 }
 
-TEST(XmlCleanup, DoesNotFollowAReaderThatLostItsDocument) {
+TEST(SoftwareComponentInfoXmlCleanup, OmitsAReaderThatLostItsDocument) {
     const PackageFolder package(kPackageXml);
     failures = {};
     {
@@ -190,7 +190,7 @@ TEST(XmlCleanup, DoesNotFollowAReaderThatLostItsDocument) {
     EXPECT_EQ(failures.cleanups, 0);
 }
 
-TEST(XmlCleanup, FollowsAReaderThatFoundItsDocumentLater) {
+TEST(SoftwareComponentInfoXmlCleanup, FollowsAReaderThatFoundItsDocumentLater) {
     const PackageFolder package;
     failures = {};
     {

@@ -27,18 +27,18 @@ protected:
     }
 };
 
-TEST_F(UpdateXMLWriter, WithoutDevicesTheRootIsEmpty) {
+TEST_F(UpdateXMLWriter, WritesAnEmptyRootWithoutDevices) {
     EXPECT_EQ(reportOf({}), kNoDevices);
 }
 
-TEST_F(UpdateXMLWriter, ANonPciDevice) {
+TEST_F(UpdateXMLWriter, WritesANonPciDevice) {
     EXPECT_EQ(
         contentOf({controller()}),
         R"(<Device  componentID="C" display="D" enum = "E" ><Application componentType="T" version="V" )"
         R"(display="N" ><SPStatus result = "true" ><Message id="5" >M</Message></SPStatus></Application></Device>)");
 }
 
-TEST_F(UpdateXMLWriter, ANonPciDeviceWithoutAnEnumerator) {
+TEST_F(UpdateXMLWriter, WritesANonPciDeviceWithoutAnEnumerator) {
     CDeviceInfo device = controller();
     device.setEnumId("");
     EXPECT_EQ(
@@ -47,7 +47,7 @@ TEST_F(UpdateXMLWriter, ANonPciDeviceWithoutAnEnumerator) {
         R"(<SPStatus result = "true" ><Message id="5" >M</Message></SPStatus></Application></Device>)");
 }
 
-TEST_F(UpdateXMLWriter, APciDeviceHasSingleBlanks) {
+TEST_F(UpdateXMLWriter, WritesAPciDeviceWithSingleBlanks) {
     EXPECT_EQ(
         contentOf({card()}),
         R"(<Device  vendorID="v" deviceID="d" subVendorID="sv" subDeviceID="sd" display="D" enum = "E" >)"
@@ -55,7 +55,7 @@ TEST_F(UpdateXMLWriter, APciDeviceHasSingleBlanks) {
         R"(<Message id="5" >M</Message></SPStatus></Application></Device>)");
 }
 
-TEST_F(UpdateXMLWriter, APciDeviceWithoutAnEnumerator) {
+TEST_F(UpdateXMLWriter, WritesAPciDeviceWithoutAnEnumerator) {
     CDeviceInfo device = card();
     device.setEnumId("");
     EXPECT_EQ(contentOf({device}),
@@ -64,18 +64,18 @@ TEST_F(UpdateXMLWriter, APciDeviceWithoutAnEnumerator) {
               R"(<Message id="5" >M</Message></SPStatus></Application></Device>)");
 }
 
-TEST_F(UpdateXMLWriter, AFailedDeviceIsAStatusWithoutADevice) {
+TEST_F(UpdateXMLWriter, WritesAFailedDeviceAsAStatusAlone) {
     constexpr const char* kFailure = R"(<SPStatus result = "false" ><Message id="5" >M</Message></SPStatus>)";
     EXPECT_EQ(contentOf({failed(controller())}), kFailure);
     EXPECT_EQ(contentOf({failed(card())}), kFailure);
     EXPECT_EQ(contentOf({failed(ofUnknownType())}), kFailure);
 }
 
-TEST_F(UpdateXMLWriter, ASuccessOfNoKnownTypeIsLeftOut) {
+TEST_F(UpdateXMLWriter, OmitsASuccessOfUnknownType) {
     EXPECT_EQ(contentOf({ofUnknownType()}), "");
 }
 
-TEST_F(UpdateXMLWriter, DevicesComeInTheOrderOfTheList) {
+TEST_F(UpdateXMLWriter, KeepsTheOrderOfTheList) {
     EXPECT_EQ(
         contentOf({failed(card()), controller(), failed(controller())}),
         R"(<SPStatus result = "false" ><Message id="5" >M</Message></SPStatus>)"
@@ -84,7 +84,7 @@ TEST_F(UpdateXMLWriter, DevicesComeInTheOrderOfTheList) {
         R"(<SPStatus result = "false" ><Message id="5" >M</Message></SPStatus>)");
 }
 
-TEST_F(UpdateXMLWriter, ValuesAreNotEscaped) {
+TEST_F(UpdateXMLWriter, WritesValuesUnescaped) {
     EXPECT_EQ(contentOf({withRawValues(controller())}),
               "<Device  componentID=\"&<\"C\" display=\"&<\"D\" enum = \"&<\"E\" ><Application "
               "componentType=\"&<\"T\" "
@@ -99,23 +99,23 @@ TEST_F(UpdateXMLWriter, ValuesAreNotEscaped) {
 
 // The reboot.
 
-TEST_F(UpdateXMLWriter, OneDeviceOfTwoThatNeedsARebootGivesOneElementAtTheEnd) {
+TEST_F(UpdateXMLWriter, WritesOneRebootElementAtTheEnd) {
     const std::string devices = contentOf({controller(), card()});
     EXPECT_EQ(contentOf({controller(), needingReboot(card())}), devices + kReboot);
     EXPECT_EQ(contentOf({needingReboot(controller()), card()}), devices + kReboot);
     EXPECT_EQ(contentOf({needingReboot(controller()), needingReboot(card())}), devices + kReboot);
 }
 
-TEST_F(UpdateXMLWriter, AFailedDeviceDoesNotAskForAReboot) {
+TEST_F(UpdateXMLWriter, IgnoresTheRebootOfAFailedDevice) {
     EXPECT_EQ(contentOf({needingReboot(failed(controller()))}),
               R"(<SPStatus result = "false" ><Message id="5" >M</Message></SPStatus>)");
 }
 
-TEST_F(UpdateXMLWriter, ADeviceThatIsLeftOutDoesNotAskForAReboot) {
+TEST_F(UpdateXMLWriter, IgnoresTheRebootOfAnOmittedDevice) {
     EXPECT_EQ(contentOf({needingReboot(ofUnknownType())}), "");
 }
 
-TEST_F(UpdateXMLWriter, TheRebootDoesNotCarryOverToTheNextReport) {
+TEST_F(UpdateXMLWriter, CarriesNoRebootOver) {
     std::vector<CDeviceInfo> records = {needingReboot(controller())};
     CUpdateXMLWriter writer;
     EXPECT_TRUE(writer.GetXML(pointersTo(records), file_.string()));
@@ -125,18 +125,18 @@ TEST_F(UpdateXMLWriter, TheRebootDoesNotCarryOverToTheNextReport) {
 
 // The file.
 
-TEST_F(UpdateXMLWriter, AnExistingFileIsEmptied) {
+TEST_F(UpdateXMLWriter, EmptiesAnExistingFile) {
     writeFile(file_, std::string(4096, 'x'));
     EXPECT_EQ(reportOf({}), kNoDevices);
 }
 
-TEST_F(UpdateXMLWriter, TheFileIsCompleteWhenTheCallReturns) {
+TEST_F(UpdateXMLWriter, CompletesTheFileBeforeItReturns) {
     CUpdateXMLWriter writer;
     EXPECT_TRUE(writer.GetXML({}, file_.string()));
     EXPECT_EQ(readFile(file_), kNoDevices);
 }
 
-TEST_F(UpdateXMLWriter, WithoutAFileNameNoFileIsWrittenAndNoOpeningIsLogged) {
+TEST_F(UpdateXMLWriter, WritesAndLogsNoFileWithoutAName) {
     const WorkingDirectory here(folder_.path());
     {
         CUpdateXMLWriter writer;
@@ -156,7 +156,7 @@ TEST_F(UpdateXMLWriter, WithoutAFileNameNoFileIsWrittenAndNoOpeningIsLogged) {
     EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
 }
 
-TEST_F(UpdateXMLWriter, AFileThatCannotBeOpenedIsNotReportedButLoggedAsOpened) {
+TEST_F(UpdateXMLWriter, LogsAFileThatCannotBeOpenedAsOpened) {
     CUpdateXMLWriter writer;
     log_.emplace();
     EXPECT_TRUE(writer.GetXML({}, (folder_ / "no folder/report.xml").string()));
@@ -173,14 +173,14 @@ TEST_F(UpdateXMLWriter, AFileThatCannotBeOpenedIsNotReportedButLoggedAsOpened) {
                     "CUpdateXMLWriter::GetXML() Exiting"));
 }
 
-TEST_F(UpdateXMLWriter, AReportThatWasNotWrittenGoesBeforeTheNext) {
+TEST_F(UpdateXMLWriter, WritesAnUnwrittenReportBeforeTheNext) {
     CUpdateXMLWriter writer;
     EXPECT_TRUE(writer.GetXML({}, ""));
     EXPECT_TRUE(writer.GetXML({}, file_.string()));
     EXPECT_EQ(readFile(file_), std::string(kNoDevices) + kNoDevices);
 }
 
-TEST_F(UpdateXMLWriter, AnExceptionWhileOpeningIsLoggedUnderTheInventoryWritersNameAndFails) {
+TEST_F(UpdateXMLWriter, LogsAnExceptionWhileOpeningUnderTheInventoryWritersName) {
     CUpdateXMLWriter writer;
     log_.emplace();
     {
@@ -194,7 +194,7 @@ TEST_F(UpdateXMLWriter, AnExceptionWhileOpeningIsLoggedUnderTheInventoryWritersN
                     "CInventoryXMLWriter::GetXML() exception caught during file opening std::bad_alloc"));
 }
 
-TEST_F(UpdateXMLWriter, AnExceptionWhileWritingIsLoggedAndGoesNoFurther) {
+TEST_F(UpdateXMLWriter, LogsAndContainsAnExceptionWhileWriting) {
     CDeviceInfo device = failed(controller());
     device.setErrorMsg(std::string(5000, 'x'));
     const std::size_t textSize = reportOf({device}).size() + 1;
@@ -245,7 +245,7 @@ TEST_F(UpdateXMLWriter, LogsEachStep) {
     }
 }
 
-TEST_F(UpdateXMLWriter, EachPieceIsAddedByItsOwnCall) {
+TEST_F(UpdateXMLWriter, AddsEachPieceByItsOwnCall) {
     CUpdateXMLWriter writer;
     writer.addUpdateFooter();
     writer.addRebootRequiredStatus(false);

@@ -80,22 +80,22 @@ std::string fragment(void (CXMLWriter::*add)()) {
     });
 }
 
-TEST(XMLWriterFragment, XmlHeader) {
+TEST(XMLWriterFragment, WritesTheXmlHeader) {
     EXPECT_EQ(fragment(&CXMLWriter::AddXMLHeader), R"(<?xml version="1.0" encoding="UTF-8"?>)");
     EXPECT_EQ(fragment(&CXMLWriter::AddXMLHeader).size(), 38U);
 }
 
-TEST(XMLWriterFragment, InventoryHeaderAndFooter) {
+TEST(XMLWriterFragment, WritesTheInventoryHeaderAndFooter) {
     EXPECT_EQ(fragment(&CXMLWriter::AddInventoryHeader), R"(<SVMInventory lang="en">)");
     EXPECT_EQ(fragment(&CXMLWriter::AddInventoryFooter), "</SVMInventory>");
 }
 
-TEST(XMLWriterFragment, UpdateHeaderAndFooter) {
+TEST(XMLWriterFragment, WritesTheUpdateHeaderAndFooter) {
     EXPECT_EQ(fragment(&CXMLWriter::AddUpdateHeader), R"(<SVMExecution lang="en">)");
     EXPECT_EQ(fragment(static_cast<void (CXMLWriter::*)()>(&CXMLWriter::AddUpdateFooter)), "</SVMExecution>");
 }
 
-TEST(XMLWriterFragment, RebootRequiredIsADigit) {
+TEST(XMLWriterFragment, WritesRebootRequiredAsADigit) {
     const auto rebootElement = [](bool required) {
         return printedBy([required](CXMLWriter& writer) {
             writer.AddUpdateFooter(required);
@@ -110,7 +110,7 @@ TEST(XMLWriterFragment, PrintsNothingBeforePrint) {
     EXPECT_EQ(printedBy([](CXMLWriter& writer) { writer.AddXMLHeader(); }), "");
 }
 
-TEST(XMLWriterFragment, PrintEmptiesTheBuffer) {
+TEST(XMLWriterFragment, EmptiesTheBufferInPrint) {
     EXPECT_EQ(printedBy([](CXMLWriter& writer) {
                   writer.AddInventoryFooter();
                   writer.Print();
@@ -121,14 +121,14 @@ TEST(XMLWriterFragment, PrintEmptiesTheBuffer) {
               R"(</SVMInventory><SVMInventory lang="en">)");
 }
 
-TEST(XMLWriterInventory, SuccessfulControllerIsOneLineWithoutANewline) {
+TEST(XMLWriterInventory, WritesASuccessfulControllerInOneLineWithoutANewline) {
     EXPECT_EQ(
         inventoryOf({controller()}),
         R"(<?xml version="1.0" encoding="UTF-8"?><SVMInventory lang="en"><Device  componentID="C1" )"
         R"(display="QRX"><Application componentType="FRMW" version="V1" display="QRX"/></Device></SVMInventory>)");
 }
 
-TEST(XMLWriterInventory, EachValueStandsInItsPlace) {
+TEST(XMLWriterInventory, WritesEachValueInItsPlace) {
     CDeviceInfo record = controller();
     record.setComponentID("id");
     record.setDeviceName("name");
@@ -140,19 +140,19 @@ TEST(XMLWriterInventory, EachValueStandsInItsPlace) {
         R"(display="name"/></Device>)");
 }
 
-TEST(XMLWriterInventory, FailedRecordGivesTheFailureElement) {
+TEST(XMLWriterInventory, WritesTheFailureElementForAFailedRecord) {
     EXPECT_EQ(within(inventoryOf({failure()})),
               R"(<SPStatus result = "false" ><Message id="5">T</Message></SPStatus>)");
 }
 
-TEST(XMLWriterInventory, FailedPciRecordGivesTheFailureElementToo) {
+TEST(XMLWriterInventory, WritesTheFailureElementForAFailedPciRecord) {
     EXPECT_EQ(within(inventoryOf({failure(CDeviceInfo::PCI_DEVICE)})),
               R"(<SPStatus result = "false" ><Message id="5">T</Message></SPStatus>)");
     EXPECT_EQ(within(inventoryOf({failure(CDeviceInfo::UNKNOWN_DEVICE)})),
               R"(<SPStatus result = "false" ><Message id="5">T</Message></SPStatus>)");
 }
 
-TEST(XMLWriterInventory, EveryStatusButZeroIsAFailure) {
+TEST(XMLWriterInventory, TreatsEveryStatusButZeroAsAFailure) {
     for (const int status : {-1, 1, 2, 255}) {
         CDeviceInfo record = controller();
         record.setStatus(status);
@@ -162,12 +162,12 @@ TEST(XMLWriterInventory, EveryStatusButZeroIsAFailure) {
     }
 }
 
-TEST(XMLWriterInventory, NewRecordIsAFailureWithAnEmptyMessage) {
+TEST(XMLWriterInventory, WritesANewRecordAsAFailureWithAnEmptyMessage) {
     EXPECT_EQ(within(inventoryOf({CDeviceInfo()})),
               R"(<SPStatus result = "false" ><Message id="0"></Message></SPStatus>)");
 }
 
-TEST(XMLWriterInventory, SuccessfulPciRecordGivesNothing) {
+TEST(XMLWriterInventory, OmitsASuccessfulPciRecord) {
     CDeviceInfo record = controller();
     record.setDeviceType(CDeviceInfo::PCI_DEVICE);
     EXPECT_EQ(inventoryOf({record}), kNoDevicesInventoried);
@@ -175,19 +175,19 @@ TEST(XMLWriterInventory, SuccessfulPciRecordGivesNothing) {
     EXPECT_EQ(inventoryOf({record}), kNoDevicesInventoried);
 }
 
-TEST(XMLWriterInventory, RebootFlagIsNotShown) {
+TEST(XMLWriterInventory, OmitsTheRebootFlag) {
     CDeviceInfo record = controller();
     record.setRebootRequired(true);
     EXPECT_THAT(inventoryOf({record}), ::testing::Not(::testing::HasSubstr("RebootRequired")));
 }
 
-TEST(XMLWriterInventory, NegativeMessageIdKeepsItsSign) {
+TEST(XMLWriterInventory, KeepsTheSignOfAMessageId) {
     CDeviceInfo record = failure();
     record.setMessageID(-12);
     EXPECT_THAT(inventoryOf({record}), ::testing::HasSubstr(R"(<Message id="-12">)"));
 }
 
-TEST(XMLWriterInventory, RecordsFollowInListOrder) {
+TEST(XMLWriterInventory, KeepsTheOrderOfTheList) {
     CDeviceInfo pci = controller();
     pci.setDeviceType(CDeviceInfo::PCI_DEVICE);
     CDeviceInfo last = controller();
@@ -199,18 +199,18 @@ TEST(XMLWriterInventory, RecordsFollowInListOrder) {
         R"(<Device  componentID="C2" display="QRX"><Application componentType="FRMW" version="V1" display="QRX"/></Device>)");
 }
 
-TEST(XMLWriterInventory, EmptyListGivesTheRootAlone) {
+TEST(XMLWriterInventory, WritesTheRootAloneForAnEmptyList) {
     EXPECT_EQ(inventoryOf({}), kNoDevicesInventoried);
 }
 
-TEST(XMLWriterInventory, CurrentVersionIsNotUsed) {
+TEST(XMLWriterInventory, IgnoresTheCurrentVersion) {
     CDeviceInfo record = controller();
     record.setCurrentVersion("installed");
     EXPECT_THAT(inventoryOf({record}), ::testing::Not(::testing::HasSubstr("installed")));
     EXPECT_THAT(executionOf({record}), ::testing::Not(::testing::HasSubstr("installed")));
 }
 
-TEST(XMLWriterInventory, ValuesAreWrittenRaw) {
+TEST(XMLWriterInventory, WritesValuesUnescaped) {
     CDeviceInfo record = controller();
     record.setComponentID("\"<&>'");
     record.setVersion("\xC3\xA9\t\n\x01");
@@ -219,14 +219,14 @@ TEST(XMLWriterInventory, ValuesAreWrittenRaw) {
               "version=\"\xC3\xA9\t\n\x01\" display=\"QRX\"/></Device>");
 }
 
-TEST(XMLWriterInventory, NulByteOfAValueIsWritten) {
+TEST(XMLWriterInventory, WritesANulByteOfAValue) {
     CDeviceInfo record = failure();
     record.setErrorMsg(std::string("a\0b", 3));
     EXPECT_EQ(within(inventoryOf({record})), std::string(R"(<SPStatus result = "false" ><Message id="5">a)") +
                                                  '\0' + "b</Message></SPStatus>");
 }
 
-TEST(XMLWriterExecution, SuccessfulControllerIsOneLineWithoutANewline) {
+TEST(XMLWriterExecution, WritesASuccessfulControllerInOneLineWithoutANewline) {
     EXPECT_EQ(
         executionOf({controller()}),
         R"(<?xml version="1.0" encoding="UTF-8"?><SVMExecution lang="en"><Device  componentID="C1" )"
@@ -235,7 +235,7 @@ TEST(XMLWriterExecution, SuccessfulControllerIsOneLineWithoutANewline) {
         R"(<RebootRequired>0</RebootRequired></SVMExecution>)");
 }
 
-TEST(XMLWriterExecution, EachValueStandsInItsPlace) {
+TEST(XMLWriterExecution, WritesEachValueInItsPlace) {
     CDeviceInfo record = controller();
     record.setComponentID("id");
     record.setDeviceName("name");
@@ -250,14 +250,14 @@ TEST(XMLWriterExecution, EachValueStandsInItsPlace) {
         R"(</SPStatus></Application></Device><RebootRequired>0</RebootRequired>)");
 }
 
-TEST(XMLWriterExecution, RebootFlagPrintsOne) {
+TEST(XMLWriterExecution, WritesOneForTheRebootFlag) {
     CDeviceInfo record = controller();
     record.setRebootRequired(true);
     EXPECT_THAT(executionOf({record}),
                 ::testing::EndsWith("</Device><RebootRequired>1</RebootRequired></SVMExecution>"));
 }
 
-TEST(XMLWriterExecution, FailedRecordGivesTheFailureElementWithoutARebootElement) {
+TEST(XMLWriterExecution, WritesNoRebootElementForAFailedRecord) {
     CDeviceInfo record = failure();
     record.setRebootRequired(true);
     EXPECT_EQ(executionOf({record}),
@@ -265,18 +265,18 @@ TEST(XMLWriterExecution, FailedRecordGivesTheFailureElementWithoutARebootElement
               R"(<SPStatus result = "false" ><Message id="5">T</Message></SPStatus></SVMExecution>)");
 }
 
-TEST(XMLWriterExecution, FailedPciRecordGivesTheFailureElementToo) {
+TEST(XMLWriterExecution, WritesTheFailureElementForAFailedPciRecord) {
     EXPECT_EQ(within(executionOf({failure(CDeviceInfo::PCI_DEVICE)})),
               R"(<SPStatus result = "false" ><Message id="5">T</Message></SPStatus>)");
 }
 
-TEST(XMLWriterExecution, SuccessfulPciRecordGivesNothing) {
+TEST(XMLWriterExecution, OmitsASuccessfulPciRecord) {
     CDeviceInfo record = controller();
     record.setDeviceType(CDeviceInfo::PCI_DEVICE);
     EXPECT_EQ(executionOf({record}), kNoDevicesUpdated);
 }
 
-TEST(XMLWriterExecution, RebootElementFollowsEachSuccessfulDevice) {
+TEST(XMLWriterExecution, WritesARebootElementAfterEachSuccessfulDevice) {
     CDeviceInfo rebooting = controller();
     rebooting.setRebootRequired(true);
     const std::string device =
@@ -288,11 +288,11 @@ TEST(XMLWriterExecution, RebootElementFollowsEachSuccessfulDevice) {
                   "<RebootRequired>0</RebootRequired>");
 }
 
-TEST(XMLWriterExecution, EmptyListGivesTheRootAlone) {
+TEST(XMLWriterExecution, WritesTheRootAloneForAnEmptyList) {
     EXPECT_EQ(executionOf({}), kNoDevicesUpdated);
 }
 
-TEST(XMLWriterExecution, ValuesAreWrittenRaw) {
+TEST(XMLWriterExecution, WritesValuesUnescaped) {
     CDeviceInfo record = controller();
     record.setErrorMsg("\"<&>'\xC3\xA9\t");
     record.setVersion("1\"2");
@@ -318,51 +318,51 @@ protected:
     CoutCapture out_;
 };
 
-TEST_F(XMLWriterFile, TakesTheReportInTheStandardOutputsPlace) {
+TEST_F(XMLWriterFile, ReceivesTheReportInsteadOfStandardOutput) {
     writer_->SetFileName(file_.string());
     writer_->writeInventoryXml({});
     EXPECT_EQ(written(), kNoDevicesInventoried);
     EXPECT_EQ(out_.text(), "");
 }
 
-TEST_F(XMLWriterFile, HoldsBothDocumentsWithNothingBetween) {
+TEST_F(XMLWriterFile, ReceivesBothDocumentsWithNothingBetween) {
     writer_->SetFileName(file_.string());
     writer_->writeInventoryXml({});
     writer_->WriteUpdateXML({});
     EXPECT_EQ(written(), std::string(kNoDevicesInventoried) + kNoDevicesUpdated);
 }
 
-TEST_F(XMLWriterFile, StandardOutputTakesBothDocumentsWithNothingBetween) {
+TEST_F(XMLWriterFile, LeavesBothDocumentsWithNothingBetweenToStandardOutput) {
     writer_->writeInventoryXml({});
     writer_->WriteUpdateXML({});
     EXPECT_EQ(out_.text(), std::string(kNoDevicesInventoried) + kNoDevicesUpdated);
 }
 
-TEST_F(XMLWriterFile, IsEmptiedAsSoonAsItIsNamed) {
+TEST_F(XMLWriterFile, EmptiesTheFileAsSoonAsItIsNamed) {
     writeFile(file_, "an old report");
     writer_->SetFileName(file_.string());
     EXPECT_EQ(readFile(file_), "");
 }
 
-TEST_F(XMLWriterFile, IsCreatedAsSoonAsItIsNamed) {
+TEST_F(XMLWriterFile, CreatesTheFileAsSoonAsItIsNamed) {
     writer_->SetFileName(file_.string());
     EXPECT_TRUE(std::filesystem::exists(file_));
 }
 
-TEST_F(XMLWriterFile, ThatCannotBeOpenedLeavesTheReportsToStandardOutput) {
+TEST_F(XMLWriterFile, LeavesTheReportsToStandardOutputIfItCannotBeOpened) {
     writer_->SetFileName((folder_ / "missing/report.xml").string());
     EXPECT_EQ(writer_->writeInventoryXml({}), 1);
     EXPECT_EQ(writer_->WriteUpdateXML({}), 1);
     EXPECT_EQ(out_.text(), std::string(kNoDevicesInventoried) + kNoDevicesUpdated);
 }
 
-TEST_F(XMLWriterFile, ThatIsAFolderLeavesTheReportsToStandardOutput) {
+TEST_F(XMLWriterFile, LeavesTheReportsToStandardOutputIfItIsAFolder) {
     writer_->SetFileName(folder_.path().string());
     writer_->writeInventoryXml({});
     EXPECT_EQ(out_.text(), kNoDevicesInventoried);
 }
 
-TEST_F(XMLWriterFile, ThatIsFullLosesTheReportWithoutAWord) {
+TEST_F(XMLWriterFile, LosesTheReportSilentlyOnAFullDevice) {
     writer_->SetFileName("/dev/full");
     EXPECT_EQ(writer_->writeInventoryXml({}), 1);
     EXPECT_EQ(writer_->WriteUpdateXML({}), 1);
@@ -370,7 +370,7 @@ TEST_F(XMLWriterFile, ThatIsFullLosesTheReportWithoutAWord) {
     EXPECT_EQ(out_.text(), "");
 }
 
-TEST_F(XMLWriterFile, RecordsStayTheCallers) {
+TEST_F(XMLWriterFile, LeavesTheRecordsToTheCaller) {
     const auto record = std::make_unique<CDeviceInfo>(controller());
     writer_->SetFileName(file_.string());
     writer_->writeInventoryXml({record.get()});
@@ -378,7 +378,7 @@ TEST_F(XMLWriterFile, RecordsStayTheCallers) {
     EXPECT_EQ(record->getErrorMsg(), "T");
 }
 
-TEST(XMLWriterStandardOutput, TakesTheDocumentByteForByte) {
+TEST(XMLWriterStandardOutput, ReceivesTheDocumentByteForByte) {
     const Outcome outcome = runInChild([] {
         CXMLWriter writer;
         writer.writeInventoryXml({});

@@ -216,7 +216,7 @@ protected:
     }
 };
 
-TEST_F(XmlPruning, LeavesOutTheChildrenOfTheRootThatAreNotWanted) {
+TEST_F(XmlPruning, DropsUnwantedChildrenOfTheRoot) {
     const XmlDocPtr doc = parseXmlPruned("<r><a><b/></a><a/><c><a/></c><a/><a><b/></a></r>",
                                          [](const xmlNode* node) { return isElement(node, "c"); });
     const XmlBufferPtr buffer(xmlBufferCreate());
@@ -224,14 +224,14 @@ TEST_F(XmlPruning, LeavesOutTheChildrenOfTheRootThatAreNotWanted) {
     EXPECT_STREQ(asChars(xmlBufferContent(buffer.get())), "<r><c><a/></c><a/></r>");
 }
 
-TEST_F(XmlPruning, ATextBeyondWhatLibxml2CanCountIsNone) {
+TEST_F(XmlPruning, RefusesATextThatLibxml2CannotCount) {
     const std::string_view sound = "<r/>";
     // Nobody may look behind the text's end to see that it is none.
     const std::string_view beyond(sound.data(), std::size_t{std::numeric_limits<int>::max()} + 1);
     EXPECT_EQ(parseXmlPruned(beyond, [](const xmlNode*) { return true; }), nullptr);
 }
 
-TEST_F(XmlPruning, DiffersInNothingThatIsWanted) {
+TEST_F(XmlPruning, KeepsAllThatIsWanted) {
     constexpr unsigned int kInventories = 20000;
     std::array<int, 3> shares{};  // no document, without the component, with it
     for (unsigned int number = 1; number <= kInventories; ++number) {
