@@ -205,19 +205,6 @@ TEST(CommandLineParser, PrintsUsageTextByteForByte) {
     EXPECT_EQ(out.text().size(), 381U);
 }
 
-TEST(CommandLineParser, PrintsTabsAndTheRowOf75EqualsSignsInTheUsageText) {
-    CCommandLineParser parser;
-    const CoutCapture out;
-    parser.printUsage();
-    EXPECT_THAT(out.text(),
-                ::testing::StartsWith("\nUsage: -h\n\tProvides detailed help information\n\nUsage: -i "));
-    EXPECT_THAT(out.text(),
-                ::testing::HasSubstr("]\n\tProvides inventory information of all identified devices.\n"
-                                     "\t-o Specifies the output filename.\n"
-                                     "\t-d Specifies to create a debug log file.\n\nUsage: -u "));
-    EXPECT_THAT(out.text(), ::testing::EndsWith("]\n" + std::string(75, '=') + "\n"));
-}
-
 TEST(CommandLineParser, RefusesAnArgumentCountOfZero) {
     char name[] = "qrxupdate";
     char option[] = "-i";

@@ -50,10 +50,6 @@ TEST_F(LinuxImplSystem, TakesAFailedUnameForNotEsxi) {
     EXPECT_THAT(log(), IsEmpty());
 }
 
-TEST_F(LinuxImplSystem, TakesThisMachineForNotEsxi) {
-    EXPECT_EQ(ask("isESXiSystem"), "false");
-}
-
 // ESX.
 
 TEST_F(LinuxImplSystem, LogsNothingWithoutAReleaseFile) {

@@ -341,9 +341,5 @@ TEST_F(LinuxImpl, ListsNothingForAMissingOrEmptyFolder) {
     EXPECT_THAT(platform_.GetFileList(empty), IsEmpty());
 }
 
-TEST_F(LinuxImpl, AcceptsUsbStorage) {
-    EXPECT_FALSE(platform_.isUSBblacklisted());
-}
-
 }  // namespace
 }  // namespace test

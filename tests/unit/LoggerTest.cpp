@@ -60,45 +60,31 @@ TEST_F(Logger, LaysOutALineAsDocumented) {
               ":                QRXManager:   67: CQRXManager::UpdateInventory() Logger initialized\n");
 }
 
-TEST_F(Logger, PrintsASourceWithoutASlashWhole) {
-    EXPECT_EQ(lineOf("QRXMain", 1, "m"), ":                   QRXMain:    1: m\n");
-}
-
-TEST_F(Logger, PadsAnEmptySourceName) {
-    EXPECT_EQ(lineOf("../src/", 1, "m"), ":                          :    1: m\n");
-}
-
-TEST_F(Logger, PadsASourceNameOf24Characters) {
-    EXPECT_EQ(lineOf("x/abcdefghijklmnopqrstuvwx", 1, "m"), ":  abcdefghijklmnopqrstuvwx:    1: m\n");
-}
-
-TEST_F(Logger, FillsTheFieldWithASourceNameOf25Characters) {
-    EXPECT_EQ(lineOf("x/abcdefghijklmnopqrstuvwxy", 1, "m"), ": abcdefghijklmnopqrstuvwxy:    1: m\n");
-}
-
-TEST_F(Logger, PrintsASourceNameOf26CharactersWhole) {
-    EXPECT_EQ(lineOf("x/abcdefghijklmnopqrstuvwxyz", 1, "m"), ": abcdefghijklmnopqrstuvwxyz:    1: m\n");
-}
-
-TEST_F(Logger, PadsALineNumber) {
-    EXPECT_EQ(lineOf("a", 7, "m"), ":                         a:    7: m\n");
-}
-
-TEST_F(Logger, FillsTheFieldWithALineNumberOfFiveDigits) {
-    EXPECT_EQ(lineOf("a", 12345, "m"), ":                         a:12345: m\n");
-}
-
-TEST_F(Logger, PrintsALineNumberOfSixDigitsWhole) {
-    EXPECT_EQ(lineOf("a", 123456, "m"), ":                         a:123456: m\n");
-}
-
-TEST_F(Logger, PrintsTheLargestLineNumberWithoutASign) {
-    EXPECT_EQ(lineOf("a", std::numeric_limits<unsigned int>::max(), "m"),
-              ":                         a:4294967295: m\n");
-}
-
-TEST_F(Logger, KeepsTheTrailingBlankOfAnEmptyMessage) {
-    EXPECT_EQ(lineOf("a", 1, ""), ":                         a:    1: \n");
+TEST_F(Logger, PadsShortFieldsAndPrintsLongOnesWhole) {
+    const struct {
+        const char* source;
+        unsigned int line;
+        const char* message;
+        const char* written;
+    } kLines[] = {
+        {"QRXMain", 1, "m", ":                   QRXMain:    1: m\n"},  // a source without a slash
+        {"../src/", 1, "m", ":                          :    1: m\n"},
+        {"x/abcdefghijklmnopqrstuvwx", 1, "m", ":  abcdefghijklmnopqrstuvwx:    1: m\n"},
+        {"x/abcdefghijklmnopqrstuvwxy", 1, "m", ": abcdefghijklmnopqrstuvwxy:    1: m\n"},
+        {"x/abcdefghijklmnopqrstuvwxyz", 1, "m", ": abcdefghijklmnopqrstuvwxyz:    1: m\n"},
+        {"a", 12345, "m", ":                         a:12345: m\n"},
+        {"a", 123456, "m", ":                         a:123456: m\n"},
+        {"a", std::numeric_limits<unsigned int>::max(), "m", ":                         a:4294967295: m\n"},
+        {"a", 1, "", ":                         a:    1: \n"},
+    };
+    logger_.Initialize(file_.string());
+    std::size_t read = 0;
+    for (const auto& [source, line, message, written] : kLines) {
+        logger_.log(source, line, message);
+        const std::string text = readFile(file_);
+        EXPECT_EQ(text.substr(read + kStampLength), written);
+        read = text.size();
+    }
 }
 
 TEST_F(Logger, WritesAMessageAsGiven) {

@@ -140,11 +140,6 @@ TEST(XMLWriterInventory, WritesEachValueInItsPlace) {
         R"(display="name"/></Device>)");
 }
 
-TEST(XMLWriterInventory, WritesTheFailureElementForAFailedRecord) {
-    EXPECT_EQ(within(inventoryOf({failure()})),
-              R"(<SPStatus result = "false" ><Message id="5">T</Message></SPStatus>)");
-}
-
 TEST(XMLWriterInventory, WritesTheFailureElementForAFailedPciRecord) {
     EXPECT_EQ(within(inventoryOf({failure(CDeviceInfo::PCI_DEVICE)})),
               R"(<SPStatus result = "false" ><Message id="5">T</Message></SPStatus>)");
@@ -199,10 +194,6 @@ TEST(XMLWriterInventory, KeepsTheOrderOfTheList) {
         R"(<Device  componentID="C2" display="QRX"><Application componentType="FRMW" version="V1" display="QRX"/></Device>)");
 }
 
-TEST(XMLWriterInventory, WritesTheRootAloneForAnEmptyList) {
-    EXPECT_EQ(inventoryOf({}), kNoDevicesInventoried);
-}
-
 TEST(XMLWriterInventory, IgnoresTheCurrentVersion) {
     CDeviceInfo record = controller();
     record.setCurrentVersion("installed");
@@ -250,13 +241,6 @@ TEST(XMLWriterExecution, WritesEachValueInItsPlace) {
         R"(</SPStatus></Application></Device><RebootRequired>0</RebootRequired>)");
 }
 
-TEST(XMLWriterExecution, WritesOneForTheRebootFlag) {
-    CDeviceInfo record = controller();
-    record.setRebootRequired(true);
-    EXPECT_THAT(executionOf({record}),
-                ::testing::EndsWith("</Device><RebootRequired>1</RebootRequired></SVMExecution>"));
-}
-
 TEST(XMLWriterExecution, WritesNoRebootElementForAFailedRecord) {
     CDeviceInfo record = failure();
     record.setRebootRequired(true);
@@ -286,10 +270,6 @@ TEST(XMLWriterExecution, WritesARebootElementAfterEachSuccessfulDevice) {
               device + "<RebootRequired>1</RebootRequired>" +
                   R"(<SPStatus result = "false" ><Message id="5">T</Message></SPStatus>)" + device +
                   "<RebootRequired>0</RebootRequired>");
-}
-
-TEST(XMLWriterExecution, WritesTheRootAloneForAnEmptyList) {
-    EXPECT_EQ(executionOf({}), kNoDevicesUpdated);
 }
 
 TEST(XMLWriterExecution, WritesValuesUnescaped) {
