@@ -1,4 +1,4 @@
-"""Large files, which two threads write: either fails to write, or ends the process while it writes.
+"""Large files, which two threads write: one fails to write, ends the process as it writes, or cannot be started.
 
     threads_test.py QRXUPDATE VTEKCTL
 """
@@ -45,6 +45,11 @@ class Threads(AttackTest):
                                          "-e", "inject=write:delay_enter=5000"))
         writers = {line.split()[0] for line in self.trace.read_text().splitlines() if "write(" in line}
         self.assertEqual(len(writers), 2)
+
+    def test_second_cannot_be_started(self):
+        self.assert_harmless(self.update("strace", "-f", "-o", self.trace, "-e", "trace=clone,clone3",
+                                         "-e", "inject=clone,clone3:error=EAGAIN"))
+        self.assertIn("(INJECTED)", self.trace.read_text())
 
     def test_killed(self):
         self.assert_old_firmware(KILL)

@@ -20,7 +20,7 @@ bool isInOneLibrary(const void* one, const void* other) {
 }  // namespace
 
 void PrintTo(Calls calls, std::ostream* out) {
-    constexpr const char* kNames[] = {"Files", "Threads", "Database", "Crypto", "Archive", "Xml"};
+    constexpr const char* kNames[] = {"Files", "Database", "Crypto", "Archive", "Xml"};
     *out << kNames[static_cast<int>(calls)];
 }
 

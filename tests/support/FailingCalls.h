@@ -7,15 +7,14 @@
 
 namespace test {
 
-/** Whose functions fail: those of the C library that look at files and change them, the one that starts
- * threads, or those of a library. */
-enum class Calls { Files, Threads, Database, Crypto, Archive, Xml };
+/** Whose functions fail: those of the C library that read and change files, or those of SQLite, OpenSSL,
+ * libarchive or libxml2. */
+enum class Calls { Files, Database, Crypto, Archive, Xml };
 void PrintTo(Calls calls, std::ostream* out);
 
 /**
- * Lets a piece of work run again and again, each time with another one of its calls to a library failing, in
- * their order, as if a file, the disk or the memory did. The last run makes no more calls, and nothing fails
- * in it:
+ * Runs a piece of work repeatedly; in each run its next call to a library fails. The loop ends with a run in
+ * which nothing fails:
  *
  *   FailingCalls failing(Calls::Files);
  *   do {
@@ -23,37 +22,36 @@ void PrintTo(Calls calls, std::ostream* out);
  *       EXPECT_TRUE(done || failing.happened());
  *   } while (failing.happened());
  *
- * A test that uses this replaces the libraries' functions for its whole program, where nothing is ever made
- * durable.
+ * A program that uses this has the libraries' functions replaced, and makes nothing durable.
  */
 class FailingCalls {
 public:
-    /** @param error  what errno says of a failure */
+    /** @param error  errno after a failure */
     explicit FailingCalls(Calls calls, int error = EIO) : calls_(calls), error_(error) {}
 
-    /** Does the work with its next call failing, and returns what it returns. */
+    /** Runs the work with its next call failing, and returns its result. */
     template <class Work>
     auto in(Work work) {
         const Failure failure(*this);
         return work();
     }
 
-    /** Whether a call has failed in the last run. */
+    /** Whether a call failed in the last run. */
     bool happened() const { return happened_; }
 
-    /** The function that has failed; "nothing" in the last run. */
+    /** The function that failed in the last run; "nothing" if none did. */
     const char* name() const { return name_; }
 
     /**
-     * Whether the call that is being made is the one; for the replaced functions.
+     * Whether this call is the one that fails; for the replaced functions.
      *
-     * @param caller  where the call returns to
-     * @param callee  the library's own function; what a library calls in itself is its own affair
+     * @param caller  the address that the call returns to
+     * @param callee  the library's own function; a library's calls to itself never fail
      */
     static bool isNow(const void* caller, Calls calls, const char* name, const void* callee = nullptr);
 
 private:
-    /** The part of a run in which the call fails. */
+    /** While it lives, the next call fails. */
     class Failure {
     public:
         explicit Failure(FailingCalls& owner);
@@ -70,9 +68,9 @@ private:
     const char* name_ = "nothing";
 };
 
-/** Calls the library's own function, or returns what it returns on a failure; for the replaced functions. */
+/** Returns `failure` if this call fails, else the result of the library's own function `name`. */
 template <class Function, class Failure, class... Arguments>
-auto passed(const void* caller, Calls calls, const char* name, Failure failure, Arguments... arguments) {
+auto failOrCall(const void* caller, Calls calls, const char* name, Failure failure, Arguments... arguments) {
     const auto own = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
     using Outcome = decltype(own(arguments...));
     return FailingCalls::isNow(caller, calls, name, reinterpret_cast<const void*>(own))
@@ -81,3 +79,8 @@ auto passed(const void* caller, Calls calls, const char* name, Failure failure, 
 }
 
 }  // namespace test
+
+/** The body of a replaced function: returns `failure` if this call fails, else calls the library's own. */
+#define FAIL_OR_CALL(function, calls, failure, ...)                                                         \
+    return test::failOrCall<decltype(function)>(__builtin_return_address(0), test::Calls::calls, #function, \
+                                                failure __VA_OPT__(, ) __VA_ARGS__)

@@ -1,10 +1,9 @@
-// The functions of the C library that look at files and change them: those of the code under test, and those
-// of its database. And the one that starts threads.
+// The functions of the C library that read and change files: those that the code under test calls, and those
+// that SQLite calls.
 #include "FailingCalls.h"
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <pthread.h>
 #include <pwd.h>
 #include <stdlib.h>
 #include <sys/file.h>
@@ -17,7 +16,6 @@
 
 using test::Calls;
 using test::FailingCalls;
-using test::passed;
 
 extern "C" {
 
@@ -27,8 +25,7 @@ int openat(int folder, const char* path, int flags, ...) {
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the analyser does not see what va_start does
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
     va_end(rest);
-    return passed<decltype(openat)>(__builtin_return_address(0), Calls::Files, "openat", -1, folder, path,
-                                    flags, mode);
+    FAIL_OR_CALL(openat, Files, -1, folder, path, flags, mode);
 }
 
 int open64(const char* path, int flags, ...) {
@@ -37,119 +34,99 @@ int open64(const char* path, int flags, ...) {
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the analyser does not see what va_start does
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
     va_end(rest);
-    return passed<decltype(open64)>(__builtin_return_address(0), Calls::Files, "open64", -1, path, flags,
-                                    mode);
+    FAIL_OR_CALL(open64, Files, -1, path, flags, mode);
 }
 
 int fstat(int file, struct stat* info) noexcept {
-    return passed<decltype(fstat)>(__builtin_return_address(0), Calls::Files, "fstat", -1, file, info);
+    FAIL_OR_CALL(fstat, Files, -1, file, info);
 }
 
 int fstatat(int folder, const char* path, struct stat* info, int flags) noexcept {
-    return passed<decltype(fstatat)>(__builtin_return_address(0), Calls::Files, "fstatat", -1, folder, path,
-                                     info, flags);
+    FAIL_OR_CALL(fstatat, Files, -1, folder, path, info, flags);
 }
 
 int fstatvfs(int file, struct statvfs* info) noexcept {
-    return passed<decltype(fstatvfs)>(__builtin_return_address(0), Calls::Files, "fstatvfs", -1, file, info);
+    FAIL_OR_CALL(fstatvfs, Files, -1, file, info);
 }
 
 DIR* fdopendir(int folder) {
-    return passed<decltype(fdopendir)>(__builtin_return_address(0), Calls::Files, "fdopendir", nullptr,
-                                       folder);
+    FAIL_OR_CALL(fdopendir, Files, nullptr, folder);
 }
 
 dirent* readdir(DIR* folder) {
-    return passed<decltype(readdir)>(__builtin_return_address(0), Calls::Files, "readdir", nullptr, folder);
+    FAIL_OR_CALL(readdir, Files, nullptr, folder);
 }
 
 ssize_t read(int file, void* buffer, size_t size) {
-    return passed<decltype(read)>(__builtin_return_address(0), Calls::Files, "read", -1, file, buffer, size);
+    FAIL_OR_CALL(read, Files, -1, file, buffer, size);
 }
 
 ssize_t pread(int file, void* buffer, size_t size, off_t offset) {
-    return passed<decltype(pread)>(__builtin_return_address(0), Calls::Files, "pread", -1, file, buffer, size,
-                                   offset);
+    FAIL_OR_CALL(pread, Files, -1, file, buffer, size, offset);
 }
 
 ssize_t pread64(int file, void* buffer, size_t size, off64_t offset) {
-    return passed<decltype(pread64)>(__builtin_return_address(0), Calls::Files, "pread64", -1, file, buffer,
-                                     size, offset);
+    FAIL_OR_CALL(pread64, Files, -1, file, buffer, size, offset);
 }
 
 ssize_t write(int file, const void* data, size_t size) {
-    return passed<decltype(write)>(__builtin_return_address(0), Calls::Files, "write", -1, file, data, size);
+    FAIL_OR_CALL(write, Files, -1, file, data, size);
 }
 
 ssize_t pwrite(int file, const void* data, size_t size, off_t offset) {
-    return passed<decltype(pwrite)>(__builtin_return_address(0), Calls::Files, "pwrite", -1, file, data, size,
-                                    offset);
+    FAIL_OR_CALL(pwrite, Files, -1, file, data, size, offset);
 }
 
 ssize_t pwrite64(int file, const void* data, size_t size, off64_t offset) {
-    return passed<decltype(pwrite64)>(__builtin_return_address(0), Calls::Files, "pwrite64", -1, file, data,
-                                      size, offset);
+    FAIL_OR_CALL(pwrite64, Files, -1, file, data, size, offset);
 }
 
 int ftruncate(int file, off_t size) noexcept {
-    return passed<decltype(ftruncate)>(__builtin_return_address(0), Calls::Files, "ftruncate", -1, file,
-                                       size);
+    FAIL_OR_CALL(ftruncate, Files, -1, file, size);
 }
 
 int mkdir(const char* path, mode_t mode) noexcept {
-    return passed<decltype(mkdir)>(__builtin_return_address(0), Calls::Files, "mkdir", -1, path, mode);
+    FAIL_OR_CALL(mkdir, Files, -1, path, mode);
 }
 
 int mkdirat(int folder, const char* path, mode_t mode) noexcept {
-    return passed<decltype(mkdirat)>(__builtin_return_address(0), Calls::Files, "mkdirat", -1, folder, path,
-                                     mode);
+    FAIL_OR_CALL(mkdirat, Files, -1, folder, path, mode);
 }
 
 char* mkdtemp(char* path) noexcept {
-    return passed<decltype(mkdtemp)>(__builtin_return_address(0), Calls::Files, "mkdtemp", nullptr, path);
+    FAIL_OR_CALL(mkdtemp, Files, nullptr, path);
 }
 
 int fchmodat(int folder, const char* path, mode_t mode, int flags) noexcept {
-    return passed<decltype(fchmodat)>(__builtin_return_address(0), Calls::Files, "fchmodat", -1, folder, path,
-                                      mode, flags);
+    FAIL_OR_CALL(fchmodat, Files, -1, folder, path, mode, flags);
 }
 
 int renameat(int from, const char* name, int to, const char* newName) noexcept {
-    return passed<decltype(renameat)>(__builtin_return_address(0), Calls::Files, "renameat", -1, from, name,
-                                      to, newName);
+    FAIL_OR_CALL(renameat, Files, -1, from, name, to, newName);
 }
 
 int renameat2(int from, const char* name, int to, const char* newName, unsigned int flags) noexcept {
-    return passed<decltype(renameat2)>(__builtin_return_address(0), Calls::Files, "renameat2", -1, from, name,
-                                       to, newName, flags);
+    FAIL_OR_CALL(renameat2, Files, -1, from, name, to, newName, flags);
 }
 
 int unlink(const char* path) noexcept {
-    return passed<decltype(unlink)>(__builtin_return_address(0), Calls::Files, "unlink", -1, path);
+    FAIL_OR_CALL(unlink, Files, -1, path);
 }
 
 int unlinkat(int folder, const char* path, int flags) noexcept {
-    return passed<decltype(unlinkat)>(__builtin_return_address(0), Calls::Files, "unlinkat", -1, folder, path,
-                                      flags);
+    FAIL_OR_CALL(unlinkat, Files, -1, folder, path, flags);
 }
 
 int flock(int file, int operation) noexcept {
-    return passed<decltype(flock)>(__builtin_return_address(0), Calls::Files, "flock", -1, file, operation);
+    FAIL_OR_CALL(flock, Files, -1, file, operation);
 }
 
 int getpwuid_r(uid_t user, passwd* record, char* buffer, size_t size, passwd** found) {
     *found = nullptr;
-    return passed<decltype(getpwuid_r)>(__builtin_return_address(0), Calls::Files, "getpwuid_r", EIO, user,
-                                        record, buffer, size, found);
+    FAIL_OR_CALL(getpwuid_r, Files, EIO, user, record, buffer, size, found);
 }
 
-int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
-                   void* argument) noexcept {
-    return passed<decltype(pthread_create)>(__builtin_return_address(0), Calls::Threads, "pthread_create",
-                                            EAGAIN, thread, attributes, start, argument);
-}
-
-// What is made durable is lost with the test all the same, and disks are slow.
+// Nothing is made durable: the test removes it at its end anyway, and disks are slow.
 
 int fsync(int) {
     return FailingCalls::isNow(__builtin_return_address(0), Calls::Files, "fsync") ? -1 : 0;

@@ -143,23 +143,4 @@ TEST_P(UpdateFailure, KeepsEitherFirmwareOnRollback) {
     } while (failing.happened());
 }
 
-TEST(UpdateWithoutThreads, InstallsWholeFiles) {
-    const Lab lab;
-    const std::string large(2'000'000, 'l');
-    lab.set("unpack-ratio", "10000");
-    lab.sign(lab.archiveOf(test::Format::Zip, {{"one", large}, {"two", large}}));
-    FailingCalls failing(Calls::Threads);
-    int missed = 0;
-    do {
-        EXPECT_EQ(failing.in([&] { return lab.update(); }), kDone);
-        missed += failing.happened() ? 1 : 0;
-        const auto generation = std::to_string(historyOf(lab).size());
-        for (const char* name : {"one", "two"}) {
-            const auto file = lab.rootPath() / "repository" / generation / "Chassis" / name;
-            EXPECT_TRUE(test::readFile(file) == large);
-        }
-    } while (failing.happened());
-    EXPECT_GE(missed, 1);
-}
-
 }  // namespace
