@@ -36,7 +36,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-/** What an update needs to meet with a failure. */
+/** What makes an update fail. */
 struct Trigger {
     std::function<std::shared_ptr<void>(Lab&)>
         prepare{};                                     ///< what it returns lives until the programs have run
@@ -158,7 +158,7 @@ std::map<int, Trigger> triggers() {
         prepared([](Lab& lab) { test::writeFile(lab.rootPath() / "state.db", std::string(8192, 'x')); });
     all[113] = prepared([](Lab& lab) { execute(lab, "PRAGMA user_version = 2"); });
     all[114] = {.prepare = locked};
-    // The program looks for a repository before it opens a session, and the look tells no number.
+    // The program looks for a repository before it opens a session, and the look reports no number.
     all[115] = runBefore("secureWyndInit", QRX_VTEKCTL " set repository-kind 0");
     all[115].isRootChanged = true;
 
@@ -276,7 +276,7 @@ std::string updateText(const std::string& call) {
     return "no row is about " + call;
 }
 
-/** One chassis, one trigger, and the programs that meet with it. */
+/** One chassis, one trigger, and the programs that meet it. */
 class ErrorRow : public testing::TestWithParam<DocumentedError> {
 protected:
     ErrorRow() : lab_(std::time(nullptr)), program_(lab_) {}
@@ -290,7 +290,7 @@ protected:
 
     test::Outcome run(const char* option) { return program_.run(option, environment_); }
 
-    /** The line of a failure, wherever it was told. */
+    /** The line of a failure, wherever it was reported. */
     void expectOneLine(const std::string& call, const test::Outcome& outcome) const {
         const auto file = lab_.rootPath() / "log/vtek.log";
         const auto told =

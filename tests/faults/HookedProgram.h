@@ -16,11 +16,11 @@ public:
     /**
      * Runs the program in the package's folder; the record and the library's log begin anew.
      *
-     * @param hook  what StepHook is to do; other variables are set as well
+     * @param hook  what StepHook does; other variables are set as well
      */
     Outcome run(const char* option, const std::map<std::string, std::string>& hook) const;
 
-    /** The calls that have failed in the last run, a line "CALL NUMBER" for each. */
+    /** The calls that failed in the last run, a line "CALL NUMBER" for each. */
     std::string record() const;
 
 private:

@@ -1,5 +1,5 @@
-// Preloaded, it stands between the program and the platform library: it tells how the calls of an update
-// ended, and does something to one of them. By environment variable:
+// Preloaded, it stands between the program and the platform library: it records how the calls of an update
+// ended, and interferes with one of them. By environment variable:
 //
 //   STEP_RECORD=FILE    gets a line "CALL NUMBER" for every call that fails
 //   STEP_SKIP=CALL      succeeds without reaching the library
@@ -61,7 +61,7 @@ void arm() {
     }
 }
 
-/** The function that is hidden by the one here. */
+/** The function that the one here hides. */
 template <class Function>
 Function* hidden(const char* symbol) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));

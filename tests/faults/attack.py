@@ -27,13 +27,13 @@ class AttackTest(unittest.TestCase):
         self.before = self.snapshot()
 
     def snapshot(self):
-        """Every file of the root with its bytes' digest, but the lock and the log."""
+        """Every file of the root with its digest, except the lock and the log."""
         root = self.chassis.root
         return {str(path.relative_to(root)): digest(path.read_bytes()) for path in sorted(root.rglob("*"))
                 if path.is_file() and path.name != "lock" and path.parent.name != "log"}
 
     def update(self, *wrapper, **options):
-        """Runs the update, by way of a wrapping command if there is one."""
+        """Runs the update, through a wrapping command if there is one."""
         return self.chassis.run(*wrapper, self.chassis.programs.qrxupdate, "-u", **options)
 
     def start_update(self, *wrapper, **options):
@@ -41,7 +41,7 @@ class AttackTest(unittest.TestCase):
         return self.chassis.start(*wrapper, self.chassis.programs.qrxupdate, "-u", **options)
 
     def assert_refused(self, ended, text, cause=None):
-        """The report has this text, the log this cause, and no byte of the root is another one."""
+        """The report has this text, the log this cause, and no byte of the root has changed."""
         self.assertIn(f'<SPStatus result = "false" ><Message id="1">{text}</Message></SPStatus>', ended.stdout)
         if cause is not None:
             self.assertIn(cause, self.chassis.log())
@@ -62,7 +62,7 @@ class AttackTest(unittest.TestCase):
 
 
 def main(reason_not_possible=""):
-    """Runs the tests of the script with the programs of the command line; skips all where they are not possible."""
+    """Runs the tests of the script with the programs of the command line; skips all if they are not possible."""
     parser = argparse.ArgumentParser()
     parser.add_argument("qrxupdate", type=pathlib.Path)
     parser.add_argument("vtekctl", type=pathlib.Path)

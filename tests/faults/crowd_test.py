@@ -1,4 +1,4 @@
-"""Many updates at once: one after the other, and whoever cannot wait is told who holds the repository.
+"""Many updates at once: they run one after the other, and one that cannot wait reports who holds the repository.
 
     crowd_test.py QRXUPDATE VTEKCTL
 """

@@ -17,7 +17,7 @@ def close_standard_descriptors():
 
 
 class Environment(AttackTest):
-    """One test for each thing that whoever starts the program can choose."""
+    """One test for each thing that the program's caller can choose."""
 
     def with_variables(self, **variables):
         return self.update(env={**self.chassis.environment, **variables})

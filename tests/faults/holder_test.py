@@ -1,4 +1,4 @@
-"""An update that is killed while it holds the repository: the one that waits goes on.
+"""An update that is killed while it holds the repository: the waiting one continues.
 
     holder_test.py QRXUPDATE VTEKCTL
 """
@@ -15,7 +15,7 @@ from system_calls import reason_not_possible
 
 
 class Holder(AttackTest):
-    """Stopped by strace when its files are published and not yet in force."""
+    """Stopped by strace when its files are published but not yet in force."""
 
     def test_when_the_holder_is_killed_the_one_that_waits_goes_on(self):
         self.chassis.vtekctl("set", "lock-wait", "120")
@@ -32,7 +32,7 @@ class Holder(AttackTest):
         self.assertEqual(self.chassis.state().strays(self.chassis.digests), [])
 
     def wait_for_holder(self):
-        """Waits until the update has published its files; returns the process id that it has left in the lock."""
+        """Waits until the update has published its files; returns the process id that it left in the lock."""
         deadline = time.monotonic() + 120
         while not (self.chassis.root / "repository" / "3").exists():
             self.assertLess(time.monotonic(), deadline, "the first update does not start")

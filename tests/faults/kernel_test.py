@@ -1,4 +1,4 @@
-"""Updates where the kernel, or a sandbox, does not offer openat2: harmless all the same.
+"""Updates where the kernel or a sandbox does not offer openat2: still harmless.
 
     kernel_test.py QRXUPDATE VTEKCTL
 """

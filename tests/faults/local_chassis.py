@@ -55,7 +55,7 @@ class LocalChassis:
         return chassis
 
     def copy(self, root):
-        """The same chassis once more, in another folder, which is made anew."""
+        """A copy of the chassis in another folder, which is created anew."""
         shutil.rmtree(root, ignore_errors=True)
         shutil.copytree(self.root, root, symlinks=True)
         return LocalChassis(self.programs, root, self.packages, self.digests)
@@ -67,7 +67,7 @@ class LocalChassis:
 
     @property
     def environment(self):
-        """What the programs run with."""
+        """The programs' environment."""
         return {**os.environ, "VTEK_ROOT": str(self.root)}
 
     def vtekctl(self, *arguments):
@@ -86,13 +86,13 @@ class LocalChassis:
         return subprocess.Popen(command, **{**settings, **options})
 
     def update(self, version=NEW):
-        """Installs a package; what was wrong with that, nothing when the program reports success."""
+        """Installs a package; returns what went wrong, nothing if the program reports success."""
         ended = self.run(self.programs.qrxupdate, "-u", cwd=self.packages / version)
         return differences(("update's exit status", ended.returncode, 0),
                            ("update's report", ended.stdout, update_report(version)))
 
     def state(self):
-        """Looks at everything that tells which firmware is in force."""
+        """Reads everything that shows which firmware is in force."""
         inventory = self.run(self.programs.qrxupdate, "-i").stdout
         shown = json.loads(self.vtekctl("show", "--json"))
         entries = json.loads(self.vtekctl("history", "--json"))
@@ -114,7 +114,7 @@ class LocalChassis:
         return self.state().faults(versions, self.digests)
 
     def faults_of_next_update(self, versions):
-        """Updates plainly after these versions: what is wrong with that, with its outcome or with what is left over."""
+        """Updates without faults after these versions; returns what is wrong with the run, its outcome or its leftovers."""
         if faults := self.update():
             return faults
         state = self.state()

@@ -92,7 +92,7 @@ def digest_of(path):
 
 
 def peak_kib(chassis, package):
-    """Installs the package; returns the most memory that was resident, in KiB."""
+    """Installs the package; returns the peak resident memory in KiB."""
     update = chassis.start(chassis.programs.qrxupdate, "-u", cwd=package)
     with update.stdout, update.stderr:
         report = update.stdout.read()
@@ -103,7 +103,7 @@ def peak_kib(chassis, package):
 
 
 def faults(chassis, package, content):
-    """What is not as it was verified."""
+    """The differences from what was verified."""
     installed = chassis.root / "repository" / "3" / "Chassis"
     expected = digest_of(package / "chassis.fwp")
     recorded = json.loads(chassis.vtekctl("history", "--json"))[-1]["payloadDigest"]

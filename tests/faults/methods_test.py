@@ -1,4 +1,4 @@
-"""A zip's entries are stored or deflated: what is packed in any other way is refused.
+"""A zip's entries are stored or deflated: every other method is refused.
 
     methods_test.py QRXUPDATE VTEKCTL
 """
@@ -11,7 +11,7 @@ from memory_test import append_signature, manifest, sign
 
 
 class Methods(AttackTest):
-    """The program takes less than the library that it reads archives with."""
+    """The program accepts fewer methods than the library that reads its archives."""
 
     def update_with(self, method):
         """Installs a package whose payload is a zip of this method."""

@@ -26,7 +26,7 @@ REPORTED = '<SPStatus result = "true" >'
 
 
 class Sweep:
-    """Runs an update again and again, each time with another fault, in a few folders side by side."""
+    """Runs an update repeatedly, each time with another fault, in a few folders in parallel."""
 
     def __init__(self, programs, folder, workers):
         """Makes the chassis that every run starts from a copy of, and finds the points of an update."""

@@ -4,18 +4,18 @@
 
 namespace test {
 
-/** How often operator new has been asked for memory since the program began. A test that uses this, or
- * anything below, replaces the operators for its whole program. */
+/** The number of calls of operator new since the program began. A test that uses this, or anything below,
+ * replaces the operators for its whole program. */
 std::size_t allocationCount();
 
-/** Has wasDeleted tell from now on whether operator delete is given this object; at most eight may be
- * watched. */
+/** Watches an object from now on: wasDeleted says whether operator delete was given it. At most eight objects
+ * may be watched. */
 void watchDeletion(const void* object);
 
 /** Whether operator delete has been given the watched object. */
 bool wasDeleted(const void* object);
 
-// What the replaced operators tell; not for tests.
+// Called by the replaced operators, not by tests.
 void noteAllocation();
 void noteDeletion(const void* memory);
 

@@ -4,7 +4,7 @@
 
 namespace test {
 
-/** Whether OpenSSL's own CMS_verify finds that a DER signature was made over the content, by whomever. */
+/** Whether OpenSSL's own CMS_verify accepts a DER signature over the content; does not check who signed. */
 bool cmsVerifies(std::string_view der, std::string_view content);
 
 }  // namespace test

@@ -5,7 +5,7 @@
 
 namespace test {
 
-/** Takes what is written to std::cout while it lives. */
+/** Captures the output to std::cout while it lives. */
 class CoutCapture {
 public:
     CoutCapture() : before_(std::cout.rdbuf(taken_.rdbuf())) {}

@@ -5,7 +5,7 @@
 namespace test {
 
 /**
- * While it lives, one allocation by operator new of a given size fails, as if no memory was left.
+ * While it lives, one allocation by operator new of a given size fails, as if memory had run out.
  *
  * The non-throwing operators return null for it, the others throw std::bad_alloc. A test that uses this
  * replaces the operators for its whole program. At most one lives at a time.
@@ -18,7 +18,7 @@ public:
     FailingAllocation(const FailingAllocation&) = delete;
     FailingAllocation& operator=(const FailingAllocation&) = delete;
 
-    /** Whether that allocation has been asked for. */
+    /** Whether that allocation was requested. */
     bool happened() const;
 };
 

@@ -2,8 +2,8 @@
 
 namespace test {
 
-/** While it lives, libxml2 makes no XPath context, as if no memory was left. Linking this puts it in front of
- *  the library's function. */
+/** While it lives, libxml2 makes no XPath context, as if memory had run out. Linking this replaces the
+ *  library's function. */
 class FailingXPathContext {
 public:
     FailingXPathContext();

@@ -18,13 +18,13 @@ struct LogLine {
 /**
  * Reads the text of a debug log.
  *
- * A line without a time stamp carries on the message before it: a message that ends in a newline shows as an
+ * A line without a time stamp continues the message before it: a message that ends in a newline shows as an
  * empty line. Throws std::runtime_error when the text does not start with a whole entry.
  */
 std::vector<LogLine> parseLog(std::string_view text);
 
 /**
- * The log with the two things in it that change from run to run and from edit to edit masked, at their width:
+ * Masks the two things in a log that change from run to run and from edit to edit, and keeps their width:
  * each time stamp reads "[yyyy-mm-ddThh:mm:ss] ", each line number of up to five digits "nnnnn". Everything
  * else, the padding too, stays as it is.
  */

@@ -1,10 +1,10 @@
 /**
- * Runs a program in a root folder of its own, where the files of LAYER stand in front of the machine's:
+ * Runs a program in its own root folder, where the files of LAYER hide those of the machine:
  *
  *   overlay_root LAYER PROGRAM [ARGUMENT...]
  *
  * The machine is not changed: the mounts belong to a namespace that ends with the program, and what the
- * program writes goes nowhere, but for /proc, /dev, the temporary folder and the build folder, which are the
+ * program writes is lost, except in /proc, /dev, the temporary folder and the build folder, which are the
  * real ones. The exit status is the program's, or 77 with the reason on standard error where the machine
  * allows no such namespace.
  */
@@ -34,7 +34,7 @@ void check(int result, const std::string& what) {
     }
 }
 
-/** Takes the right to mount: inside of a user namespace, the kernel refuses an overlay of a root with mounts
+/** Takes the right to mount: inside a user namespace, the kernel refuses an overlay of a root with mounts
  * in it. */
 void enterNamespace() {
     check(unshare(CLONE_NEWNS), "unshare");

@@ -45,8 +45,8 @@ struct Outcome {
 /**
  * Runs a program to its end.
  *
- * The program starts with the default action for every signal, also SIGPIPE. Throws std::system_error when it
- * cannot be started.
+ * The program starts with the default action for every signal, including SIGPIPE. Throws std::system_error
+ * when it cannot be started.
  */
 Outcome run(const Command& command);
 

@@ -8,8 +8,8 @@
 
 namespace test {
 
-/** A new empty folder that is removed, with all it holds, when the object goes; a forked child that goes
- * through exit leaves the folder to its maker. */
+/** A new empty folder that is removed with its content when the object dies; a forked child that leaves
+ * through exit does not remove it. */
 class TempDir {
 public:
     TempDir();

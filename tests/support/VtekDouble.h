@@ -8,7 +8,7 @@
 
 namespace test {
 
-/** What the platform library answers. The defaults are a willing chassis: a full repository, permission to
+/** The platform library's answers. The defaults are a willing chassis: a full repository, permission to
  * update shared components, an empty inventory, a signed payload and no failing step. */
 struct VtekScript {
     bool constructorThrows = false;        // the constructor of secureWynd throws std::bad_alloc
@@ -38,12 +38,12 @@ struct VtekLogLine {
 };
 
 /**
- * The platform library as a test sees it: linked in the place of libvtek.so.0, it answers what `script` says
- * and keeps what was asked of it.
+ * The platform library in a test: linked in the place of libvtek.so.0, it answers as `script` says and keeps
+ * the calls that it gets.
  *
  * At most one lives at a time, and one must live whenever the code under test calls the library. The script
- * may be changed between calls. IPMIReqBuf holds 0xEE in every byte at the start, so that a request shows
- * what it set.
+ * may be changed between calls. IPMIReqBuf holds 0xEE in every byte at the start, so that a test sees
+ * which bytes a request set.
  */
 class VtekDouble {
 public:
@@ -54,7 +54,7 @@ public:
 
     VtekScript script;
 
-    /** If set, told of each call and each line of the library's log as it happens: the call as in calls(),
+    /** If set, gets each call and each line of the library's log as it happens: the call as in calls(),
      * the line as "logWyndMsg(SOURCE:LINE) MESSAGE"; a request's 72 bytes follow its call. */
     std::function<void(const std::string& event)> observer;
 
@@ -65,7 +65,7 @@ public:
      */
     const std::vector<std::string>& calls() const { return calls_; }
 
-    /** The 72 bytes of each OEMIPMIRequest as the library was handed them. */
+    /** The 72 bytes of each OEMIPMIRequest as the library received them. */
     const std::vector<std::array<unsigned char, 72>>& requests() const { return requests_; }
 
     /** The library's own log, line by line. */
@@ -74,7 +74,7 @@ public:
     /** The messages of libraryLog(). */
     std::vector<std::string> libraryLogMessages() const;
 
-    // What the library's functions tell the double; not for tests.
+    // Called by the library's functions, not by tests.
     void noteCall(const std::string& call);
     void noteStringCall(const std::string& call);
     void noteRequest(const std::string& call, const unsigned char (&bytes)[72]);

@@ -1,7 +1,7 @@
 /**
  * Runs the cases named on the command line: whole runs of the program against hand-written texts.
  *
- * README.md in this folder says how a case is laid out.
+ * README.md in this folder describes the format of a case.
  */
 
 #include "LogText.h"
@@ -87,7 +87,7 @@ private:
         }
     }
 
-    /** The run leaves what it found and what it is expected to write, and nothing else. */
+    /** The run leaves the input and the expected files, and nothing else. */
     void checkFiles() const {
         Files wanted = sectionsBelow("after/");
         wanted.merge(sectionsBelow("input/"));

@@ -1,6 +1,6 @@
 /**
- * Preloaded into a program, lets one of its non-throwing allocations fail: the one whose number, from 1,
- * stands in FAILING_NEW.
+ * Preloaded into a program, makes one of its non-throwing allocations fail: the one whose number, from 1, is
+ * in FAILING_NEW.
  */
 
 #include <cstdlib>

@@ -94,7 +94,7 @@ TEST_F(InstalledPackage, KeepsVersionBannerWhenStripped) {
     EXPECT_NE(test::readFile(stripped).find(kBanner), std::string::npos);
 }
 
-/** A release build of its own, linked against a library that is not the stand-in. */
+/** A separate release build, linked against a library that is not the stand-in. */
 TEST(ReleaseBuild, KeepsVersionBannerAndRunsWithGivenLibrary) {
     const fs::path build = fs::path(BUILD_FOLDER) / "tests/system/release";
     outputOf({CMAKE, "-G", CMAKE_GENERATOR, "-S", SOURCE_FOLDER, "-B", build, "-DCMAKE_BUILD_TYPE=Release",

@@ -8,13 +8,13 @@ namespace {
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
 
-/** The names of the functions that the built program defines, one a line. */
+/** The names of the functions that the built program defines, one on each line. */
 const std::string& definedFunctions() {
     static const std::string names = run({{NM, "--demangle", "--defined-only", QRX_PROGRAM}}).output;
     return names;
 }
 
-/** One operation of each class of the base utilities, also of those that no run reaches. */
+/** One operation of each class of the base utilities, including those that no run reaches. */
 class LinkedClass : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(LinkedClass, IsInTheProgram) {

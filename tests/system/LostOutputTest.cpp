@@ -1,4 +1,5 @@
-/** A report that cannot be written is lost, and nothing else: the run, its status and its log are as ever. */
+/** A report that cannot be written is lost, and nothing else changes: neither the run, its status nor its
+ * log. */
 
 #include "Workplace.h"
 

@@ -23,7 +23,7 @@ class PackageDescription : public testing::Test {
 protected:
     void writePackage(const std::string& text) { test::writeFile(place_.directory() / "package.xml", text); }
 
-    /** An inventory and an update of this package go as those of a malformed one. */
+    /** An inventory and an update of this package end like those of a malformed one. */
     void expectRefused(const std::string& package) {
         for (const auto& [option, name] :
              {std::pair{"-i", "package-malformed-inventory"}, std::pair{"-u", "package-malformed-update"}}) {
@@ -57,7 +57,7 @@ TEST_F(PackageDescription, Refuses50MegabytesOfZeroBytes) {
     expectRefused(std::string(kHuge, '\0'));
 }
 
-/** A description that tries to have something fetched in every way there is; all of it leads to `url`. */
+/** A description that refers to files at `url` in every way that XML has. */
 std::string fetchingPackage(const std::string& url) {
     return "<?xml version=\"1.0\"?>\n"
            "<!DOCTYPE SoftwareComponent SYSTEM \"" +
@@ -92,8 +92,8 @@ TEST_F(PackageDescription, FetchesNothingFromNetwork) {
     EXPECT_FALSE(server.wasAsked());
 }
 
-/** Opening a FIFO waits for its other end, which nobody has: a program that fetched the file would not
- * return. */
+/** Opening a FIFO waits for its other end, which nobody opens: a program that reads one of these files does
+ * not return. */
 TEST_F(PackageDescription, ReadsNoOtherFile) {
     const test::Case expected = place_.takeCase("both-in-one-file");
     for (const char* name : {"package.dtd", "parameters.ent", "text.xml", "included.xml"}) {
@@ -108,7 +108,7 @@ TEST_F(PackageDescription, ReadsNoOtherFile) {
     EXPECT_EQ(test::readFile(place_.directory() / "report.xml"), expected.at("after/report.xml"));
 }
 
-/** The two traps above do catch a reader that fetches. */
+/** The two traps above catch a reader that fetches. */
 TEST_F(PackageDescription, CatchesReaderThatFetches) {
     test::TrapServer server;
     writePackage(fetchingPackage(server.url()));

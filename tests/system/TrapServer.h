@@ -6,7 +6,7 @@
 
 namespace test {
 
-/** A web server's port on this host that hangs up on everybody, and knows whether somebody came. */
+/** A web server's port on this host that closes every connection, and reports whether there was one. */
 class TrapServer {
 public:
     TrapServer();

@@ -22,7 +22,7 @@ std::string maskCall(const std::string& line) {
     return line.substr(0, colon + 1) + "nnnnn" + line.substr(end);
 }
 
-/** What every program is started by: the words of QRX_PROGRAM_WRAPPER, mostly none. */
+/** The command that starts the program: the words of QRX_PROGRAM_WRAPPER, mostly none. */
 std::vector<std::string> wrapper() {
     const char* const words = std::getenv("QRX_PROGRAM_WRAPPER");
     std::istringstream in(words == nullptr ? "" : words);

@@ -17,7 +17,7 @@ std::filesystem::path program();
 std::string replaceAll(std::string text, const std::string& what, const std::string& with);
 
 /**
- * A place to run the program in: a working directory of its own, and the scripted platform library.
+ * A place to run the program in: its own working directory, and the scripted platform library.
  *
  * Without a script the library is a willing chassis with an empty inventory.
  */
@@ -34,7 +34,7 @@ public:
     /** Writes the input files and the library's script of a case, and returns the case as readCase does. */
     Case takeCase(const std::string& name);
 
-    /** The library answers what this file says. */
+    /** Sets the file with the library's answers. */
     void useScript(const std::filesystem::path& file) { script_ = file; }
 
     /** The program with these arguments, in the working directory, with the scripted library. */
@@ -43,7 +43,7 @@ public:
     /** A debug log of the working directory; time stamps and line numbers masked. */
     std::string log(const std::string& name = "debug.log") const;
 
-    /** What was asked of the library, with the lines of its own log; line numbers read "nnnnn". */
+    /** The calls that reached the library, with the lines of its own log; line numbers read "nnnnn". */
     std::string calls() const;
 
 private:
