@@ -56,7 +56,7 @@ private:
 
 void requireStored(const vtek::Bytes& answer, std::size_t length) {
     vtek::Bytes buffer(length + 16, kUntouched);
-    const std::uint8_t completion = vtek::storeAnswer(answer, buffer.data(), length);
+    const std::uint8_t completion = vtek::storeResponse(answer, buffer.data(), length);
     require(completion == answer.front(), "the completion code");
     for (std::size_t i = 0; i < buffer.size(); ++i) {
         const std::uint8_t wanted = completion != 0 || i >= length ? kUntouched

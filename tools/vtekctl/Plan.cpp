@@ -96,7 +96,7 @@ private:
         if (!answer) {
             return "no answer, which is permission: " + answer.error().message;
         }
-        const std::uint8_t completion = vtek::storeAnswer(*answer, message, permission::kAnswerLength);
+        const std::uint8_t completion = vtek::storeResponse(*answer, message, permission::kAnswerLength);
         if (completion != 0) {
             return "completion code " + std::to_string(completion) + ", which is permission";
         }

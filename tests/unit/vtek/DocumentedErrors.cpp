@@ -18,7 +18,7 @@ std::vector<std::string> cellsOf(const std::string& line) {
         at = end + 3;
     }
     if (cells.size() != kColumns) {
-        throw std::runtime_error("not a row of the table of errors: " + line);
+        throw std::runtime_error("not a row of the error table: " + line);
     }
     return cells;
 }
@@ -34,7 +34,7 @@ std::vector<DocumentedError> documentedErrors() {
     std::string line;
     while (line != "|---|---|---|---|---|") {
         if (!std::getline(document, line)) {
-            throw std::runtime_error("docs/stand-in.md has no table of errors");
+            throw std::runtime_error("docs/stand-in.md has no error table");
         }
     }
     std::vector<DocumentedError> rows;

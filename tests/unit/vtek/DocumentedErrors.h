@@ -11,12 +11,12 @@ struct DocumentedError {
     std::string cause;
     int number;
     std::string call;    ///< the call that fails
-    std::string report;  ///< what the program's report says then
+    std::string report;  ///< the text in the program's report
     std::string remedy;
 };
 void PrintTo(const DocumentedError& error, std::ostream* out);
 
-/** The rows, in their order; throws std::runtime_error when the table does not look as it should. */
+/** Reads the rows in order. Throws std::runtime_error if the table is malformed. */
 std::vector<DocumentedError> documentedErrors();
 
 }  // namespace test

@@ -135,6 +135,14 @@ std::string Lab::version() const {
     return version->value_or("gone");
 }
 
+std::vector<vtek::HistoryEntry> Lab::history() const {
+    const vtek::Root opened = root();
+    auto store = openStore(opened, vtek::Store::Mode::Read);
+    auto entries = store.history();
+    require(entries);
+    return std::move(*entries);
+}
+
 Snapshot Lab::snapshot() const {
     Snapshot found;
     for (const auto& item : std::filesystem::recursive_directory_iterator(rootPath())) {
@@ -142,8 +150,8 @@ Snapshot Lab::snapshot() const {
         if (name == "lock" || name.starts_with("log/")) {
             continue;
         }
-        const bool plain = std::filesystem::is_regular_file(item.symlink_status());
-        found[name] = plain ? digestOf(readFile(item.path())) : "no plain file";
+        const bool regular = std::filesystem::is_regular_file(item.symlink_status());
+        found[name] = regular ? digestOf(readFile(item.path())) : "not a regular file";
     }
     return found;
 }

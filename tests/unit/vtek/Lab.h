@@ -18,7 +18,7 @@
 
 namespace test {
 
-/** How an update ended: the step that failed, and with which number; or "done". */
+/** How an update ended: the failed step and its error number, or "done". */
 struct UpdateOutcome {
     std::string step;
     vtek::ErrorNumber number = vtek::ErrorNumber::None;
@@ -27,11 +27,11 @@ struct UpdateOutcome {
 };
 void PrintTo(const UpdateOutcome& outcome, std::ostream* out);
 
-/** What must not change when an update is refused: the digest of every file but the lock and the log. */
+/** The digest of every file in a root except lock and log: a refused update must change none of them. */
 using Snapshot = std::map<std::string, std::string>;
 
-/** Does work of the library, which throws where memory is short, and gives that back as the failure that the
- * library's callers make of it. */
+/** Runs work and turns std::bad_alloc into the error Internal, as the library's public functions do.
+ * Other exceptions pass. */
 template <class Work>
 auto caught(Work work) -> decltype(work()) {
     try {
@@ -42,12 +42,12 @@ auto caught(Work work) -> decltype(work()) {
 }
 
 /**
- * A simulated chassis in a temporary folder, with component 25227 at version 1.00, one trusted authority, a
- * signer, and an update package beside it that brings version 2.00.
+ * A simulated chassis in a temporary folder, with component 25227 at version 1.00, one trusted authority and
+ * a signer; next to it an update package with version 2.00.
  */
 class Lab {
 public:
-    /** @param now  the moment around which the certificates are valid */
+    /** @param now  a time at which the certificates are valid */
     explicit Lab(std::time_t now = kNow);
 
     std::filesystem::path rootPath() const { return folder_ / "root"; }
@@ -60,26 +60,28 @@ public:
     vtek::Identity& authority() { return authority_; }
     vtek::Identity& signer() { return signer_; }
 
-    /** The package's archive: the manifest, a file of some size, a folder with a file. */
+    /** The package's archive: the manifest, a file of 100,000 bytes, a folder with a file. */
     std::string archive(Format format = Format::Tar) const;
 
     /** An archive of the manifest and these entries. */
     std::string archiveOf(Format format, std::vector<Entry> entries) const;
 
-    /** Puts a payload into the package, signed by the signer. */
+    /** Signs an archive and puts the payload into the package. */
     void sign(const std::string& archive) const;
     void write(const std::string& payload) const;
 
     void trust(const std::string& name, const std::string& pem) const;
     void set(const std::string& name, const std::string& value) const;
 
-    /** Runs an update up to its end or first failure; the hook is called before each step with the step's
-     * name. */
+    /** Runs an update to its end or first failure. Calls before with the name of each step before it
+     * starts. */
     UpdateOutcome update(const std::function<void(const std::string&)>& before = {},
                          std::time_t now = kNow) const;
 
     /** The component's version in the inventory. */
     std::string version() const;
+
+    std::vector<vtek::HistoryEntry> history() const;
 
     Snapshot snapshot() const;
 

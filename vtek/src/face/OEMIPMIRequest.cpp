@@ -47,7 +47,7 @@ unsigned char OEMIPMIRequest(eOEMIPMIRequestType type, unsigned char /*value*/, 
             library.log().failure("OEMIPMIRequest", answer.error());
             return kFailed;
         }
-        return vtek::storeAnswer(*answer, message, responseLength);
+        return vtek::storeResponse(*answer, message, responseLength);
     } catch (const std::exception& failure) {
         library.log().failure("OEMIPMIRequest", {ErrorNumber::Internal, failure.what()});
         return kFailed;

@@ -32,11 +32,11 @@ Result<std::unique_ptr<IpmiTransport>> openIpmi(const Settings& settings) {
     return std::unique_ptr<IpmiTransport>(std::make_unique<IpmiDevice>(std::move(port)));
 }
 
-std::uint8_t storeAnswer(const Bytes& answer, std::uint8_t* buffer, std::size_t length) {
-    const std::uint8_t completion = answer.front();
+std::uint8_t storeResponse(const Bytes& response, std::uint8_t* buffer, std::size_t length) {
+    const std::uint8_t completion = response.front();
     if (completion == 0) {
-        const std::size_t present = std::min(length, answer.size() - 1);
-        std::copy_n(answer.begin() + 1, present, buffer);
+        const std::size_t present = std::min(length, response.size() - 1);
+        std::copy_n(response.begin() + 1, present, buffer);
         std::fill(buffer + present, buffer + length, std::uint8_t{0});
     }
     return completion;

@@ -43,9 +43,9 @@ Result<std::unique_ptr<IpmiTransport>> openIpmi(const Settings& settings);
 /**
  * Copies the data of a response into the caller's buffer, truncated or padded with zeros to length bytes.
  *
- * @param answer  completion code, then data
+ * @param response  completion code, then data
  * @return the completion code; if it is not 0, the buffer stays unchanged
  */
-std::uint8_t storeAnswer(const Bytes& answer, std::uint8_t* buffer, std::size_t length);
+std::uint8_t storeResponse(const Bytes& response, std::uint8_t* buffer, std::size_t length);
 
 }  // namespace vtek

@@ -75,10 +75,10 @@ TEST_F(LogTest, KeepsMessageOnOneLine) {
 
 TEST_F(LogTest, WritesHintForFailure) {
     log_.failure("IsPayloadSigned", {ErrorNumber::PayloadMissing, "details"});
-    EXPECT_THAT(linesOf(file()).back(),
-                MatchesRegex(std::string(kStamp) +
-                             "IsPayloadSigned: error 201, no payload: details; hint: start the "
-                             "update in the folder that contains the .fwp file"));
+    EXPECT_THAT(
+        linesOf(file()).back(),
+        MatchesRegex(std::string(kStamp) + "IsPayloadSigned: error 201, no payload: details; hint: start the "
+                                           "update in the folder that contains the .fwp file"));
 }
 
 TEST_F(LogTest, LimitsItsSize) {

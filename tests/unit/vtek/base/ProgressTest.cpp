@@ -13,14 +13,14 @@ namespace {
 
 using vtek::Progress;
 
-/** What the work writes to standard error while that is one end of something, read from the other end. */
+/** Redirects standard error to one end of a terminal or pipe during the work, and reads the other end. */
 std::string shown(int errorEnd, int readingEnd, const std::function<void()>& work) {
     const vtek::UniqueFd before(dup(STDERR_FILENO));
     dup2(errorEnd, STDERR_FILENO);
     close(errorEnd);
     work();
     dup2(before.get(), STDERR_FILENO);
-    // Nobody holds the other end any more: what was written comes piece by piece, and then the end.
+    // No descriptor of the other end is left open, so that reading returns all output and then ends.
     std::string text;
     char piece[256];
     for (ssize_t n; (n = read(readingEnd, piece, sizeof piece)) > 0;) {

@@ -40,7 +40,7 @@ TEST(Root, DistinguishesMissingFromUnsafe) {
     const test::TempDir folder;
     EXPECT_EQ(openingFails(folder / "missing"), ErrorNumber::RootMissing);
     EXPECT_EQ(openingFails(""), ErrorNumber::RootMissing);
-    test::writeFile(folder / "file", "no folder");
+    test::writeFile(folder / "file", "not a folder");
     EXPECT_EQ(openingFails(folder / "file"), ErrorNumber::RootUnsafe);
 }
 
@@ -71,7 +71,7 @@ TEST(Root, RefusesParentWritableByOthersUnlessSticky) {
 
 TEST(Root, RefusesOtherOwner) {
     if (geteuid() != 0) {
-        GTEST_SKIP() << "skipped: needs root, who alone can give a folder away";
+        GTEST_SKIP() << "skipped: only root can change the owner of a folder";
     }
     const Lab lab;
     ASSERT_EQ(chown(lab.rootPath().c_str(), kStranger, kStranger), 0);
@@ -83,7 +83,7 @@ TEST(Root, RefusesOtherOwner) {
 
 TEST(Root, AcceptsCallerAsOwner) {
     if (geteuid() != 0) {
-        GTEST_SKIP() << "skipped: needs root, who alone can give a folder away";
+        GTEST_SKIP() << "skipped: only root can change the owner of a folder";
     }
     const Lab lab;
     ASSERT_EQ(chown(lab.rootPath().c_str(), kStranger, kStranger), 0);
@@ -116,7 +116,7 @@ TEST(Root, CreatesOnlyInNewOrEmptyFolder) {
     EXPECT_FALSE(Root::create((folder / "a/b").string(), geteuid()));
 }
 
-// What lies in the root is held to the same rules.
+// The content of the root follows the same rules.
 
 TEST(Root, CreatesReadableFoldersAndPrivateStaging) {
     const test::TempDir folder;

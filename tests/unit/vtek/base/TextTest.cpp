@@ -28,7 +28,9 @@ TEST(Text, ReplacesControlCharactersOnOneLine) {
 }
 
 TEST(Text, QuotesAndShortensUntrustedNames) {
-    EXPECT_EQ(vtek::shownName("fw\x1b\xff"), "'fw?" "?'");
+    EXPECT_EQ(vtek::shownName("fw\x1b\xff"),
+              "'fw?"
+              "?'");
     EXPECT_EQ(vtek::shownName(std::string(81, 'a')), "'" + std::string(80, 'a') + "'");
 }
 

@@ -22,7 +22,7 @@ TEST(Users, ReportsNameAndNumberOfRealUser) {
 TEST(Users, ReportsNumberOfUserWithoutName) {
     constexpr uid_t kStranger = 12345;
     if (geteuid() != 0) {
-        GTEST_SKIP() << "skipped: needs root, who alone can become a user that nobody knows";
+        GTEST_SKIP() << "skipped: only root can become an unknown user";
     }
     ASSERT_EQ(getpwuid(kStranger), nullptr);
     EXPECT_EXIT(_exit(setuid(kStranger) == 0 && vtek::realUser() == "12345" ? 0 : 1),

@@ -24,7 +24,7 @@ using testing::HasSubstr;
 using vtek::ErrorNumber;
 using vtek::Lock;
 
-/** A process that holds the lock until it is told to end. */
+/** A process that holds the lock until it is killed. */
 class Holder {
 public:
     explicit Holder(const Lab& lab) {
@@ -107,11 +107,12 @@ TEST(Lock, ReportsStartOfHolderNotOfLock) {
     char text[1024] = "";
     ASSERT_GT(read(answer[0], text, sizeof text - 1), 0);
     waitpid(child, nullptr, 0);
-    const std::string told = text;
+    const std::string description = text;
     tm utc{};
-    ASSERT_NE(strptime(told.c_str() + told.find("started ") + 8, "%Y-%m-%dT%H:%M:%SZ", &utc), nullptr)
-        << told;
-    EXPECT_NEAR(static_cast<double>(timegm(&utc)), static_cast<double>(started), 1.5) << told;
+    ASSERT_NE(strptime(description.c_str() + description.find("started ") + 8, "%Y-%m-%dT%H:%M:%SZ", &utc),
+              nullptr)
+        << description;
+    EXPECT_NEAR(static_cast<double>(timegm(&utc)), static_cast<double>(started), 1.5) << description;
 }
 
 TEST(Lock, NamesHolderNotDeadPredecessor) {

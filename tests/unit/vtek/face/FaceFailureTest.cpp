@@ -1,5 +1,5 @@
-// Every call to another library that the library makes for the program, failing in a run of its own: the
-// face's calls end with a documented number, and nothing is ever thrown through them.
+// Lets each call to another library fail once: the public functions fail with a documented number and throw
+// nothing.
 #include "DocumentedErrors.h"
 #include "FailingCalls.h"
 #include "Lab.h"
@@ -28,7 +28,7 @@ protected:
         setenv("VTEK_ROOT", lab_.rootPath().c_str(), 1);
     }
 
-    /** Inventory and update as the program asks for them. @return the number of the failure, 0 for none */
+    /** Runs an inventory and an update like the program. @return the error number, 0 on success */
     static int update() {
         secureWynd wynd;
         EXPECT_EQ(wynd.IsWyndPresent(), WYND_FULL);

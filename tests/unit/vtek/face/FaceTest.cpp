@@ -1,4 +1,4 @@
-// The library as the program sees it: through vtek.h and libvtek.so.0, nothing else of it.
+// The library as the program sees it: only through vtek.h and libvtek.so.0.
 #include "Lab.h"
 #include "WorkingDirectory.h"
 #include <vtek/vtek.h>
@@ -17,7 +17,8 @@ using test::Lab;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/** A chassis of today, which the library of this process uses; each case is a process of its own. */
+/** A chassis with certificates valid today. ctest runs each test in its own process, so VTEK_ROOT is fresh.
+ */
 class Face : public testing::Test {
 protected:
     Face() : lab_(std::time(nullptr)), here_(lab_.package()) {
@@ -154,11 +155,11 @@ TEST_F(Face, RefusesRemovedWorkingDirectory) {
 
 TEST_F(Face, AnswersIpmiRequestFromSettings) {
     std::fill(std::begin(IPMIReqBuf.bytes), std::end(IPMIReqBuf.bytes), static_cast<unsigned char>(0));
-    IPMIReqBuf.bytes[35] = 0x17;
+    IPMIReqBuf.bytes[35] = 0x17;  // a byte of the request, which the response must overwrite
     EXPECT_EQ(OEMIPMIRequest(SHARED_COMPONENT_UPDATE, 1, &IPMIReqBuf, 10, 12), 0);
     EXPECT_EQ(IPMIReqBuf.bytes[35], 0);
-    EXPECT_EQ(IPMIReqBuf.bytes[42], 2);
-    EXPECT_EQ(IPMIReqBuf.bytes[43], 1);
+    EXPECT_EQ(IPMIReqBuf.bytes[42], 2);  // the mode
+    EXPECT_EQ(IPMIReqBuf.bytes[43], 1);  // the flag
     EXPECT_EQ(IPMIReqBuf.bytes[44], 0);
 }
 
@@ -205,7 +206,7 @@ TEST(FaceWithoutRoot, ReportsReasonOnce) {
     const std::string said = testing::internal::GetCapturedStderr();
     EXPECT_THAT(said, HasSubstr("libvtek (simulation): constructor: error 101, no root: /nowhere: No such "
                                 "file or directory; hint: "));
-    EXPECT_EQ(said.find("constructor"), said.rfind("constructor")) << "a root is looked for once";
+    EXPECT_EQ(said.find("constructor"), said.rfind("constructor")) << "the root is opened only once";
 }
 
 }  // namespace

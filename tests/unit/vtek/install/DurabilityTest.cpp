@@ -12,7 +12,7 @@
 
 namespace {
 
-/** Called when this program has a file system made durable, with the device that it is on. */
+/** Called with the device whenever the code under test syncs a file system. */
 std::function<void(dev_t)>& whenSyncing() {
     static std::function<void(dev_t)> action = [](dev_t) {};
     return action;
@@ -24,7 +24,7 @@ struct stat infoOf(const std::filesystem::path& path) {
     return info;
 }
 
-/** Every file and folder: by its path, what shows that it was changed. */
+/** Inode and change time of every file and folder, by path: they show any change. */
 std::map<std::string, std::pair<ino_t, timespec>> treeOf(const std::filesystem::path& folder) {
     std::map<std::string, std::pair<ino_t, timespec>> tree;
     for (const auto& item : std::filesystem::recursive_directory_iterator(folder)) {
@@ -40,7 +40,7 @@ bool isSame(const timespec& one, const timespec& other) {
 
 }  // namespace
 
-/** Takes the place of the C library's function in this program. */
+/** Replaces the function of the C library in this program. */
 extern "C" int syncfs(int fd) noexcept {
     struct stat info {};
     if (fstat(fd, &info) == 0) {

@@ -1,5 +1,5 @@
-// Every call to another library that an update or a rollback makes, failing in a run of its own: the old
-// firmware stays in force, or the new one is, whole.
+// Lets each call to another library fail once during an update or a rollback: afterwards either the old or
+// the new firmware is in force, and complete.
 #include "DocumentedErrors.h"
 #include "FailingCalls.h"
 #include "Lab.h"
@@ -27,7 +27,7 @@ using vtek::ErrorNumber;
 const UpdateOutcome kDone{"done"};
 const std::string kContent = "firmware";
 
-/** The update's end; what is thrown in it fails the face's call all the same. */
+/** Runs an update; an exception counts as the failure that the public functions make of it. */
 UpdateOutcome attempt(const Lab& lab) {
     try {
         return lab.update();
@@ -36,13 +36,7 @@ UpdateOutcome attempt(const Lab& lab) {
     }
 }
 
-std::vector<vtek::HistoryEntry> historyOf(const Lab& lab) {
-    const vtek::Root root = lab.root();
-    auto store = vtek::Store::open(root, vtek::Store::Mode::Read);
-    return *store->history();
-}
-
-/** The firmware in force is all there. */
+/** Expects that the firmware in force is complete. */
 void expectWholeFirmware(const Lab& lab) {
     const vtek::Root root = lab.root();
     auto store = vtek::Store::open(root, vtek::Store::Mode::Read);
@@ -58,8 +52,8 @@ void expectWholeFirmware(const Lab& lab) {
     EXPECT_EQ(test::readFile(chassis / "fw.fwp"), test::readFile(lab.payload()));
 }
 
-/** Whether an error can end a step of an update, by the call that docs/stand-in.md names for it; a step that
- * throws ends with a number of its own. */
+/** Whether docs/stand-in.md names the call of this step for its error number. A step that throws is not in
+ * the table. */
 bool isDocumentedFor(const UpdateOutcome& outcome) {
     static const std::map<std::string, std::string> kCalls{{"check", "IsPayloadSigned"},
                                                            {"start", "StartCopyFile"},
@@ -72,7 +66,7 @@ bool isDocumentedFor(const UpdateOutcome& outcome) {
     }
     static const auto rows = test::documentedErrors();
     return std::any_of(rows.begin(), rows.end(), [&](const test::DocumentedError& row) {
-        // Each step reads the state, which another one has opened.
+        // Each step but the commit reads the state, and so can fail like opening the session.
         const bool ofTheState = row.call == "secureWyndInit" && outcome.step != "commit";
         return row.number == static_cast<int>(outcome.number) && (row.call == call->second || ofTheState);
     });
@@ -86,7 +80,7 @@ bool rollBack(const vtek::Root& root) {
     return static_cast<bool>(undone);
 }
 
-/** A chassis with a small package, since there are many runs. */
+/** A chassis with a small package, because there are many runs. */
 class UpdateFailure : public testing::TestWithParam<Calls> {
 protected:
     UpdateFailure() {
@@ -94,10 +88,10 @@ protected:
         lab_.set("lock-wait", "0");
     }
 
-    /** Whether it cannot be told if the disk has taken a commit. */
+    /** Whether the outcome is unknown: after a failed sync the commit may or may not be on disk. */
     static bool isUnknown(const FailingCalls& failing) { return failing.name() == std::string("fdatasync"); }
 
-    /** Whether these calls fail for a reason that the table of errors knows; the others only lack memory. */
+    /** Whether a failure of these calls has its own row in the error table; the others run out of memory. */
     static bool isOfTheSystem() { return GetParam() == Calls::Files || GetParam() == Calls::Database; }
 
     Lab lab_;
@@ -110,7 +104,7 @@ TEST_P(UpdateFailure, KeepsOldOrNewFirmware) {
     FailingCalls failing(GetParam());
     do {
         const auto before = lab_.snapshot();
-        const std::size_t updates = historyOf(lab_).size();
+        const std::size_t updates = lab_.history().size();
         const UpdateOutcome outcome = failing.in([&] { return attempt(lab_); });
         SCOPED_TRACE(failing.name());
         expectWholeFirmware(lab_);
@@ -118,7 +112,7 @@ TEST_P(UpdateFailure, KeepsOldOrNewFirmware) {
         EXPECT_TRUE(outcome == kDone || !isOfTheSystem() || isDocumentedFor(outcome))
             << testing::PrintToString(outcome);
         if (outcome == kDone) {
-            EXPECT_EQ(historyOf(lab_).size() - updates, 1U);
+            EXPECT_EQ(lab_.history().size() - updates, 1U);
         } else if (outcome.number != ErrorNumber::CommitFailed) {
             EXPECT_EQ(lab_.snapshot(), before);
         }
@@ -130,14 +124,14 @@ TEST_P(UpdateFailure, KeepsEitherFirmwareOnRollback) {
     const vtek::Root root = lab_.root();
     FailingCalls failing(GetParam());
     do {
-        const std::size_t entries = historyOf(lab_).size();
+        const std::size_t entries = lab_.history().size();
         std::filesystem::create_directories(lab_.rootPath() / "staging/left/over");
         const bool undone = failing.in([&] { return rollBack(root); });
         SCOPED_TRACE(failing.name());
         expectWholeFirmware(lab_);
         EXPECT_TRUE(undone || failing.happened());
-        EXPECT_TRUE(historyOf(lab_).size() - entries == (undone ? 1U : 0U) || isUnknown(failing));
-        if (historyOf(lab_).size() > entries) {
+        EXPECT_TRUE(lab_.history().size() - entries == (undone ? 1U : 0U) || isUnknown(failing));
+        if (lab_.history().size() > entries) {
             EXPECT_EQ(lab_.update(), kDone);
         }
     } while (failing.happened());

@@ -27,13 +27,7 @@ using vtek::ErrorNumber;
 const UpdateOutcome kDone{"done"};
 const UpdateOutcome kNoCopy{"add", ErrorNumber::CopyFailed};
 
-std::vector<vtek::HistoryEntry> historyOf(const Lab& lab) {
-    const vtek::Root root = lab.root();
-    auto store = vtek::Store::open(root, vtek::Store::Mode::Read);
-    return *store->history();
-}
-
-/** A refused update leaves the whole root as it was, and the next plain one succeeds. */
+/** Expects that an update fails as given and changes nothing in the root. */
 void expectRefused(const Lab& lab, const UpdateOutcome& expected,
                    const std::function<void(const std::string&)>& before = {}) {
     const auto untouched = lab.snapshot();
@@ -41,7 +35,7 @@ void expectRefused(const Lab& lab, const UpdateOutcome& expected,
     EXPECT_EQ(lab.snapshot(), untouched);
 }
 
-/** Whether a descriptor is closed, or on the null device, where SQLite puts those that it finds closed. */
+/** Whether a descriptor is closed, or is /dev/null, which SQLite opens in place of a closed one. */
 bool isQuiet(int fd) {
     std::error_code none;
     const auto target = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd), none);
@@ -68,7 +62,7 @@ TEST(Update, InstallsFilesVersionAndHistory) {
     EXPECT_EQ(test::readFile(chassis / "main.bin"), std::string(100000, 'm'));
     EXPECT_EQ(test::readFile(chassis / "sub/readme.txt"), "hello");
     EXPECT_EQ(test::readFile(chassis / "fw.fwp"), test::readFile(lab.payload()));
-    const auto history = historyOf(lab);
+    const auto history = lab.history();
     ASSERT_EQ(history.size(), 1U);
     EXPECT_EQ(history[0].outcome, "updated");
     EXPECT_EQ(history[0].generation, 1);
@@ -163,7 +157,7 @@ TEST(Update, RefusesRepeatedSteps) {
     EXPECT_EQ(update.unpack().error().number, ErrorNumber::OutOfOrder);
     ASSERT_TRUE(update.commit());
     EXPECT_EQ(update.commit().error().number, ErrorNumber::OutOfOrder);
-    EXPECT_TRUE(vtek::Repository::open(root)) << "in force, it holds the repository no longer";
+    EXPECT_TRUE(vtek::Repository::open(root)) << "the lock is released after the commit";
 }
 
 TEST(Update, RefusesEmptyOrForeignDestination) {
@@ -179,7 +173,7 @@ TEST(Update, RefusesEmptyOrForeignDestination) {
     }
 }
 
-// The payload changes under the update's hands.
+// The payload changes during the update.
 
 TEST(Update, IgnoresPayloadReplacedAfterCheck) {
     for (const std::string moment : {"start", "add", "unpack", "commit"}) {
@@ -369,7 +363,7 @@ TEST(Update, AcceptsOverrideOnceForOneVersion) {
     expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
     lab.set("allow-version", "2.00");
     EXPECT_EQ(lab.update(), kDone);
-    EXPECT_TRUE(historyOf(lab).back().override);
+    EXPECT_TRUE(lab.history().back().override);
     expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
 }
 
@@ -396,7 +390,7 @@ TEST(Update, RefusesComponentRemovedBeforeCommit) {
     }),
               (UpdateOutcome{"commit", ErrorNumber::ComponentGone}));
     EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "repository"));
-    EXPECT_TRUE(historyOf(lab).empty());
+    EXPECT_TRUE(lab.history().empty());
 }
 
 // Hostile surroundings

@@ -1,4 +1,4 @@
-// The kernel's driver as the port sees it: this program's own poll and ioctl, which a test scripts.
+// Replaces poll and ioctl in this program to script the kernel's driver.
 #include "ipmi/IpmiDevice.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +13,7 @@
 
 namespace {
 
-/** What the driver does; each test sets what it needs. */
+/** The scripted driver; each test sets the calls it needs. */
 struct Driver {
     std::function<int(pollfd&, int timeout)> poll;
     std::function<int(ipmi_req&)> send;
