@@ -4,18 +4,18 @@
 #include <string>
 
 /**
- * The face of the platform's systems-management library, libvtek.so.0.
+ * The public interface of the platform's systems-management library, libvtek.so.0.
  *
  * Everything that touches the chassis controller goes through these names: the secure firmware repository
  * (WYND), the controller's inventory store (TVK), OEM IPMI requests, the library's own log and its string
- * helpers. The platform's library, the stand-in of this project and the doubles of its tests all implement
- * exactly this header. Nothing here may be called from two threads at once.
+ * helpers. The platform's library, this project's stand-in and its test doubles all implement exactly this
+ * header. Not thread-safe: only one thread at a time may call the library.
  */
 
 /** The kind of repository that the platform offers; a value outside 1..3 means none. */
 enum ewyndSupport : int { NO_WYND = 0, WYND_FULL = 1, WYND_LITE = 2, WYND_LITER = 3 };
 
-/** What a repository call is about: the controller's inventory, or the payload of an update. */
+/** The subject of a repository call: the controller's inventory, or the payload of an update. */
 enum exmlMode : int { QUERY_INVENTORY = 12, ADD_PAYLOAD = 16 };
 
 /** OEM IPMI requests; the value is the IPMI command byte. */
@@ -35,23 +35,23 @@ struct _EsmIPMICmdIoctlReq {
  */
 class secureWynd {
 public:
-    /** Prepares the library; isSuccess tells how that went. May throw std::bad_alloc. */
+    /** Prepares the library and sets isSuccess. May throw std::bad_alloc. */
     secureWynd();
     virtual ~secureWynd();
     secureWynd(const secureWynd&) = delete;
     secureWynd& operator=(const secureWynd&) = delete;
 
-    /** The kind of repository that is reachable; NO_WYND when there is none. */
+    /** Returns the kind of the reachable repository, NO_WYND if there is none. */
     ewyndSupport IsWyndPresent();
 
-    /** Opens the session; isSuccess tells afterwards whether it is open. */
+    /** Opens the session and sets isSuccess. */
     void secureWyndInit();
 
     /** Appends the controller's whole inventory, an SVMInventory document, to out. True on success. */
     bool QueryTVK(std::stringstream& out, exmlMode mode);
 
-    /** Locates the update's payload, verifies its signature and writes its full path into path. True on
-     *  success; path is untouched otherwise. */
+    /** Finds the update's payload, verifies its signature and stores its full path in path. True on success;
+     *  path stays unchanged otherwise. */
     bool IsPayloadSigned(std::string& path);
 
     /** Opens one copy transaction. True on success. */
@@ -67,10 +67,10 @@ public:
     /** Commits the transaction; the controller then takes the firmware. True on success. */
     bool EndCopyFile();
 
-    /** The number of the last failure, 0 when nothing has failed. */
+    /** The number of the last failure; 0 if nothing has failed. */
     int getVTEKError();
 
-    /** After construction: the library's preparation succeeded. After secureWyndInit: the session is open. */
+    /** After construction: the library is prepared. After secureWyndInit: the session is open. */
     bool isSuccess;
 
 private:
@@ -98,8 +98,8 @@ void logWyndMsg(const char* sourceFile, unsigned int line, const std::string& me
 /** The library's string helpers. */
 class CStringUtils {
 public:
-    /** text with its ASCII letters in lower case. */
+    /** Returns text with its ASCII letters in lower case. */
     static std::string toLowerCase(const std::string& text);
-    /** text without the white space at its two ends. */
+    /** Returns text without leading and trailing white space. */
     static std::string trim_string(const std::string& text);
 };

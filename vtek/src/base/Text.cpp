@@ -12,7 +12,7 @@ constexpr std::size_t kShownBytes = 80;  // of a name in a message: enough to re
 }  // namespace
 
 bool parseNumber(std::string_view text, std::uint64_t least, std::uint64_t most, std::uint64_t& value) {
-    // cppcheck-suppress danglingTemporaryLifetime ; the text outlives the call, whoever made it
+    // cppcheck-suppress danglingTemporaryLifetime ; the caller keeps the text alive
     const char* end = text.data() + text.size();
     const auto [reached, failure] = std::from_chars(text.data(), end, value);
     return failure == std::errc() && reached == end && value >= least && value <= most;
