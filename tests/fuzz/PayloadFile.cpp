@@ -71,7 +71,7 @@ void examine(std::string_view input) {
     static const std::filesystem::path kept = FUZZ_PAYLOAD;
     static const vtek::TrustStore trust = loadTrust(kept);
     static const std::string authentic = digestOf(readFile(kept / "signed-archive"));
-    const vtek::SignaturePolicy policy{kNow, vtek::Revocation::Required, {"Lab Signer"}};
+    const vtek::SignerPolicy policy{kNow, vtek::Revocation::Required, {"Lab Signer"}};
 
     const std::filesystem::path file = workingFolder() / "fw.fwp";
     writeFile(file, input);

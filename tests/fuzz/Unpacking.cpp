@@ -3,7 +3,7 @@
 #include "Harness.h"
 #include "TempDir.h"
 #include "base/File.h"
-#include "payload/Beneath.h"
+#include "payload/ConfinedFolder.h"
 #include "payload/Manifest.h"
 #include "payload/Unpack.h"
 
@@ -18,7 +18,7 @@ namespace test {
 namespace {
 
 namespace fs = std::filesystem;
-using vtek::Beneath;
+using vtek::ConfinedFolder;
 
 constexpr vtek::UnpackLimits kLimits{.entries = 16, .depth = 3, .totalBytes = 2 * 1024 * 1024, .ratio = 50};
 constexpr const char* kPrefix = "content";
@@ -129,11 +129,12 @@ struct Outcome {
     bool operator==(const Outcome&) const = default;
 };
 
-Outcome unpack(int archive, std::uint64_t length, const Surroundings& surroundings, Beneath::Method method) {
+Outcome unpack(int archive, std::uint64_t length, const Surroundings& surroundings,
+               ConfinedFolder::Method method) {
     surroundings.makeContent();
     const vtek::UniqueFd folder =
         vtek::openAt(vtek::kWorkingFolder, surroundings.target().string(), O_RDONLY | O_DIRECTORY);
-    Beneath target(folder.get(), method);
+    ConfinedFolder target(folder.get(), method);
     std::uint64_t counted = 0;
     const auto unpacked = vtek::unpackArchive(archive, length, target, kPrefix, kLimits,
                                               [&counted](std::uint64_t bytes) { counted += bytes; });
@@ -157,8 +158,9 @@ void examine(std::string_view input) {
     const fs::path file = workingFolder() / "archive";
     writeFile(file, input);
     const vtek::UniqueFd archive = vtek::openAt(vtek::kWorkingFolder, file.string(), O_RDONLY);
-    const Outcome byKernel = unpack(archive.get(), input.size(), surroundings, Beneath::Method::Kernel);
-    const Outcome bySteps = unpack(archive.get(), input.size(), surroundings, Beneath::Method::Steps);
+    const Outcome byKernel =
+        unpack(archive.get(), input.size(), surroundings, ConfinedFolder::Method::Openat2);
+    const Outcome bySteps = unpack(archive.get(), input.size(), surroundings, ConfinedFolder::Method::Steps);
     require(byKernel == bySteps, "the same outcome with openat2 and without");
     if (byKernel.manifest) {
         // A zip's entries may differ from its directory; an update compares the manifests of both.

@@ -3,7 +3,7 @@
 #include "base/File.h"
 #include "base/FileWriter.h"
 #include "base/Progress.h"
-#include "payload/Beneath.h"
+#include "payload/ConfinedFolder.h"
 #include "payload/Payload.h"
 #include "payload/Unpack.h"
 #include "trust/Fingerprint.h"
@@ -56,7 +56,7 @@ Result<UniqueFd> Update::createCopy(const std::string& destination) {
         return Error{ErrorNumber::DestinationInvalid,
                      "not a path within the repository: '" + destination + "'"};
     }
-    Beneath staging(staged_.get());
+    ConfinedFolder staging(staged_.get());
     UniqueFd copy;
     if (staging.makeFolders(std::string(parentOf(destination)))) {
         copy = staging.createFile(destination);
@@ -98,7 +98,7 @@ Status Update::unpack() {
     VTEK_TRY(require(Step::Added));
     VTEK_ASSIGN(const Settings settings, loadSettings(repository_->store()));
     Progress progress("unpack", checked_->payload.signedLength);
-    Beneath staging(staged_.get());
+    ConfinedFolder staging(staged_.get());
     VTEK_ASSIGN(const UnpackedContent content,
                 unpackArchive(copy_.get(), checked_->payload.signedLength, staging, place_, settings.unpack,
                               [&](std::uint64_t bytes) { progress.add(bytes); }));

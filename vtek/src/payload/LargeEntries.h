@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/File.h"
-#include "payload/EntryWriter.h"
+#include "payload/EntryExtractor.h"
 
 #include <atomic>
 #include <cstdint>
@@ -39,7 +39,7 @@ private:
         UniqueFd file;
         Status outcome;
     };
-    using Writer = std::optional<EntryWriter>;
+    using Writer = std::optional<EntryExtractor>;
 
     void writeItems(Writer& writer);
     Status writeItem(const Item& item, Writer& writer);

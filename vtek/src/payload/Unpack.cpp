@@ -1,8 +1,8 @@
 #include "payload/Unpack.h"
 
 #include "base/Text.h"
-#include "payload/Beneath.h"
-#include "payload/EntryWriter.h"
+#include "payload/ConfinedFolder.h"
+#include "payload/EntryExtractor.h"
 #include "payload/LargeEntries.h"
 #include "payload/UnpackBudget.h"
 
@@ -143,7 +143,7 @@ private:
 
     UnpackBudget budget_;
     bool skipsContent_;
-    EntryWriter writer_;
+    EntryExtractor writer_;
     LargeEntries largeEntries_;
     UnpackTarget& target_;
     std::string prefix_;

@@ -57,7 +57,7 @@ Status findSigners(CMS_ContentInfo* cms) {
     return {};
 }
 
-Status checkSigners(CMS_ContentInfo* cms, const TrustStore& trust, const SignaturePolicy& policy) {
+Status checkSigners(CMS_ContentInfo* cms, const TrustStore& trust, const SignerPolicy& policy) {
     VTEK_TRY(findSigners(cms));
     STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(cms);
     const CertificatesPtr certificates(CMS_get1_certs(cms));
@@ -178,7 +178,7 @@ Status checkSignatureFits(const SignedFile& file) {
 }
 
 Result<VerifiedSignature> verifySignature(const SignedFile& file, const TrustStore& trust,
-                                          const SignaturePolicy& policy, const ByteCounter& counter) {
+                                          const SignerPolicy& policy, const ByteCounter& counter) {
     startCrypto();
     VTEK_ASSIGN(const CmsPtr cms, parseSignature(file.signature));
     VTEK_TRY(checkSigners(cms.get(), trust, policy));

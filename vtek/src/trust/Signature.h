@@ -12,7 +12,7 @@
 namespace vtek {
 
 /** What a signer must be; handed to every check, kept nowhere. */
-struct SignaturePolicy {
+struct SignerPolicy {
     std::time_t now;  ///< the moment at which certificates and lists must be valid
     Revocation revocation;
     std::vector<std::string> signerNames;  ///< the common names that are accepted; empty for all
@@ -33,7 +33,7 @@ struct VerifiedSignature {
  * store and satisfy the policy.
  */
 Result<VerifiedSignature> verifySignature(const SignedFile& file, const TrustStore& trust,
-                                          const SignaturePolicy& policy, const ByteCounter& counter);
+                                          const SignerPolicy& policy, const ByteCounter& counter);
 
 /**
  * Checks that a file's signature covers its content, not who signed. Never use it to decide trust.

@@ -148,7 +148,7 @@ int passMissingList(int ok, X509_STORE_CTX* context) {
 }
 
 Status checkChain(X509* certificate, STACK_OF(X509) * helpers, const TrustStore& trust,
-                  const SignaturePolicy& policy) {
+                  const SignerPolicy& policy) {
     const X509StoreContextPtr context(X509_STORE_CTX_new());
     if (!context || X509_STORE_CTX_init(context.get(), trust.store.get(), certificate, helpers) != 1) {
         return Error{ErrorNumber::Internal, "no context for the chain: " + cryptoError()};
@@ -178,7 +178,7 @@ X509* signerCertificate(CMS_SignerInfo* signer) {
 }
 
 Status checkSigner(CMS_SignerInfo* signer, STACK_OF(X509) * certificates, const TrustStore& trust,
-                   const SignaturePolicy& policy) {
+                   const SignerPolicy& policy) {
     X509* certificate = signerCertificate(signer);
     if (CMS_signed_get_attr_count(signer) <= 0) {
         return refused(ErrorNumber::SignatureMalformed, certificate, "signed without attributes");

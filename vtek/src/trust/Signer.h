@@ -13,7 +13,7 @@ namespace vtek {
  * trusted
  */
 Status checkSigner(CMS_SignerInfo* signer, STACK_OF(X509) * certificates, const TrustStore& trust,
-                   const SignaturePolicy& policy);
+                   const SignerPolicy& policy);
 
 /** The certificate that belongs to a signer, or null; owned by the signature. */
 X509* signerCertificate(CMS_SignerInfo* signer);

@@ -1,7 +1,7 @@
 #include "Lab.h"
 #include "authoring/PackageDescription.h"
 #include "authoring/PayloadWriter.h"
-#include "payload/Beneath.h"
+#include "payload/ConfinedFolder.h"
 #include "payload/Payload.h"
 #include "payload/Unpack.h"
 #include "trust/TrustStore.h"
@@ -51,7 +51,7 @@ protected:
         const vtek::UniqueFd file = vtek::openAt(vtek::kWorkingFolder, made().string(), O_RDONLY);
         const vtek::UniqueFd folder =
             vtek::openAt(vtek::kWorkingFolder, target.string(), O_RDONLY | O_DIRECTORY);
-        vtek::Beneath beneath(folder.get());
+        vtek::ConfinedFolder beneath(folder.get());
         const auto unpacked = vtek::unpackArchive(file.get(), fs::file_size(made()), beneath, "", kLimits,
                                                   [](std::uint64_t) {});
         EXPECT_TRUE(unpacked) << unpacked.error().message;

@@ -1,6 +1,6 @@
 // What the archives themselves may and may not say, before the names in them count.
 #include "Lab.h"
-#include "payload/Beneath.h"
+#include "payload/ConfinedFolder.h"
 #include "payload/Unpack.h"
 
 #include <fcntl.h>
@@ -44,7 +44,7 @@ TEST(ArchiveReader, TakesInTheArchiveAndNothingBehindIt) {
         const auto source = vtek::openAt(vtek::kWorkingFolder, (lab.aside() / "archive").string(), O_RDONLY);
         const test::TempDir target;
         const auto folder = vtek::openAt(vtek::kWorkingFolder, target.path().string(), O_RDONLY);
-        vtek::Beneath beneath(folder.get());
+        vtek::ConfinedFolder beneath(folder.get());
         std::uint64_t taken = 0;
         const vtek::UnpackLimits limits{100, 10, 1000000, 200};
         ASSERT_TRUE(unpackArchive(source.get(), archive.size(), beneath, "", limits,

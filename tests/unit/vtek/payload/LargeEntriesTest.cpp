@@ -1,6 +1,6 @@
 // Large entries of a zip, which two threads write.
 #include "Lab.h"
-#include "payload/Beneath.h"
+#include "payload/ConfinedFolder.h"
 #include "payload/LargeEntries.h"
 #include "payload/Unpack.h"
 
@@ -58,7 +58,7 @@ public:
 
     vtek::Result<vtek::UnpackedContent> unpack(const vtek::UnpackLimits& limits = kLimits) {
         const auto folder = vtek::openAt(vtek::kWorkingFolder, (folder_ / "content").string(), O_RDONLY);
-        vtek::Beneath beneath(folder.get());
+        vtek::ConfinedFolder beneath(folder.get());
         return unpackTo(beneath, limits);
     }
 

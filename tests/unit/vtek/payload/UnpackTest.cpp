@@ -1,6 +1,6 @@
 #include "Lab.h"
 #include "payload/ArchiveReader.h"
-#include "payload/Beneath.h"
+#include "payload/ConfinedFolder.h"
 #include "payload/Unpack.h"
 
 #include <fcntl.h>
@@ -294,9 +294,10 @@ TEST(Unpack, AZipThatDeclaresTooManyEntriesIsRefusedBeforeItIsRead) {
     expectRefused(lab, archive, ErrorNumber::ArchiveTooLarge);
 }
 
-class BothWaysToCreate : public testing::TestWithParam<vtek::Beneath::Method> {};
+class BothWaysToCreate : public testing::TestWithParam<vtek::ConfinedFolder::Method> {};
 INSTANTIATE_TEST_SUITE_P(Unpack, BothWaysToCreate,
-                         testing::Values(vtek::Beneath::Method::Kernel, vtek::Beneath::Method::Steps));
+                         testing::Values(vtek::ConfinedFolder::Method::Openat2,
+                                         vtek::ConfinedFolder::Method::Steps));
 
 TEST(Unpack, AZipWhoseDirectoryCannotBeReadIsNoArchive) {
     EXPECT_EQ(vtek::ArchiveReader::open(-1, 100, 10).error().number, ErrorNumber::ArchiveInvalid);
@@ -310,7 +311,7 @@ TEST_P(BothWaysToCreate, GiveTheSameFiles) {
     test::writeFile(lab.aside() / "archive", archive);
     const auto source = vtek::openAt(vtek::kWorkingFolder, (lab.aside() / "archive").string(), O_RDONLY);
     const auto folder = vtek::openAt(vtek::kWorkingFolder, target.path().string(), O_RDONLY);
-    vtek::Beneath beneath(folder.get(), GetParam());
+    vtek::ConfinedFolder beneath(folder.get(), GetParam());
     const vtek::UnpackLimits limits{100, 10, 1000000, 200};
     const auto content = unpackArchive(source.get(), archive.size(), beneath, "Chassis", limits, [](auto) {});
     ASSERT_TRUE(content) << content.error().message;

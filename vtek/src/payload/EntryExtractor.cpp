@@ -1,4 +1,4 @@
-#include "payload/EntryWriter.h"
+#include "payload/EntryExtractor.h"
 
 #include "base/FileWriter.h"
 #include "base/Text.h"
@@ -14,15 +14,15 @@ constexpr std::size_t kBlockSize = 64 * 1024;
 
 }  // namespace
 
-EntryWriter::EntryWriter(ArchiveReader reader, UnpackBudget& budget)
+EntryExtractor::EntryExtractor(ArchiveReader reader, UnpackBudget& budget)
     : reader_(std::move(reader)), budget_(budget), block_(kBlockSize) {}
 
-Result<std::optional<ArchiveEntry>> EntryWriter::next() {
+Result<std::optional<ArchiveEntry>> EntryExtractor::next() {
     ++count_;
     return reader_.next();
 }
 
-Status EntryWriter::write(const ArchiveEntry& entry, int file, std::string* copy) {
+Status EntryExtractor::write(const ArchiveEntry& entry, int file, std::string* copy) {
     FileWriter writer(file);
     std::uint64_t written = 0;
     for (;;) {

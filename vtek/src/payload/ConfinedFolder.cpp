@@ -1,4 +1,4 @@
-#include "payload/Beneath.h"
+#include "payload/ConfinedFolder.h"
 
 #include <fcntl.h>
 #include <linux/openat2.h>
@@ -50,8 +50,8 @@ UniqueFd openBySteps(int folder, std::string_view path, int flags, mode_t mode) 
 
 }  // namespace
 
-UniqueFd Beneath::open(const std::string& path, int flags, mode_t mode) {
-    if (method_ == Method::Kernel) {
+UniqueFd ConfinedFolder::open(const std::string& path, int flags, mode_t mode) {
+    if (method_ == Method::Openat2) {
         UniqueFd fd = openByKernel(folder_, path, flags, mode);
         // An old kernel, or a sandbox that does not know the call.
         if (fd || (errno != ENOSYS && errno != EPERM)) {
@@ -62,11 +62,11 @@ UniqueFd Beneath::open(const std::string& path, int flags, mode_t mode) {
     return openBySteps(folder_, path, flags, mode);
 }
 
-UniqueFd Beneath::openFolder(const std::string& path) {
+UniqueFd ConfinedFolder::openFolder(const std::string& path) {
     return open(path.empty() ? "." : path, O_RDONLY | O_DIRECTORY, 0);
 }
 
-bool Beneath::makeFolders(const std::string& path) {
+bool ConfinedFolder::makeFolders(const std::string& path) {
     if (path.empty()) {
         return true;
     }
@@ -85,7 +85,7 @@ bool Beneath::makeFolders(const std::string& path) {
     return above && mkdirat(above.get(), name.c_str(), kFolderMode) == 0;
 }
 
-UniqueFd Beneath::createFile(const std::string& path) {
+UniqueFd ConfinedFolder::createFile(const std::string& path) {
     return open(path, O_RDWR | O_CREAT | O_EXCL, kFileMode);
 }
 

@@ -1,5 +1,5 @@
 #include "TempDir.h"
-#include "payload/Beneath.h"
+#include "payload/ConfinedFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -8,10 +8,10 @@
 
 namespace {
 
-using vtek::Beneath;
+using vtek::ConfinedFolder;
 
 /** Every promise holds for both ways of walking a path. */
-class BothWays : public testing::TestWithParam<Beneath::Method> {
+class BothWays : public testing::TestWithParam<ConfinedFolder::Method> {
 protected:
     BothWays()
         : top_(folder_ / "top"),
@@ -27,9 +27,10 @@ protected:
     test::TempDir folder_;
     std::filesystem::path top_;
     vtek::UniqueFd fd_;
-    Beneath beneath_;
+    ConfinedFolder beneath_;
 };
-INSTANTIATE_TEST_SUITE_P(Beneath, BothWays, testing::Values(Beneath::Method::Kernel, Beneath::Method::Steps));
+INSTANTIATE_TEST_SUITE_P(ConfinedFolder, BothWays,
+                         testing::Values(ConfinedFolder::Method::Openat2, ConfinedFolder::Method::Steps));
 
 TEST_P(BothWays, MakesFilesAndFolders) {
     EXPECT_TRUE(beneath_.makeFolders("a/b/c"));
@@ -42,7 +43,7 @@ TEST_P(BothWays, MakesFilesAndFolders) {
 
 TEST_P(BothWays, RefusesWhatLeadsOutside) {
     for (const std::string path : {"../new", "inner/../../new", "/tmp/new", "up/new", "", "inner//new"}) {
-        if (path == "inner//new" && GetParam() == Beneath::Method::Kernel) {
+        if (path == "inner//new" && GetParam() == ConfinedFolder::Method::Openat2) {
             continue;  // the same place for the kernel
         }
         EXPECT_FALSE(beneath_.createFile(path)) << path;

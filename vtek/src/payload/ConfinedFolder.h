@@ -11,13 +11,13 @@ namespace vtek {
  * Makes files and folders beneath one folder and never anywhere else: relative paths only, and no link on the
  * way is ever followed.
  */
-class Beneath : public UnpackTarget {
+class ConfinedFolder : public UnpackTarget {
 public:
     /** How a path is walked: by the kernel in one call, or folder by folder where it cannot. */
     enum class Method { Kernel, Steps };
 
     /** @param folder  stays the caller's and must live as long as this object */
-    explicit Beneath(int folder, Method method = Method::Kernel) : folder_(folder), method_(method) {}
+    explicit ConfinedFolder(int folder, Method method = Method::Openat2) : folder_(folder), method_(method) {}
 
     /** Opens a folder; an empty path is the folder itself. @return empty on failure, with errno set */
     UniqueFd openFolder(const std::string& path);

@@ -11,10 +11,10 @@
 namespace vtek {
 
 /** Goes through an archive's entries, and writes those that are wanted to files. */
-class EntryWriter {
+class EntryExtractor {
 public:
     /** @param budget  shared with all writers of the archive; outlives this one */
-    EntryWriter(ArchiveReader reader, UnpackBudget& budget);
+    EntryExtractor(ArchiveReader reader, UnpackBudget& budget);
 
     /** Goes on to the next entry; absent at the archive's end. */
     Result<std::optional<ArchiveEntry>> next();
