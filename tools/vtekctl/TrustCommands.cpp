@@ -3,7 +3,7 @@
 #include "PrintJson.h"
 #include "TextTable.h"
 #include "base/File.h"
-#include "payload/Unpack.h"
+#include "payload/EntryNames.h"
 #include "trust/TrustStore.h"
 
 #include <fcntl.h>

@@ -164,11 +164,11 @@ class Sign(VtekctlCase):
                 (self.content / name).unlink()
         (self.content / "link").symlink_to("release.txt")
         self.assert_refused(802, "sign", *self.recipe(), *self.signer(), "-o", self.payload, status=USAGE,
-                            saying="is no plain file and no folder")
+                            saying="is neither a regular file nor a folder")
         (self.content / "link").unlink()
         os.mkfifo(self.content / "fifo")
         self.assert_refused(802, "sign", *self.recipe(), *self.signer(), "-o", self.payload, status=USAGE,
-                            saying="is no plain file and no folder")
+                            saying="is neither a regular file nor a folder")
         self.assert_nothing_made()
 
     def test_descriptions_that_say_too_little_are_refused(self):

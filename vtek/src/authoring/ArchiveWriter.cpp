@@ -4,8 +4,6 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 
 #include <system_error>
 
@@ -13,7 +11,7 @@ namespace vtek {
 
 namespace {
 
-constexpr std::size_t kBlockSize = 64 * 1024;
+constexpr std::size_t kBlockSize = 64 * 1024;  // bytes of one read
 constexpr mode_t kFileMode = 0644;
 constexpr mode_t kProgramMode = 0755;
 constexpr mode_t kFolderMode = 0755;
@@ -33,10 +31,12 @@ ArchiveWriter::ArchiveWriter(int fd, ArchiveFormat format, std::optional<std::ti
     if (format == ArchiveFormat::Zip) {
         archive_write_set_format_zip(writer_.get());
     } else {
+        // Plain ustar where that suffices; long names and large files get a pax header.
         archive_write_set_format_pax_restricted(writer_.get());
     }
     if (format == ArchiveFormat::TarGz) {
         archive_write_add_filter_gzip(writer_.get());
+        // gzip's header would hold the time of writing.
         archive_write_set_filter_option(writer_.get(), "gzip", "timestamp", nullptr);
     }
     archive_write_open_fd(writer_.get(), fd);
@@ -60,18 +60,13 @@ Status ArchiveWriter::addProgram(const std::string& name, const std::filesystem:
 }
 
 Status ArchiveWriter::copyFile(const std::string& name, const std::filesystem::path& file, mode_t mode) {
-    const UniqueFd source = openAt(kWorkingFolder, file.string(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-    struct stat info {};
-    if (!source || fstat(source.get(), &info) != 0) {
-        return systemError(ErrorNumber::InvalidArgument, "open " + file.string());
-    }
-    if (!S_ISREG(info.st_mode)) {
-        return Error{ErrorNumber::InvalidArgument, file.string() + " is no plain file"};
-    }
-    auto left = static_cast<std::uint64_t>(info.st_size);
+    VTEK_ASSIGN(const RegularFile source, openRegularFile(kWorkingFolder, file.string(), Links::Refused,
+                                                          file.string(), ErrorNumber::InvalidArgument));
+    // The header, written first, declares the size: the content must have exactly that many bytes.
+    std::uint64_t left = source.size();
     VTEK_TRY(header(name, AE_IFREG, mode, left));
     for (;;) {
-        const ssize_t n = readFully(source.get(), block_.data(), block_.size());
+        const ssize_t n = readFully(source.fd.get(), block_.data(), block_.size());
         if (n < 0) {
             return systemError(ErrorNumber::InvalidArgument, "read " + file.string());
         }
@@ -91,7 +86,8 @@ Status ArchiveWriter::copy(const ArchiveEntry& entry, ArchiveReader& reader) {
         return addFolder(entry.name);
     }
     if (entry.kind != ArchiveEntry::Kind::File || !entry.size) {
-        return Error{ErrorNumber::InvalidArgument, entry.name + " is no plain file of a declared size"};
+        return Error{ErrorNumber::InvalidArgument,
+                     entry.name + " is not a regular file with a declared size"};
     }
     VTEK_TRY(header(entry.name, AE_IFREG, kFileMode, *entry.size));
     for (;;) {
@@ -127,6 +123,7 @@ Status ArchiveWriter::data(const void* bytes, std::size_t size) {
 Error ArchiveWriter::failed() const {
     const char* reason = archive_error_string(writer_.get());
     std::string message = std::string("write the archive: ") + (reason == nullptr ? "failed" : reason);
+    // libarchive's text often lacks the reason of the system.
     if (const int number = archive_errno(writer_.get()); number > 0) {
         message += ": " + std::generic_category().message(number);
     }

@@ -17,30 +17,30 @@ namespace vtek {
 enum class ArchiveFormat { Tar, TarGz, Zip };
 
 /**
- * Writes entries into one archive. Nothing of the machine goes with them: no owner, no time but the one that
- * is given for all, so that equal input gives equal bytes.
+ * Writes the entries of one archive. It records neither owners nor the files' own times and modes, so that
+ * equal input gives equal bytes.
  */
 class ArchiveWriter {
 public:
     /**
      * @param fd    the archive's file; stays the caller's
-     * @param time  the time of every entry; none is written without one
+     * @param time  the time of every entry; empty for none
      */
     ArchiveWriter(int fd, ArchiveFormat format, std::optional<std::time_t> time = {});
 
     Status addFolder(const std::string& name);
     Status addText(const std::string& name, const std::string& text);
 
-    /** Copies a regular file. */
+    /** Copies a regular file. A symbolic link is refused. */
     Status addFile(const std::string& name, const std::filesystem::path& file);
 
-    /** Copies a regular file that may be run once it is unpacked. */
+    /** Like addFile, with the mode of an executable. */
     Status addProgram(const std::string& name, const std::filesystem::path& file);
 
-    /** Copies the current entry of another archive, whose size must be declared there. */
+    /** Copies the current entry of another archive, which must declare its size. */
     Status copy(const ArchiveEntry& entry, ArchiveReader& reader);
 
-    /** Ends the archive; without it the file is not whole. */
+    /** Completes the archive. Call it last; without it the file is truncated. */
     Status finish();
 
 private:

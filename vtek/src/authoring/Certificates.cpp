@@ -13,7 +13,7 @@ namespace vtek {
 
 namespace {
 
-constexpr unsigned int kRsaBits = 3072;
+constexpr unsigned int kRsaBits = 3072;  // as strong as P-256
 constexpr long kSecondsPerDay = 24 * 60 * 60;
 
 struct FreeExtension {
@@ -28,11 +28,12 @@ Error failed(const char* what) {
 }
 
 Status setSerial(X509* certificate) {
-    std::array<unsigned char, 16> random{};
+    std::array<unsigned char, 16> random{};  // at most 20 bytes, by RFC 5280; 8 random ones would do
     if (RAND_bytes(random.data(), static_cast<int>(random.size())) != 1) {
         return failed("random serial number");
     }
-    random[0] = static_cast<unsigned char>((random[0] & 0x7F) | 0x40);  // positive, and never shorter
+    // Bit 7 clear: the number is positive. Bit 6 set: it has the same length in every certificate.
+    random[0] = static_cast<unsigned char>((random[0] & 0x7F) | 0x40);
     if (ASN1_STRING_set(X509_get_serialNumber(certificate), random.data(), static_cast<int>(random.size())) !=
         1) {
         return failed("serial number");
@@ -40,7 +41,7 @@ Status setSerial(X509* certificate) {
     return {};
 }
 
-/** OpenSSL takes no name that is empty, longer than 64 characters, or not in UTF-8. */
+/** OpenSSL refuses a name that is empty, longer than 64 characters, or not UTF-8. */
 Status setCommonName(X509* certificate, const std::string& name) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(name.data());
     if (X509_NAME_add_entry_by_NID(X509_get_subject_name(certificate), NID_commonName, MBSTRING_UTF8, bytes,
@@ -79,7 +80,7 @@ Status revoke(X509_CRL* list, const X509* certificate, ASN1_TIME* since) {
         X509_CRL_add0_revoked(list, entry.get()) != 1) {
         return failed("revoke a certificate");
     }
-    static_cast<void>(entry.release());  // the list has it now
+    static_cast<void>(entry.release());  // the list owns it
     return {};
 }
 

@@ -9,15 +9,15 @@
 
 namespace vtek {
 
-/** What a new certificate is to say. */
+/** The content of a certificate to be issued. */
 struct CertificateRequest {
     std::string commonName;
     std::time_t validFrom;
     std::time_t validTo;
     bool authority = false;
-    std::string keyUsage{};          ///< as in OpenSSL's configuration; empty for none
-    std::string extendedKeyUsage{};  ///< as in OpenSSL's configuration; empty for none
-    const EVP_MD* digest = nullptr;  ///< null for SHA-256
+    std::string keyUsage{};          ///< in the syntax of OpenSSL's configuration file; empty for none
+    std::string extendedKeyUsage{};  ///< likewise
+    const EVP_MD* digest = nullptr;  ///< of its signature; null for SHA-256
 };
 
 /** A certificate with its private key. */
@@ -26,24 +26,32 @@ struct Identity {
     KeyPtr key;
 };
 
-/** A key on the curve P-256. */
+/** Generates a key on the curve P-256. */
 Result<KeyPtr> makeEcKey();
 
-/** An RSA key of 3072 bits, whose signatures over equal bytes are equal. */
+/** Generates an RSA key of 3072 bits. Its signatures over equal bytes are equal. */
 Result<KeyPtr> makeRsaKey();
 
-/** Makes a certificate for a key. The common name has 1 to 64 characters of UTF-8; another one is an invalid
- * argument. @param issuer  null for one that is signed by itself */
+/**
+ * Issues a certificate for a key. InvalidArgument when the common name does not have 1 to 64 characters of
+ * UTF-8.
+ *
+ * @param issuer  null for a self-signed certificate
+ */
 Result<Identity> issueCertificate(const CertificateRequest& request, KeyPtr key, const Identity* issuer);
 
-/** A request for an authority, and for a signer that this system accepts. */
+/** The request of an authority, valid for some days from now. */
 CertificateRequest authorityRequest(const std::string& commonName, std::time_t now, int days);
+
+/** The request of a signer that verifySignature accepts. */
 CertificateRequest signerRequest(const std::string& commonName, std::time_t now, int days);
 
-/** An authority's list of the certificates that it has revoked; their lifetime is the list's. */
+/** An authority's list of the certificates that it has revoked, valid between two times. Each certificate
+ * counts as revoked from the first of them. */
 Result<RevocationListPtr> makeRevocationList(const Identity& authority, std::time_t from, std::time_t to,
                                              const std::vector<const X509*>& revoked);
 
+/** The PEM text of a certificate, a revocation list, or a private key without encryption. */
 std::string toPem(X509* certificate);
 std::string toPem(X509_CRL* list);
 std::string toPem(EVP_PKEY* key);

@@ -13,7 +13,9 @@ namespace vtek {
 
 namespace {
 
-constexpr std::size_t kBound = 16 * 1024 * 1024;
+constexpr std::size_t kMaxFile = 16 * 1024 * 1024;  // bytes; a package with 10,000 dependencies has a few MiB
+
+// The first device and the last version: what the update program takes from a document with several.
 constexpr const char* kComponentId = "string((//SoftwareComponent/SupportedDevices/Device)[1]/@componentID)";
 constexpr const char* kVersion = "string((//SoftwareComponent)[last()]/@vendorVersion)";
 
@@ -24,7 +26,7 @@ struct FreeXPath {
 using XPathContextPtr = std::unique_ptr<xmlXPathContext, FreeXPath>;
 using XPathObjectPtr = std::unique_ptr<xmlXPathObject, FreeXPath>;
 
-/** The value of an expression that is a text; absent when there is no memory for it. */
+/** The text that an expression yields; empty when memory runs out. */
 std::optional<std::string> textAt(xmlXPathContext* context, const char* expression) {
     const XPathObjectPtr value(xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression), context));
     return value ? std::optional<std::string>(toChars(value->stringval)) : std::nullopt;
@@ -36,19 +38,19 @@ Result<PackageDescription> readPackageDescription(int folder, const std::string&
                                                   ErrorNumber onFailure) {
     VTEK_ASSIGN(const RegularFile file, openRegularFile(folder, path, Links::Followed, path, onFailure));
     std::string xml;
-    if (!readWhole(file.fd.get(), kBound, xml)) {
+    if (!readWhole(file.fd.get(), kMaxFile, xml)) {
         return systemError(onFailure, "read " + path);
     }
     const XmlDocPtr document(
         xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr, kXmlOptions));
     if (!document || document->intSubset != nullptr) {
-        return Error{onFailure, path + " is no well-formed XML without a document type"};
+        return Error{onFailure, path + " is not well-formed XML, or has a document type"};
     }
     const XPathContextPtr context(xmlXPathNewContext(document.get()));
     const auto componentId = textAt(context.get(), kComponentId);
     const auto version = textAt(context.get(), kVersion);
     if (!componentId || !version) {
-        return Error{ErrorNumber::Internal, "no memory to look into " + path};
+        return Error{ErrorNumber::Internal, "not enough memory to read " + path};
     }
     if (componentId->empty()) {
         return Error{onFailure, path + " names no component: its first supported device has no componentID"};

@@ -6,16 +6,18 @@
 
 namespace vtek {
 
-/** What a package.xml says about the component that the package is for. */
+/** What a package.xml says about the component that the package updates. */
 struct PackageDescription {
     std::string componentId;  ///< of the first supported device
     std::string version;
 };
 
 /**
- * Reads a package.xml as the update program does.
+ * Reads a package.xml as the update program does. The file may be a symbolic link.
  *
- * @param onFailure  the number for a file that cannot be read, is no such document or names no component
+ * @param folder     the folder that a relative path starts from
+ * @param onFailure  the number for a file that cannot be read, is not well-formed, has a document type, or
+ * names no component
  */
 Result<PackageDescription> readPackageDescription(int folder, const std::string& path, ErrorNumber onFailure);
 

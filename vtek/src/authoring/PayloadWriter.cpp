@@ -1,8 +1,8 @@
 #include "authoring/PayloadWriter.h"
 
 #include "base/File.h"
+#include "payload/EntryNames.h"
 #include "payload/Payload.h"
-#include "payload/Unpack.h"
 #include "trust/Digest.h"
 
 #include <algorithm>
@@ -11,13 +11,13 @@ namespace vtek {
 
 namespace {
 
-constexpr std::uint64_t kAnyNumber = 1000000;
+constexpr std::uint64_t kMaxEntries = 1000000;  // of a source archive: ours to trust, so a high bound
 
 Error invalidArgument(const std::string& reason) {
     return {ErrorNumber::InvalidArgument, reason};
 }
 
-/** Everything below a folder, in the order of the names. */
+/** The paths of everything below a folder, sorted. The order on disk differs between machines. */
 Result<std::vector<std::filesystem::path>> listTree(const std::filesystem::path& folder) {
     std::vector<std::filesystem::path> paths;
     std::error_code failure;
@@ -32,7 +32,7 @@ Result<std::vector<std::filesystem::path>> listTree(const std::filesystem::path&
     return paths;
 }
 
-/** A name that no chassis would take is refused while it can still be changed. */
+/** Refuses a name now that every update would refuse later. */
 Status checkName(std::string name) {
     if (name.ends_with('/')) {
         name.pop_back();
@@ -41,7 +41,7 @@ Status checkName(std::string name) {
         return Error{ErrorNumber::EntryName, "the name '" + name + "' is not allowed in a payload"};
     }
     if (name == kManifestName) {
-        return invalidArgument("the content has a manifest.xml of its own");
+        return invalidArgument("the content already has a manifest.xml");
     }
     return {};
 }
@@ -57,7 +57,7 @@ Status addFolderContent(ArchiveWriter& writer, const std::filesystem::path& fold
         } else if (std::filesystem::is_regular_file(status)) {
             VTEK_TRY(writer.addFile(name, path));
         } else {
-            return invalidArgument(path.string() + " is no plain file and no folder");
+            return invalidArgument(path.string() + " is neither a regular file nor a folder");
         }
     }
     return {};
@@ -66,7 +66,7 @@ Status addFolderContent(ArchiveWriter& writer, const std::filesystem::path& fold
 Status addArchiveContent(ArchiveWriter& writer, const std::filesystem::path& file) {
     VTEK_ASSIGN(const RegularFile source, openRegularFile(kWorkingFolder, file.string(), Links::Followed,
                                                           file.string(), ErrorNumber::InvalidArgument));
-    VTEK_ASSIGN(ArchiveReader reader, ArchiveReader::open(source.fd.get(), source.size(), kAnyNumber));
+    VTEK_ASSIGN(ArchiveReader reader, ArchiveReader::open(source.fd.get(), source.size(), kMaxEntries));
     for (;;) {
         VTEK_ASSIGN(const auto entry, reader.next());
         if (!entry) {
@@ -81,6 +81,7 @@ bool addSigner(CMS_ContentInfo* cms, const Identity& signer, unsigned int flags,
                std::optional<std::time_t> signingTime) {
     CMS_SignerInfo* const info =
         CMS_add1_signer(cms, signer.certificate.get(), signer.key.get(), EVP_sha256(), flags);
+    // A default must not depend on the clock: signing again gives the same bytes.
     const TimePtr given(signingTime ? ASN1_TIME_set(nullptr, *signingTime) : nullptr);
     const ASN1_TIME* time = signingTime ? given.get() : X509_get0_notBefore(signer.certificate.get());
     return info != nullptr && time != nullptr &&
@@ -99,15 +100,16 @@ Status writeArchive(int fd, ArchiveFormat format, const Manifest& manifest,
 }
 
 Result<std::string> signFile(const std::filesystem::path& file, const Identity& signer,
-                             const std::vector<CertificatePtr>& helpers,
+                             const std::vector<CertificatePtr>& intermediates,
                              std::optional<std::time_t> signingTime) {
     startCrypto();
+    // Binary: no conversion of line ends. Partial: signers and certificates are added before CMS_final signs.
     constexpr unsigned int kFlags = CMS_BINARY | CMS_DETACHED | CMS_PARTIAL;
     const BioPtr content(BIO_new_file(file.c_str(), "rb"));
     const CmsPtr cms(CMS_sign(nullptr, nullptr, nullptr, nullptr, kFlags));
     bool made = content && cms && addSigner(cms.get(), signer, kFlags, signingTime);
-    for (const auto& helper : helpers) {
-        made = made && CMS_add1_cert(cms.get(), helper.get()) == 1;
+    for (const auto& intermediate : intermediates) {
+        made = made && CMS_add1_cert(cms.get(), intermediate.get()) == 1;
     }
     if (!made || CMS_final(cms.get(), content.get(), nullptr, kFlags) != 1) {
         return Error{ErrorNumber::InvalidArgument, "sign " + file.string() + ": " + cryptoError()};

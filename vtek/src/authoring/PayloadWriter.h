@@ -13,29 +13,31 @@
 namespace vtek {
 
 /**
- * Writes an archive: the manifest, then everything below a folder in the order of the names, or every entry
- * of another archive. Owners and times are left out, so that equal input gives equal bytes.
+ * Writes an archive: first the manifest, then everything below a folder, sorted by name, or every entry of
+ * another archive. Equal input gives equal bytes: owners and times are not recorded.
  *
- * @param fd  the archive's file; stays the caller's
+ * @param fd       the archive's file; stays the caller's
+ * @param content  a folder or an archive
  */
 Status writeArchive(int fd, ArchiveFormat format, const Manifest& manifest,
                     const std::filesystem::path& content);
 
 /**
- * Signs a file's bytes, detached, with SHA-256. With an RSA key, equal input gives an equal signature.
+ * Makes a detached signature of a file, with SHA-256. With an RSA key, equal input gives an equal signature.
  *
- * @param helpers      certificates between the signer and its trusted authority, to go with the signature
- * @param signingTime  what the signature says about its time; else the beginning of the signer's certificate
- * @return a DER CMS
+ * @param intermediates  certificates between the signer and its trusted authority, included in the signature
+ * @param signingTime    recorded in the signature; empty for the first moment of the signer's certificate
+ * @return the CMS in DER
  */
 Result<std::string> signFile(const std::filesystem::path& file, const Identity& signer,
-                             const std::vector<CertificatePtr>& helpers,
+                             const std::vector<CertificatePtr>& intermediates,
                              std::optional<std::time_t> signingTime = {});
 
-/** Makes a payload of an archive that ends where the descriptor stands: adds signature and trailer. */
+/** Turns an archive into a payload: writes signature and trailer at the descriptor's offset, which must be
+ * the archive's end. */
 Status appendSignature(int fd, const std::string& signature);
 
-/** SHA-256 of a file, as a manifest wants it. */
+/** The SHA-256 of a file as a manifest holds it: 64 lower-case hexadecimal digits. */
 Result<std::string> digestOf(const std::filesystem::path& file);
 
 }  // namespace vtek

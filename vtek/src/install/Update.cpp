@@ -4,6 +4,7 @@
 #include "base/FileWriter.h"
 #include "base/Progress.h"
 #include "payload/ConfinedFolder.h"
+#include "payload/EntryNames.h"
 #include "payload/Payload.h"
 #include "payload/Unpack.h"
 #include "trust/Fingerprint.h"

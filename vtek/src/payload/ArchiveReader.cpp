@@ -18,18 +18,23 @@ namespace vtek {
 
 namespace {
 
-// The compression of a tar.gz, and libarchive's own end of the chain.
-constexpr int kFilterBound = 2;
+// libarchive counts the gzip of a tar.gz, and the end of its own chain of filters.
+constexpr int kMaxFilters = 2;
 
-// The end record: signature, 2 disk numbers, entries on this disk, entries, directory size, its offset,
-// comment.
+// A zip, all numbers little-endian. Each entry starts with a local header. The directory lists the entries
+// again; behind it stands the end record:
+//   0 signature, 4 number of this disk, 6 disk of the directory, 8 entries on this disk (2 bytes),
+//   10 entries (2 bytes), 12 size of the directory (4 bytes), 16 its offset (4 bytes),
+//   20 length of the comment (2 bytes), 22 comment
 constexpr std::string_view kLocalHeader = "PK\3\4";
 constexpr std::string_view kEndRecord = "PK\5\6";
-constexpr std::size_t kEndRecordLength = 22;
-constexpr std::size_t kCommentBound = 65535;
+constexpr std::size_t kEndRecordLength = 22;  // without the comment
+constexpr std::size_t kMaxComment = 65535;    // what its 2-byte length can say
 constexpr std::size_t kEntriesAt = 10;
 constexpr std::size_t kDirectorySizeAt = 12;
-constexpr std::uint64_t kDirectoryBytesPerEntry = 1024;
+
+// An entry takes 46 bytes of the directory plus its name: ample on average.
+constexpr std::uint64_t kMaxDirectoryBytesPerEntry = 1024;
 
 std::uint64_t littleEndian(std::string_view bytes) {
     std::uint64_t value = 0;
@@ -44,16 +49,17 @@ bool beginsZip(std::string_view start) {
 }
 
 /**
- * Refuses a zip whose end record declares more entries than the bound, before libarchive takes its whole
- * directory into memory. A zip without such a record passes: libarchive judges it.
+ * Refuses a zip with a huge directory. libarchive reads the whole directory into memory when it opens a zip,
+ * before any limit of ours could stop it. A zip without an end record passes: libarchive refuses it.
  */
-Status checkZipDirectory(int fd, std::uint64_t length, std::uint64_t entryBound) {
+Status checkZipDirectory(int fd, std::uint64_t length, std::uint64_t maxEntries) {
     const auto tailLength =
-        static_cast<std::size_t>(std::min<std::uint64_t>(length, kEndRecordLength + kCommentBound));
+        static_cast<std::size_t>(std::min<std::uint64_t>(length, kEndRecordLength + kMaxComment));
     std::string tail(tailLength, '\0');
     if (readFullyAt(fd, tail.data(), tail.size(), length - tailLength) < 0) {
         return systemError(ErrorNumber::ArchiveInvalid, "read the archive");
     }
+    // The last one counts, for libarchive as well: an earlier one may be content.
     const auto end = tail.rfind(kEndRecord);
     if (end == std::string::npos || tail.size() - end < kEndRecordLength) {
         return {};
@@ -61,8 +67,8 @@ Status checkZipDirectory(int fd, std::uint64_t length, std::uint64_t entryBound)
     const std::string_view record = std::string_view(tail).substr(end);
     const std::uint64_t entries = littleEndian(record.substr(kEntriesAt, 2));
     const std::uint64_t bytes = littleEndian(record.substr(kDirectorySizeAt, 4));
-    if (entries > entryBound || bytes > entryBound * kDirectoryBytesPerEntry) {
-        return Error{ErrorNumber::ArchiveTooLarge, "archive: its directory is beyond the bounds"};
+    if (entries > maxEntries || bytes > maxEntries * kMaxDirectoryBytesPerEntry) {
+        return Error{ErrorNumber::ArchiveTooLarge, "archive: its directory is too large"};
     }
     return {};
 }
@@ -74,13 +80,16 @@ void supportTar(archive* reader) {
 
 }  // namespace
 
-/** Where libarchive reads from, and its buffer. */
+/**
+ * What libarchive's callbacks read from. libarchive's own file reader would read past the archive's end, and
+ * move an offset that two readers share.
+ */
 struct ArchiveReader::Source {
     int fd;
-    std::uint64_t length;
+    std::uint64_t length;  ///< of the archive; the signature follows it in the file
     bool isZip;
     std::uint64_t position = 0;
-    std::uint64_t takenIn = 0;
+    std::uint64_t newBytesRead = 0;
     std::array<char, 64 * 1024> buffer{};
 
     static la_ssize_t read(archive* reader, void* data, const void** buffer) {
@@ -93,7 +102,7 @@ struct ArchiveReader::Source {
             return -1;
         }
         source.position += static_cast<std::uint64_t>(n);
-        source.takenIn += static_cast<std::uint64_t>(n);
+        source.newBytesRead += static_cast<std::uint64_t>(n);
         *buffer = source.buffer.data();
         return n;
     }
@@ -123,8 +132,8 @@ ArchiveReader::ArchiveReader(std::unique_ptr<Source> source, ReaderPtr reader)
 ArchiveReader::ArchiveReader(ArchiveReader&&) noexcept = default;
 ArchiveReader::~ArchiveReader() = default;
 
-Result<ArchiveReader> ArchiveReader::open(int fd, std::uint64_t length, std::uint64_t entryBound) {
-    char start[4] = {};
+Result<ArchiveReader> ArchiveReader::open(int fd, std::uint64_t length, std::uint64_t maxEntries) {
+    char start[kLocalHeader.size()] = {};
     if (readFullyAt(fd, start, sizeof start, 0) < 0) {
         return systemError(ErrorNumber::ArchiveInvalid, "read the archive");
     }
@@ -132,7 +141,8 @@ Result<ArchiveReader> ArchiveReader::open(int fd, std::uint64_t length, std::uin
     auto source = std::make_unique<Source>(Source{.fd = fd, .length = length, .isZip = isZip});
     ReaderPtr reader = makeReader();
     if (isZip) {
-        VTEK_TRY(checkZipDirectory(fd, length, entryBound));
+        VTEK_TRY(checkZipDirectory(fd, length, maxEntries));
+        // By its directory: a zip that is read as a stream may have entries that the directory does not list.
         archive_read_support_format_zip_seekable(reader.get());
     } else {
         supportTar(reader.get());
@@ -149,6 +159,7 @@ Result<ArchiveReader> ArchiveReader::open(int fd, std::uint64_t length, std::uin
 Result<ArchiveReader> ArchiveReader::openStart(std::string_view start) {
     ReaderPtr reader = makeReader();
     if (beginsZip(start)) {
+        // The directory is at the end, which is not here. An update compares both manifests.
         archive_read_support_format_zip_streamable(reader.get());
     } else {
         supportTar(reader.get());
@@ -166,12 +177,12 @@ ArchiveReader::ReaderPtr ArchiveReader::makeReader() {
     return reader;
 }
 
-/** One compression is enough: a gzip of gzips could be made of next to nothing, and take hours. */
+/** Refuses a second gzip: a few bytes in a gzip of gzips can take hours before a limit is reached. */
 Status ArchiveReader::checkOpened(int outcome) const {
     if (outcome != ARCHIVE_OK) {
         return invalid();
     }
-    if (archive_filter_count(reader_.get()) > kFilterBound) {
+    if (archive_filter_count(reader_.get()) > kMaxFilters) {
         return Error{ErrorNumber::ArchiveInvalid, "archive: compressed more than once"};
     }
     return {};
@@ -189,9 +200,10 @@ Result<std::optional<ArchiveEntry>> ArchiveReader::next() {
     VTEK_TRY(checkMethod());
     const char* name = archive_entry_pathname(entry);
     if (name == nullptr || archive_entry_is_encrypted(entry) != 0) {
-        return Error{ErrorNumber::ArchiveInvalid, "archive: an entry is encrypted or has no readable name"};
+        return Error{ErrorNumber::ArchiveInvalid, "archive: an entry is encrypted or its name is unreadable"};
     }
     ArchiveEntry found{name, ArchiveEntry::Kind::Other, std::nullopt};
+    // A hard link may carry content; libarchive then gives it the type of a regular file.
     const bool hardLink = archive_entry_hardlink(entry) != nullptr;
     if (!hardLink && archive_entry_filetype(entry) == AE_IFREG) {
         found.kind = ArchiveEntry::Kind::File;
@@ -216,11 +228,12 @@ bool ArchiveReader::skipsContent() const {
     return source_->isZip;
 }
 
-std::uint64_t ArchiveReader::takenIn() {
-    return std::exchange(source_->takenIn, 0);
+std::uint64_t ArchiveReader::newBytesRead() {
+    return std::exchange(source_->newBytesRead, 0);
 }
 
-std::uint64_t ArchiveReader::expanded() const {
+std::uint64_t ArchiveReader::decompressed() const {
+    // Filter 0 is the last of the chain: what it returns is the tar.
     const la_int64_t bytes = source_->isZip ? 0 : archive_filter_bytes(reader_.get(), 0);
     return static_cast<std::uint64_t>(std::max<la_int64_t>(bytes, 0));
 }
@@ -228,10 +241,11 @@ std::uint64_t ArchiveReader::expanded() const {
 Error ArchiveReader::invalid() const {
     const char* reason = archive_error_string(reader_.get());
     return {ErrorNumber::ArchiveInvalid,
-            std::string("archive: ") + (reason != nullptr ? reason : "not readable")};
+            std::string("archive: ") + (reason != nullptr ? reason : "unreadable")};
 }
 
-/** libarchive also knows how to undo zip's rarer methods; a payload has no use for them. */
+/** Refuses zip's rarer compression methods. libarchive would decompress them, but payloads do not need them.
+ * It reports the method only in the name of the format. */
 Status ArchiveReader::checkMethod() const {
     if ((archive_format(reader_.get()) & ARCHIVE_FORMAT_BASE_MASK) != ARCHIVE_FORMAT_ZIP) {
         return {};

@@ -13,48 +13,55 @@
 
 namespace vtek {
 
-/** One entry of an archive. */
+/** One entry of an archive. Nothing in it is checked. */
 struct ArchiveEntry {
     enum class Kind { File, Folder, Other };
     std::string name;
-    Kind kind;
-    std::optional<std::uint64_t> size;  ///< as declared; absent when the archive declares none
+    Kind kind;                          ///< Other: links, devices, FIFOs, sockets
+    std::optional<std::uint64_t> size;  ///< as declared, in bytes; empty when the archive declares none
 };
 
 /**
- * Reads the entries of an archive: zip with stored or deflated entries, tar, or tar.gz. Its first bytes tell
- * which; every other format, and every filter that would start a program, is off.
+ * Reads the entries of an archive: zip with stored or deflated entries, tar, or tar.gz. The first bytes
+ * decide which. All other formats and filters are off, also those that would start a program.
  */
 class ArchiveReader {
 public:
     /**
-     * Opens an archive that lies at the start of a file.
+     * Opens an archive at the start of a file.
      *
-     * @param fd          stays the caller's and must live as long as the reader; its offset is neither used
-     * nor moved
-     * @param length      of the archive in bytes; nothing behind it is read
-     * @param entryBound  an archive whose own directory says that it has more is refused before it is read
+     * @param fd          stays the caller's and must outlive the reader; its offset is neither used nor moved
+     * @param length      of the archive in bytes; later bytes are not read
+     * @param maxEntries  a zip whose directory declares more entries is refused before the directory is read
      */
-    static Result<ArchiveReader> open(int fd, std::uint64_t length, std::uint64_t entryBound);
+    static Result<ArchiveReader> open(int fd, std::uint64_t length, std::uint64_t maxEntries);
 
-    /** Opens an archive of which only the first bytes are there, for its first entries; they stay the
-     * caller's and must live as long as the reader. */
+    /**
+     * Opens an archive of which only the first bytes are in memory, to read its first entries. Call only
+     * next() and read().
+     *
+     * @param start  stays the caller's and must outlive the reader
+     */
     static Result<ArchiveReader> openStart(std::string_view start);
 
-    /** The next entry; absent at the archive's end. */
+    ArchiveReader(ArchiveReader&&) noexcept;
+    ~ArchiveReader();
+
+    /** Moves to the next entry; empty at the end of the archive. */
     Result<std::optional<ArchiveEntry>> next();
 
-    /** The next bytes of the current entry. @return how many; 0 at its end */
+    /** Reads the next bytes of the current entry. @return how many; 0 at its end */
     Result<std::size_t> read(char* buffer, std::size_t size);
 
-    /** Whether next() passes over the content of an entry without reading it, as it does in a zip. */
+    /** Whether next() seeks past an entry's content instead of reading it: only in a zip. */
     bool skipsContent() const;
 
-    /** Bytes of the archive that were taken in since the last call. */
-    std::uint64_t takenIn();
+    /** The number of archive bytes read since the last call. */
+    std::uint64_t newBytesRead();
 
-    /** Bytes that decompression has made of the archive as a whole so far; 0 for a zip, which is none. */
-    std::uint64_t expanded() const;
+    /** The bytes that the archive as a whole has been decompressed to so far; 0 for a zip, which compresses
+     * each entry on its own. */
+    std::uint64_t decompressed() const;
 
 private:
     struct Source;
@@ -70,12 +77,8 @@ private:
     Error invalid() const;
     Status checkMethod() const;
 
-    std::unique_ptr<Source> source_;  // outlives the reader that points to it
+    std::unique_ptr<Source> source_;  ///< null for openStart; destroyed after the reader that points to it
     ReaderPtr reader_;
-
-public:
-    ArchiveReader(ArchiveReader&&) noexcept;
-    ~ArchiveReader();
 };
 
 }  // namespace vtek

@@ -1,5 +1,7 @@
 #include "payload/ConfinedFolder.h"
 
+#include "payload/EntryNames.h"
+
 #include <fcntl.h>
 #include <linux/openat2.h>
 #include <sys/stat.h>
@@ -12,21 +14,30 @@ namespace vtek {
 
 namespace {
 
+// The archive's modes are not applied: nothing becomes executable, set-user-ID or writable for others.
 constexpr mode_t kFileMode = 0644;
 constexpr mode_t kFolderMode = 0755;
 
-UniqueFd openByKernel(int folder, const std::string& path, int flags, mode_t mode) {
+/**
+ * Resolves the path in the kernel, in one step: somebody who exchanges a folder for a link at the same time
+ * can make the call fail, but cannot lead it elsewhere.
+ */
+UniqueFd openWithOpenat2(int folder, const std::string& path, int flags, mode_t mode) {
     open_how how{};
     how.flags = static_cast<__u64>(flags | O_CLOEXEC);
     how.mode = mode;
+    // Never outside the folder, through a link, or on another file system that is mounted in it: syncing the
+    // repository's own file system would not make files there durable.
     how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS | RESOLVE_NO_XDEV;
     long fd = -1;
+    // glibc has no wrapper. EAGAIN: somebody renamed a folder meanwhile, and the kernel is not sure.
     do {
         fd = syscall(SYS_openat2, folder, path.c_str(), &how, sizeof how);
     } while (fd == -1 && (errno == EINTR || errno == EAGAIN));
     return aboveStandard(UniqueFd(static_cast<int>(fd)));
 }
 
+/** Opens one folder after the other, never through a link, at the price of a system call for each. */
 UniqueFd openBySteps(int folder, std::string_view path, int flags, mode_t mode) {
     UniqueFd reached;
     for (;;) {
@@ -34,7 +45,7 @@ UniqueFd openBySteps(int folder, std::string_view path, int flags, mode_t mode) 
         const auto slash = path.find('/');
         const std::string name(path.substr(0, slash));
         if (name.empty() || name == "..") {
-            errno = EXDEV;
+            errno = EXDEV;  // as openat2 reports a path that leads outside
             return {};
         }
         if (slash == std::string_view::npos) {
@@ -52,8 +63,8 @@ UniqueFd openBySteps(int folder, std::string_view path, int flags, mode_t mode) 
 
 UniqueFd ConfinedFolder::open(const std::string& path, int flags, mode_t mode) {
     if (method_ == Method::Openat2) {
-        UniqueFd fd = openByKernel(folder_, path, flags, mode);
-        // An old kernel, or a sandbox that does not know the call.
+        UniqueFd fd = openWithOpenat2(folder_, path, flags, mode);
+        // ENOSYS: a kernel before 5.6. EPERM: a sandbox whose filter does not know the call.
         if (fd || (errno != ENOSYS && errno != EPERM)) {
             return fd;
         }
@@ -87,11 +98,6 @@ bool ConfinedFolder::makeFolders(const std::string& path) {
 
 UniqueFd ConfinedFolder::createFile(const std::string& path) {
     return open(path, O_RDWR | O_CREAT | O_EXCL, kFileMode);
-}
-
-std::string_view parentOf(std::string_view path) {
-    const auto slash = path.rfind('/');
-    return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
 }
 
 }  // namespace vtek

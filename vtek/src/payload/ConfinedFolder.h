@@ -3,33 +3,32 @@
 #include "payload/Unpack.h"
 
 #include <string>
-#include <string_view>
 
 namespace vtek {
 
 /**
- * Makes files and folders beneath one folder and never anywhere else: relative paths only, and no link on the
- * way is ever followed.
+ * Creates files and folders inside one folder and never outside it. Paths are relative; a symbolic link
+ * anywhere in a path is a failure, even one that stays inside.
  */
 class ConfinedFolder : public UnpackTarget {
 public:
-    /** How a path is walked: by the kernel in one call, or folder by folder where it cannot. */
-    enum class Method { Kernel, Steps };
+    /** How a path is resolved: by openat2 in one call, or one folder at a time. */
+    enum class Method { Openat2, Steps };
 
-    /** @param folder  stays the caller's and must live as long as this object */
+    /** @param folder  an open folder; stays the caller's and must outlive this object */
     explicit ConfinedFolder(int folder, Method method = Method::Openat2) : folder_(folder), method_(method) {}
 
     /** Opens a folder; an empty path is the folder itself. @return empty on failure, with errno set */
     UniqueFd openFolder(const std::string& path);
 
-    /** Makes a folder and those above it; existing folders will do. @return false with errno set on failure
-     */
+    /** Makes a folder and its parents; existing folders are kept. @return false with errno set on failure */
     bool makeFolders(const std::string& path) override;
 
-    /** Makes a new file for reading and writing; an existing one is a failure. */
+    /** Creates a new file for reading and writing. @return empty on failure, with errno set: EEXIST when the
+     * path exists */
     UniqueFd createFile(const std::string& path) override;
 
-    /** What is used: starts as asked for, and becomes Steps when the kernel does not offer the other. */
+    /** The method in use: changes to Steps when the kernel does not offer openat2. */
     Method method() const { return method_; }
 
 private:
@@ -38,8 +37,5 @@ private:
     int folder_;
     Method method_;
 };
-
-/** The part before the last "/", or nothing. */
-std::string_view parentOf(std::string_view path);
 
 }  // namespace vtek

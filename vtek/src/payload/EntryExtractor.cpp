@@ -10,7 +10,7 @@ namespace vtek {
 
 namespace {
 
-constexpr std::size_t kBlockSize = 64 * 1024;
+constexpr std::size_t kBlockSize = 64 * 1024;  // bytes inflated before the budget is charged
 
 }  // namespace
 
@@ -18,11 +18,11 @@ EntryExtractor::EntryExtractor(ArchiveReader reader, UnpackBudget& budget)
     : reader_(std::move(reader)), budget_(budget), block_(kBlockSize) {}
 
 Result<std::optional<ArchiveEntry>> EntryExtractor::next() {
-    ++count_;
+    ++number_;
     return reader_.next();
 }
 
-Status EntryExtractor::write(const ArchiveEntry& entry, int file, std::string* copy) {
+Status EntryExtractor::extract(const ArchiveEntry& entry, int file, std::string* copy) {
     FileWriter writer(file);
     std::uint64_t written = 0;
     for (;;) {
@@ -31,7 +31,9 @@ Status EntryExtractor::write(const ArchiveEntry& entry, int file, std::string* c
             break;
         }
         written += n;
-        VTEK_TRY(budget_.spend(n, reader_.takenIn(), reader_.expanded()));
+        // Charged before it is written: a bomb stops within one block of its limit.
+        VTEK_TRY(budget_.spend(n, reader_.newBytesRead(), reader_.decompressed()));
+        // A copy beyond the bound is enough for the manifest's reader to refuse it.
         if (copy != nullptr && copy->size() <= kManifestBound) {
             copy->append(block_.data(), n);
         }
@@ -41,7 +43,7 @@ Status EntryExtractor::write(const ArchiveEntry& entry, int file, std::string* c
     }
     if (entry.size && *entry.size != written) {
         return Error{ErrorNumber::ArchiveInvalid,
-                     "archive: " + shownName(entry.name) + " is not as long as declared"};
+                     "archive: " + shownName(entry.name) + " does not have its declared size"};
     }
     return {};
 }

@@ -10,30 +10,30 @@
 
 namespace vtek {
 
-/** Goes through an archive's entries, and writes those that are wanted to files. */
+/** Extracts entries of one archive to open files, in the archive's order. Entries may be skipped. */
 class EntryExtractor {
 public:
-    /** @param budget  shared with all writers of the archive; outlives this one */
+    /** @param budget  shared by all extractors of the archive; must outlive this one */
     EntryExtractor(ArchiveReader reader, UnpackBudget& budget);
 
-    /** Goes on to the next entry; absent at the archive's end. */
+    /** Moves to the next entry; empty at the end of the archive. */
     Result<std::optional<ArchiveEntry>> next();
 
-    /** How many entries it has gone to. */
-    std::uint64_t count() const { return count_; }
+    /** The number of the current entry, from 1; 0 before the first. */
+    std::uint64_t number() const { return number_; }
 
     /**
-     * Writes the content of the entry that it is at.
+     * Writes the content of the current entry.
      *
-     * @param file  a new one, open for writing; stays the caller's
-     * @param copy  takes the content, too, up to a little more than a manifest may have; null for none
+     * @param file  a new file, open for writing; stays the caller's
+     * @param copy  also receives the content; stops growing once it exceeds kManifestBound; null for none
      */
-    Status write(const ArchiveEntry& entry, int file, std::string* copy);
+    Status extract(const ArchiveEntry& entry, int file, std::string* copy);
 
 private:
     ArchiveReader reader_;
     UnpackBudget& budget_;
-    std::uint64_t count_ = 0;
+    std::uint64_t number_ = 0;
     std::vector<char> block_;
 };
 

@@ -11,26 +11,34 @@
 
 namespace vtek {
 
-/** Large entries of an archive, which two threads write, each the next one that nobody has begun. */
+/**
+ * Collects the large entries of an archive and extracts them in two threads. Each thread takes the next entry
+ * that has not been started, and reads the archive with its own reader.
+ */
 class LargeEntries {
 public:
     using OpenArchive = std::function<Result<ArchiveReader>()>;
 
-    /** @param open    opens the archive anew, for each thread; may be called by both at once
-     *  @param budget  outlives the entries, as whatever open needs does */
+    /**
+     * @param open    opens the archive again; both threads may call it at the same time
+     * @param budget  must outlive this object
+     */
     LargeEntries(OpenArchive open, UnpackBudget& budget);
 
     /**
-     * Takes an entry to write later; when there are many, writes them.
+     * Adds an entry. Extracts all entries when too many files would be open.
      *
-     * @param number  of the entry, from 1; larger each time
-     * @param file    a new one, open for writing
+     * @param number  of the entry, from 1; must be larger than the last one
+     * @param file    a new file, open for writing
      */
     Status add(std::uint64_t number, const ArchiveEntry& entry, UniqueFd file);
 
-    /** Writes all entries that were taken, with one thread where no other is to be had. @return the failure
-     * of the first that has failed */
-    Status write();
+    /**
+     * Extracts all entries that were added. If no thread can be started, the caller's does all the work.
+     *
+     * @return the failure that comes first in the archive's order; no entry is started after a failure
+     */
+    Status extract();
 
 private:
     struct Item {
@@ -39,17 +47,17 @@ private:
         UniqueFd file;
         Status outcome;
     };
-    using Writer = std::optional<EntryExtractor>;
+    using Extractor = std::optional<EntryExtractor>;
 
-    void writeItems(Writer& writer);
-    Status writeItem(const Item& item, Writer& writer);
+    void extractItems(Extractor& extractor);
+    Status extractItem(const Item& item, Extractor& extractor);
 
     OpenArchive open_;
     UnpackBudget& budget_;
     std::vector<Item> items_;
-    std::atomic<std::size_t> next_ = 0;
-    Writer mine_;
-    Writer others_;
+    std::atomic<std::size_t> next_ = 0;  ///< index of the next item that has not been started
+    Extractor own_;                      ///< of the caller's thread
+    Extractor second_;                   ///< of the other thread
 };
 
 }  // namespace vtek

@@ -13,8 +13,8 @@ namespace vtek {
 namespace {
 
 constexpr std::string_view kDigestPrefix = "sha256:";
-constexpr std::size_t kDigestLength = 64;
-constexpr std::size_t kTextBound = 256;
+constexpr std::size_t kDigestLength = 64;  // hexadecimal digits of a SHA-256
+constexpr std::size_t kMaxText = 256;      // bytes of an id, a version or a chassis type
 
 Error invalid(const std::string& reason) {
     return {ErrorNumber::ManifestInvalid, std::string(kManifestName) + ": " + reason};
@@ -29,12 +29,13 @@ bool isNamed(const xmlNode* node, const char* name) {
     return node->type == XML_ELEMENT_NODE && std::strcmp(toChars(node->name), name) == 0;
 }
 
-/** Texts end up in tables and logs: short, and without blanks or control characters. */
+/** Short, printable and without blanks: texts are shown in tables and logs. */
 bool isPlain(const std::string& text) {
-    return !text.empty() && text.size() <= kTextBound &&
+    return !text.empty() && text.size() <= kMaxText &&
            std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c <= '~'; });
 }
 
+/** Lower case only: digests are compared as texts. */
 bool isDigest(std::string_view text) {
     return text.size() == kDigestLength && std::all_of(text.begin(), text.end(), [](char c) {
                return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
@@ -52,8 +53,9 @@ Result<Manifest> parseManifest(std::string_view xml) {
     if (!document) {
         return invalid("not well-formed");
     }
+    // A document type can declare entities, which name other files or expand a millionfold.
     if (document->intSubset != nullptr) {
-        return invalid("a document type is not accepted");
+        return invalid("a document type is not allowed");
     }
     xmlNode* root = xmlDocGetRootElement(document.get());
     if (root == nullptr || !isNamed(root, "VtekManifest") || attribute(root, "format") != "1") {
@@ -87,7 +89,7 @@ Result<Manifest> readManifest(std::string_view start) {
     if (!first || first->name != kManifestName || first->kind != ArchiveEntry::Kind::File) {
         return Error{ErrorNumber::ManifestInvalid, "archive: the first entry is not manifest.xml"};
     }
-    std::string xml(kManifestBound + 1, '\0');
+    std::string xml(kManifestBound + 1, '\0');  // one byte more: the parser refuses what exceeds the bound
     std::size_t size = 0;
     while (size < xml.size()) {
         VTEK_ASSIGN(const std::size_t n, reader.read(xml.data() + size, xml.size() - size));

@@ -8,7 +8,7 @@
 
 namespace vtek {
 
-/** What a payload says about itself: its archive's first entry, manifest.xml. */
+/** What a payload says about itself, in manifest.xml, the first entry of its archive. */
 struct Manifest {
     std::string componentId;
     std::string version;
@@ -19,15 +19,19 @@ struct Manifest {
 };
 
 inline constexpr const char* kManifestName = "manifest.xml";
-inline constexpr std::size_t kManifestBound = 64 * 1024;  ///< bytes
+inline constexpr std::size_t kManifestBound = 64 * 1024;  ///< bytes; a real one has a few hundred
 
-/** Reads a manifest that is authentic already; a document type, a missing or malformed field is refused. */
+/**
+ * Reads a manifest. A document type, a missing field and a malformed field are refused with ManifestInvalid.
+ *
+ * @param xml  must be authentic: its signature was verified
+ */
 Result<Manifest> parseManifest(std::string_view xml);
 
 /**
- * Reads an archive's first entry, which must be its manifest.
+ * Reads the first entry of an archive, which must be its manifest.
  *
- * @param start  the archive's first bytes, whose signature was verified
+ * @param start  the first bytes of the archive, which must be authentic
  */
 Result<Manifest> readManifest(std::string_view start);
 

@@ -7,7 +7,7 @@ namespace vtek {
 
 namespace {
 
-constexpr std::uint64_t kTrailerLength = 8;
+constexpr std::uint64_t kTrailerLength = 8;  // bytes: the length of the signature
 
 Error malformed(const std::string& name, const char* reason) {
     return {ErrorNumber::PayloadFormat, name + ": " + reason};
@@ -20,7 +20,7 @@ Status readTail(const UniqueFd& file, const std::string& name, void* buffer, std
         return systemError(ErrorNumber::PayloadUnreadable, "read " + name);
     }
     if (static_cast<std::uint64_t>(n) < size) {
-        return malformed(name, "it became shorter while it was read");
+        return malformed(name, "truncated while it was read");
     }
     return {};
 }
@@ -34,7 +34,7 @@ Result<SignedFile> findPayload(int folder) {
     }
     std::erase_if(names, [](const std::string& name) { return !name.ends_with(kPayloadSuffix); });
     if (names.empty()) {
-        return Error{ErrorNumber::PayloadMissing, "the working directory has no file *.fwp"};
+        return Error{ErrorNumber::PayloadMissing, "the working directory has no *.fwp file"};
     }
     if (names.size() > 1) {
         return Error{ErrorNumber::PayloadAmbiguous,
@@ -49,7 +49,7 @@ Result<SignedFile> openPayload(int folder, const std::string& name) {
     const std::uint64_t size = opened.size();
     const UniqueFd& file = opened.fd;
     if (size < kTrailerLength) {
-        return malformed(name, "shorter than a trailer");
+        return malformed(name, "too short for a payload");
     }
     std::string trailer(kTrailerLength, '\0');
     VTEK_TRY(readTail(file, name, trailer.data(), kTrailerLength, size - kTrailerLength));
@@ -57,8 +57,9 @@ Result<SignedFile> openPayload(int folder, const std::string& name) {
     for (const char byte : trailer) {
         length = length << 8 | static_cast<unsigned char>(byte);
     }
+    // Compared with what is left, never added up: the sum could overflow. The archive has at least one byte.
     if (length == 0 || length > kSignatureBound || length >= size - kTrailerLength) {
-        return malformed(name, "the signature's length is not possible");
+        return malformed(name, "the length of the signature is impossible");
     }
     const std::uint64_t archiveLength = size - kTrailerLength - length;
     std::vector<unsigned char> signature(length);

@@ -6,20 +6,18 @@
 #include <cstdint>
 #include <string>
 
+// A payload is one file: an archive, then a detached DER CMS signature over exactly the archive's bytes, then
+// the signature's length in bytes as an 8-byte big-endian number.
+
 namespace vtek {
 
 inline constexpr const char* kPayloadSuffix = ".fwp";
-inline constexpr std::uint64_t kSignatureBound = 64 * 1024;  ///< bytes
+inline constexpr std::uint64_t kSignatureBound = 64 * 1024;  ///< bytes; room for dozens of certificates
 
-/**
- * A payload is one file: an archive, then a detached DER CMS signature over exactly the archive's bytes, then
- * the signature's length as 8 bytes, big-endian.
- */
-
-/** Opens the only payload in a folder, never through a link. */
+/** Opens the only payload in a folder. None, several, and a symbolic link are failures. */
 Result<SignedFile> findPayload(int folder);
 
-/** Opens one payload file and takes it apart; nothing in it is authentic yet. */
+/** Opens a payload and reads its signature. Nothing in it is authentic yet. */
 Result<SignedFile> openPayload(int folder, const std::string& name);
 
 /** The last eight bytes of a payload. */

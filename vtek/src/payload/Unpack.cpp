@@ -1,45 +1,30 @@
 #include "payload/Unpack.h"
 
 #include "base/Text.h"
-#include "payload/ConfinedFolder.h"
 #include "payload/EntryExtractor.h"
+#include "payload/EntryNames.h"
 #include "payload/LargeEntries.h"
 #include "payload/UnpackBudget.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <map>
-#include <string_view>
 #include <utility>
 
 namespace vtek {
 
 namespace {
 
-constexpr std::size_t kNameBound = 255;
-constexpr std::size_t kPathBound = 1024;
-constexpr std::uint64_t kLargeEntry = 1024 * 1024;  // worth a thread
+// Bytes from which a second thread gains more than opening the archive again costs it.
+constexpr std::uint64_t kLargeEntry = 1024 * 1024;
 
-bool isPlainName(std::string_view name) {
-    return !name.empty() && name.size() <= kNameBound && name != "." && name != ".." &&
-           std::all_of(name.begin(), name.end(), [](char c) { return c >= ' ' && c <= '~' && c != '\\'; });
-}
-
-std::string lowered(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    return text;
-}
-
-/** One run over an archive. */
-class Unpacking {
+/** Unpacks one archive, once. */
+class Unpacker {
 public:
-    Unpacking(ArchiveReader reader, std::uint64_t archiveLength, LargeEntries::OpenArchive openAgain,
-              UnpackTarget& target, std::string prefix, const UnpackLimits& limits,
-              const ByteCounter& counter)
+    Unpacker(ArchiveReader reader, std::uint64_t archiveLength, LargeEntries::OpenArchive openAgain,
+             UnpackTarget& target, std::string prefix, const UnpackLimits& limits, const ByteCounter& counter)
         : budget_(limits, archiveLength, counter),
           skipsContent_(reader.skipsContent()),
-          writer_(std::move(reader), budget_),
+          extractor_(std::move(reader), budget_),
           largeEntries_(std::move(openAgain), budget_),
           target_(target),
           prefix_(std::move(prefix)),
@@ -47,7 +32,7 @@ public:
 
     Result<UnpackedContent> run() {
         VTEK_TRY(unpackEntries());
-        VTEK_TRY(largeEntries_.write());
+        VTEK_TRY(largeEntries_.extract());
         VTEK_ASSIGN(content_.manifest, parseManifest(manifest_));
         content_.bytes = budget_.content();
         return content_;
@@ -56,25 +41,26 @@ public:
 private:
     Status unpackEntries() {
         for (;;) {
-            VTEK_ASSIGN(auto entry, writer_.next());
+            VTEK_ASSIGN(auto entry, extractor_.next());
             if (!entry) {
                 return {};
-            }
-            if (writer_.count() > limits_.entries) {
-                return archiveTooLarge("more entries than allowed");
             }
             VTEK_TRY(checkEntry(*entry));
             VTEK_TRY(entry->kind == ArchiveEntry::Kind::Folder ? makeFolder(entry->name) : writeFile(*entry));
         }
     }
 
-    bool isFirst() const { return writer_.count() == 1; }
+    bool isFirst() const { return extractor_.number() == 1; }
 
-    /** Judges an entry before anything of it is created, and takes a folder's closing "/" away. */
+    /** Checks an entry before anything is created for it, and removes the "/" at the end of a folder's name.
+     */
     Status checkEntry(ArchiveEntry& entry) {
+        if (extractor_.number() > limits_.entries) {
+            return archiveTooLarge("more entries than allowed");
+        }
         if (entry.kind == ArchiveEntry::Kind::Other) {
             return Error{ErrorNumber::EntryKind,
-                         "archive: " + shownName(entry.name) + " is no plain file and no folder"};
+                         "archive: " + shownName(entry.name) + " is neither a regular file nor a folder"};
         }
         if (entry.kind == ArchiveEntry::Kind::Folder && entry.name.ends_with('/')) {
             entry.name.pop_back();
@@ -83,34 +69,22 @@ private:
             return Error{ErrorNumber::EntryName,
                          "archive: the name " + shownName(entry.name) + " is not allowed"};
         }
+        // The manifest that was checked before the update is the first entry, too.
         if (isFirst() && (entry.name != kManifestName || entry.kind != ArchiveEntry::Kind::File)) {
             return Error{ErrorNumber::ManifestInvalid, "archive: the first entry is not manifest.xml"};
         }
         const auto depth = std::count(entry.name.begin(), entry.name.end(), '/');
         if (static_cast<std::uint64_t>(depth) > limits_.depth) {
-            return archiveTooLarge("folders too deep");
+            return archiveTooLarge("folders nested too deeply");
         }
-        return claim(entry);
-    }
-
-    /** Refuses a name that is taken, also by one that differs only in case, and takes it and the folders
-     * above. */
-    Status claim(const ArchiveEntry& entry) {
-        for (std::string_view above = parentOf(entry.name); !above.empty(); above = parentOf(above)) {
-            const auto [taken, isNew] = taken_.try_emplace(lowered(std::string(above)), std::string(above));
-            if (!isNew && taken->second != above) {
-                return repeated(entry.name);
-            }
-        }
-        const auto [taken, isNew] = taken_.try_emplace(lowered(entry.name), entry.name);
-        const bool sameFolder = entry.kind == ArchiveEntry::Kind::Folder && taken->second == entry.name;
-        return isNew || sameFolder ? Status() : repeated(entry.name);
+        return names_.claim(entry) ? Status() : repeated(entry.name);
     }
 
     static Error repeated(const std::string& name) {
-        return {ErrorNumber::EntryRepeated, "archive: the name " + shownName(name) + " is taken already"};
+        return {ErrorNumber::EntryRepeated, "archive: the name " + shownName(name) + " is already taken"};
     }
 
+    /** The path of an entry in the target. */
     std::string placed(const std::string& name) const {
         return prefix_.empty() || name.empty() ? prefix_ + name : prefix_ + "/" + name;
     }
@@ -125,58 +99,44 @@ private:
     Status writeFile(const ArchiveEntry& entry) {
         VTEK_TRY(makeFolder(std::string(parentOf(entry.name))));
         UniqueFd file = target_.createFile(placed(entry.name));
+        // The copy of the payload is in the same folder: an entry may bear its name.
         if (!file && errno == EEXIST) {
             return repeated(entry.name);
         }
         if (!file) {
-            return systemError(ErrorNumber::UnpackFailed, "make the file " + shownName(entry.name));
+            return systemError(ErrorNumber::UnpackFailed, "create the file " + shownName(entry.name));
         }
         ++content_.files;
         if (isFirst()) {
-            return writer_.write(entry, file.get(), &manifest_);
+            return extractor_.extract(entry, file.get(), &manifest_);
         }
+        // A second reader of a tar would decompress everything again up to its entry.
         if (skipsContent_ && entry.size.value_or(0) >= kLargeEntry) {
-            return largeEntries_.add(writer_.count(), entry, std::move(file));
+            return largeEntries_.add(extractor_.number(), entry, std::move(file));
         }
-        return writer_.write(entry, file.get(), nullptr);
+        return extractor_.extract(entry, file.get(), nullptr);
     }
 
     UnpackBudget budget_;
     bool skipsContent_;
-    EntryExtractor writer_;
+    EntryExtractor extractor_;
     LargeEntries largeEntries_;
     UnpackTarget& target_;
     std::string prefix_;
     const UnpackLimits& limits_;
+    EntryNames names_;
     UnpackedContent content_;
     std::string manifest_;
-    std::map<std::string, std::string> taken_;  // lower case to the spelling that came first
 };
 
 }  // namespace
-
-bool isPlainPath(std::string_view path) {
-    if (path.size() > kPathBound) {
-        return false;
-    }
-    for (;;) {
-        const auto slash = path.find('/');
-        if (!isPlainName(path.substr(0, slash))) {
-            return false;
-        }
-        if (slash == std::string_view::npos) {
-            return true;
-        }
-        path.remove_prefix(slash + 1);
-    }
-}
 
 Result<UnpackedContent> unpackArchive(int fd, std::uint64_t archiveLength, UnpackTarget& target,
                                       const std::string& prefix, const UnpackLimits& limits,
                                       const ByteCounter& counter) {
     const auto open = [&] { return ArchiveReader::open(fd, archiveLength, limits.entries); };
     VTEK_ASSIGN(ArchiveReader reader, open());
-    return Unpacking(std::move(reader), archiveLength, open, target, prefix, limits, counter).run();
+    return Unpacker(std::move(reader), archiveLength, open, target, prefix, limits, counter).run();
 }
 
 }  // namespace vtek

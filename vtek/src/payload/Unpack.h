@@ -6,44 +6,43 @@
 #include "base/Rules.h"
 #include "payload/Manifest.h"
 
+#include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace vtek {
 
-/** Where the files and folders of an archive go, by their relative paths. */
+/** Receives the files and folders of an archive by their relative paths. */
 class UnpackTarget {
 public:
     virtual ~UnpackTarget() = default;
 
-    /** Makes a folder and those above it; existing folders will do. @return false with errno set on failure
-     */
+    /** Makes a folder and its parents; existing folders are kept. @return false with errno set on failure */
     virtual bool makeFolders(const std::string& path) = 0;
 
-    /** Makes a new file to write to. @return empty on failure, with errno set */
+    /** Creates a new file, open for writing. @return empty on failure, with errno set */
     virtual UniqueFd createFile(const std::string& path) = 0;
 };
 
-/** What was unpacked. */
+/** What an archive held. */
 struct UnpackedContent {
     Manifest manifest;
-    std::uint64_t files = 0;
-    std::uint64_t bytes = 0;
+    std::uint64_t files = 0;  ///< the manifest included
+    std::uint64_t bytes = 0;  ///< of all files together
 };
 
 /**
- * Unpacks an archive to a target: regular files and folders with plain names only, nothing twice, within
- * the limits. Modes, owners, times and extended attributes in the archive are not applied.
+ * Unpacks an archive: regular files and folders with plain names only, no name twice, within the limits.
+ * Modes, owners, times and extended attributes are not applied. A refusal leaves what was unpacked before it
+ * in the target; the caller removes that.
  *
- * @param prefix   the folder, relative to target, that the entries go into; it exists
- * @param counter  told the archive's bytes as they are taken in
+ * @param fd             a regular file that starts with the archive; stays the caller's
+ * @param archiveLength  of the archive in bytes; later bytes of the file are not read
+ * @param prefix         an existing folder of the target that receives the entries; empty for the target
+ * itself
+ * @param counter        called with the number of archive bytes read, from one thread at a time
  */
 Result<UnpackedContent> unpackArchive(int fd, std::uint64_t archiveLength, UnpackTarget& target,
                                       const std::string& prefix, const UnpackLimits& limits,
                                       const ByteCounter& counter);
-
-/** Whether a relative path is made of plain names: printable ASCII, no "." or "..", no backslash, not too
- * long. */
-bool isPlainPath(std::string_view path);
 
 }  // namespace vtek

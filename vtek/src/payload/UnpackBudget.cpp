@@ -6,16 +6,18 @@ namespace vtek {
 
 namespace {
 
-constexpr std::uint64_t kFreeBytes = 1024 * 1024;  // a small archive may well be very compressible
+// Content that no ratio limits: a small archive of text or zeros may well compress a thousandfold.
+constexpr std::uint64_t kFreeBytes = 1024 * 1024;
 
 }  // namespace
 
-Status UnpackBudget::spend(std::uint64_t content, std::uint64_t archive, std::uint64_t expanded) {
+Status UnpackBudget::spend(std::uint64_t content, std::uint64_t archive, std::uint64_t decompressed) {
     const std::lock_guard lock(mutex_);
     counter_(archive);
     content_ += content;
     archive_ = std::min(archive_ + archive, archiveLength_);
-    const std::uint64_t made = std::max(content_, expanded);
+    // A tar.gz decompresses headers and padding, too: millions of empty entries are a bomb without content.
+    const std::uint64_t made = std::max(content_, decompressed);
     if (made > limits_.totalBytes) {
         return archiveTooLarge("unpacks to more bytes than allowed");
     }

@@ -10,25 +10,32 @@
 
 namespace vtek {
 
-/** What an archive may unpack to in all, and what it has come to. Several threads may draw on it. */
+/**
+ * Counts what an archive has unpacked to, and refuses more than its limits allow. Several threads may spend
+ * from one budget.
+ */
 class UnpackBudget {
 public:
-    /** @param limits         stay the caller's, as the counter does
-     *  @param archiveLength  in bytes; those that are taken in again, by another reader, do not count
-     *  @param counter        told the archive's bytes as they are taken in, by one thread at a time */
+    /**
+     * @param limits         must outlive the budget
+     * @param archiveLength  in bytes; two readers may read a byte twice, but no more than this is counted
+     * @param counter        called with the archive bytes read, by one thread at a time; must outlive the
+     * budget
+     */
     UnpackBudget(const UnpackLimits& limits, std::uint64_t archiveLength, const ByteCounter& counter)
         : limits_(limits), archiveLength_(archiveLength), counter_(counter) {}
 
     /**
-     * Accounts for a piece of content.
+     * Accounts for a block of content.
      *
-     * @param content   bytes of it
-     * @param archive   bytes of the archive that were taken in for it
-     * @param expanded  bytes that the archive as a whole has been decompressed to so far
+     * @param content       bytes of content
+     * @param archive       bytes of the archive that were read for it
+     * @param decompressed  bytes that the whole archive has been decompressed to so far
+     * @return ArchiveTooLarge when the archive is too large or compresses too well
      */
-    Status spend(std::uint64_t content, std::uint64_t archive, std::uint64_t expanded);
+    Status spend(std::uint64_t content, std::uint64_t archive, std::uint64_t decompressed);
 
-    /** The content so far; for when no thread draws on the budget any more. */
+    /** The bytes of content so far; call it when no thread is spending. */
     std::uint64_t content() const { return content_; }
 
 private:
@@ -40,7 +47,7 @@ private:
     std::uint64_t archive_ = 0;
 };
 
-/** An archive is beyond one of its limits. */
+/** The error of an archive that exceeds a limit. */
 Error archiveTooLarge(const std::string& reason);
 
 }  // namespace vtek

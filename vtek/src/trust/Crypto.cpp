@@ -4,9 +4,19 @@
 #include <openssl/err.h>
 #include <openssl/x509v3.h>
 
+#include <stdexcept>
+
 namespace vtek {
 
+void requireStep(int outcome, const char* algorithm) {
+    if (outcome != 1) {
+        throw std::runtime_error(std::string(algorithm) + " is not available");
+    }
+}
+
 void startCrypto() {
+    // OPENSSL_CONF names a file that can load libraries and change defaults: the caller of the program must
+    // not decide that by its environment.
     OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
 }
 

@@ -13,10 +13,12 @@
 
 namespace vtek {
 
+// Owners of OpenSSL's objects.
 struct FreeCrypto {
     void operator()(ASN1_TIME* time) const { ASN1_TIME_free(time); }
     void operator()(BIO* bio) const { BIO_free_all(bio); }
     void operator()(CMS_ContentInfo* cms) const { CMS_ContentInfo_free(cms); }
+    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
     void operator()(EVP_MAC* mac) const { EVP_MAC_free(mac); }
     void operator()(EVP_MAC_CTX* context) const { EVP_MAC_CTX_free(context); }
     void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
@@ -31,6 +33,7 @@ struct FreeCrypto {
 using TimePtr = std::unique_ptr<ASN1_TIME, FreeCrypto>;
 using BioPtr = std::unique_ptr<BIO, FreeCrypto>;
 using CmsPtr = std::unique_ptr<CMS_ContentInfo, FreeCrypto>;
+using DigestContextPtr = std::unique_ptr<EVP_MD_CTX, FreeCrypto>;
 using MacPtr = std::unique_ptr<EVP_MAC, FreeCrypto>;
 using MacContextPtr = std::unique_ptr<EVP_MAC_CTX, FreeCrypto>;
 using KeyPtr = std::unique_ptr<EVP_PKEY, FreeCrypto>;
@@ -41,7 +44,7 @@ using X509StorePtr = std::unique_ptr<X509_STORE, FreeCrypto>;
 using X509StoreContextPtr = std::unique_ptr<X509_STORE_CTX, FreeCrypto>;
 using CertificatesPtr = std::unique_ptr<STACK_OF(X509), FreeCrypto>;
 
-/** What OpenSSL was asked to make, or whether it did as asked; it refuses only where memory is short. */
+/** Returns the result of a call that can fail only for lack of memory; throws when it is null or 0. */
 template <class Outcome>
 Outcome required(Outcome outcome) {
     if (!outcome) {
@@ -50,17 +53,19 @@ Outcome required(Outcome outcome) {
     return outcome;
 }
 
-/** Starts OpenSSL without any configuration file, so that OPENSSL_CONF changes nothing. Harmless when
- * repeated. */
+/** Throws when the outcome of an algorithm's step is not 1. @param algorithm  for the exception's text */
+void requireStep(int outcome, const char* algorithm);
+
+/** Initialises OpenSSL without its configuration file. Further calls do nothing. */
 void startCrypto();
 
-/** A name as people read it, in the order of RFC 2253. */
+/** A name as text in the format of RFC 2253: the last part first. */
 std::string nameText(const X509_NAME* name);
 
-/** Whether a certificate may issue others. */
+/** Whether a certificate may issue others. A self-signed one of X.509 version 1, without extensions, may. */
 bool isAuthority(X509* certificate);
 
-/** The text of OpenSSL's newest pending error; forgets all pending ones. */
+/** The text of OpenSSL's latest error; clears its queue of errors. */
 std::string cryptoError();
 
 }  // namespace vtek

@@ -1,32 +1,25 @@
 #include "trust/Digest.h"
 
 #include "base/File.h"
-#include "trust/Crypto.h"
 
 #include <array>
-#include <stdexcept>
 
 namespace vtek {
 
 namespace {
 
-constexpr std::size_t kBlockSize = 64 * 1024;
-
-void require(int outcome) {
-    if (outcome != 1) {
-        throw std::runtime_error("SHA-256 is not available");
-    }
-}
+constexpr std::size_t kBlockSize = 64 * 1024;  // bytes of one read
+constexpr const char* kName = "SHA-256";
 
 }  // namespace
 
-Digest::Digest() : context_(required(Context(EVP_MD_CTX_new()))) {
+Digest::Digest() : context_(required(DigestContextPtr(EVP_MD_CTX_new()))) {
     startCrypto();
-    require(EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr));
+    requireStep(EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr), kName);
 }
 
-Digest::Digest(const EVP_MD_CTX& begun) : context_(required(Context(EVP_MD_CTX_new()))) {
-    require(EVP_MD_CTX_copy_ex(context_.get(), &begun));
+Digest::Digest(const EVP_MD_CTX& begun) : context_(required(DigestContextPtr(EVP_MD_CTX_new()))) {
+    requireStep(EVP_MD_CTX_copy_ex(context_.get(), &begun), kName);
 }
 
 void Digest::update(const void* data, std::size_t size) noexcept {
@@ -36,8 +29,8 @@ void Digest::update(const void* data, std::size_t size) noexcept {
 std::string Digest::hex() {
     std::array<unsigned char, EVP_MAX_MD_SIZE> raw{};
     unsigned int size = 0;
-    require(outcome_);
-    require(EVP_DigestFinal_ex(context_.get(), raw.data(), &size));
+    requireStep(outcome_, kName);
+    requireStep(EVP_DigestFinal_ex(context_.get(), raw.data(), &size), kName);
 
     constexpr char kDigits[] = "0123456789abcdef";
     std::string text;

@@ -1,38 +1,33 @@
 #pragma once
 
 #include "base/Result.h"
-
-#include <openssl/evp.h>
+#include "trust/Crypto.h"
 
 #include <cstddef>
-#include <memory>
 #include <string>
 
 namespace vtek {
 
-/** Computes a SHA-256 piece by piece. */
+/** Computes a SHA-256. Throws when OpenSSL cannot. */
 class Digest {
 public:
     Digest();
 
-    /** Goes on from where another SHA-256 stands. */
+    /** Continues a copy of an unfinished SHA-256. */
     explicit Digest(const EVP_MD_CTX& begun);
 
+    /** Adds bytes. A failure is reported by hex(). */
     void update(const void* data, std::size_t size) noexcept;
 
-    /** The digest of everything so far, 64 lower-case hexadecimal digits; call it once. */
+    /** The digest as 64 lower-case hexadecimal digits. Call it once, at the end. */
     std::string hex();
 
 private:
-    struct Free {
-        void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-    };
-    using Context = std::unique_ptr<EVP_MD_CTX, Free>;
-    Context context_;
-    int outcome_ = 1;  // of every step so far
+    DigestContextPtr context_;
+    int outcome_ = 1;  ///< 0 once an update has failed
 };
 
-/** SHA-256 of what a descriptor holds from where it stands to its end; the number is for a failed read. */
+/** The SHA-256 of a file from the descriptor's offset to its end. @param onFailure  for a failed read */
 Result<std::string> digestOfFile(int fd, ErrorNumber onFailure);
 
 }  // namespace vtek

@@ -8,23 +8,24 @@
 namespace vtek {
 
 /**
- * Tells whether bytes are still the same as earlier in this process: an authentication code (GMAC) under a
- * key that the process has made at random and keeps to itself, so that nobody who changes the bytes can aim
- * at the same fingerprint. It takes an eighth of the time of a SHA-256, and means nothing outside the
- * process: never write one down.
+ * Computes a fingerprint that shows whether bytes have changed since they were read earlier in this process:
+ * a GMAC under a random key that never leaves the process. Whoever changes the bytes cannot aim at the same
+ * fingerprint. It takes an eighth of the time of a SHA-256. It has no meaning in another process: never store
+ * one. Throws when OpenSSL cannot compute it.
  */
 class Fingerprint {
 public:
     Fingerprint();
 
+    /** Adds bytes. A failure is reported by value(). */
     void update(std::string_view bytes) noexcept;
 
-    /** The fingerprint of everything so far; call it once. */
+    /** The fingerprint, 16 bytes. Call it once, at the end. */
     std::string value();
 
 private:
     MacContextPtr context_;
-    int outcome_ = 1;  // of every step so far
+    int outcome_ = 1;  ///< 0 once an update has failed
 };
 
 }  // namespace vtek

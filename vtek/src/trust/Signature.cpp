@@ -3,7 +3,6 @@
 #include "base/File.h"
 #include "trust/Digest.h"
 #include "trust/Fingerprint.h"
-#include "trust/Signer.h"
 
 #include <openssl/obj_mac.h>
 #include <openssl/objects.h>
@@ -15,43 +14,49 @@ namespace vtek {
 
 namespace {
 
-constexpr int kSignerBound = 8;
-constexpr std::size_t kStartBound = 256 * 1024;
+// Why not CMS_verify: it takes purpose, time and revocation from the store, reports every cause as the same
+// failure, and gives no access to the bytes that it reads. Here each cause has its number, and one pass over
+// the archive yields the verdict, the SHA-256, the fingerprint and the start. The tests compare this verdict
+// on the content with that of CMS_verify, for damaged signatures as well.
+
+constexpr int kMaxSigners = 8;                   // each costs a chain
+constexpr std::size_t kStartBound = 256 * 1024;  // bytes: the manifest, at most 64 KiB, and its headers
 
 Result<CmsPtr> parseSignature(const std::vector<unsigned char>& der) {
     const unsigned char* cursor = der.data();
     CmsPtr cms(d2i_CMS_ContentInfo(nullptr, &cursor, static_cast<long>(der.size())));
     if (!cms || cursor != der.data() + der.size()) {
         return Error{ErrorNumber::SignatureMalformed,
-                     "signature: no DER CMS, or more than one: " + cryptoError()};
+                     "signature: not a DER-encoded CMS, or trailing data: " + cryptoError()};
     }
     if (OBJ_obj2nid(CMS_get0_type(cms.get())) != NID_pkcs7_signed) {
-        return Error{ErrorNumber::SignatureKind, "signature: no signed data"};
+        return Error{ErrorNumber::SignatureKind, "signature: not CMS signed data"};
     }
     if (OBJ_obj2nid(CMS_get0_eContentType(cms.get())) != NID_pkcs7_data) {
-        return Error{ErrorNumber::SignatureKind, "signature: over something else than data"};
+        return Error{ErrorNumber::SignatureKind, "signature: the signed content is not plain data"};
     }
     if (CMS_is_detached(cms.get()) != 1) {
-        return Error{ErrorNumber::SignatureAttached, "signature: it carries content of its own"};
+        return Error{ErrorNumber::SignatureAttached,
+                     "signature: not detached: it contains the signed content"};
     }
     return cms;
 }
 
-/** Gives each signer, of which there must be one, its certificate. */
+/** Sets the certificate of each signer. There must be at least one signer. */
 Status findSigners(CMS_ContentInfo* cms) {
     STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(cms);
     const int count = sk_CMS_SignerInfo_num(signers);
     if (count < 1) {
-        return Error{ErrorNumber::SignatureWithoutSigner, "signature: no signer"};
+        return Error{ErrorNumber::SignatureWithoutSigner, "signature: it has no signer"};
     }
-    if (count > kSignerBound) {
+    if (count > kMaxSigners) {
         return Error{ErrorNumber::SignatureMalformed, "signature: too many signers"};
     }
     CMS_set1_signers_certs(cms, nullptr, 0);
     for (int i = 0; i < count; ++i) {
         if (signerCertificate(sk_CMS_SignerInfo_value(signers, i)) == nullptr) {
             return Error{ErrorNumber::SignatureWithoutSigner,
-                         "signature: a signer's certificate is not in it"};
+                         "signature: it does not contain a signer's certificate"};
         }
     }
     return {};
@@ -68,20 +73,20 @@ Status checkSigners(CMS_ContentInfo* cms, const TrustStore& trust, const SignerP
 }
 
 Error mismatch(const SignedFile& file) {
-    return {ErrorNumber::SignatureMismatch, file.name + ": the signature does not hold: " + cryptoError()};
+    return {ErrorNumber::SignatureMismatch, file.name + ": signature verification failed: " + cryptoError()};
 }
 
-/** The digests that the signature names, fed by writing to them; null where one of them is unknown. */
+/** A chain with each digest that the signature lists; a write feeds all. Null when one is unknown. */
 BioPtr digestsOf(CMS_ContentInfo* cms) {
     auto sink = required(BioPtr(BIO_new(BIO_s_null())));
     BioPtr digests(CMS_dataInit(cms, sink.get()));
     if (digests) {
-        static_cast<void>(sink.release());  // the chain's now
+        static_cast<void>(sink.release());  // the chain owns it
     }
     return digests;
 }
 
-/** The SHA-256 among the digests; null when there is none. */
+/** The SHA-256 in the chain; null when there is none. */
 EVP_MD_CTX* findSha256(BIO* digests) {
     for (BIO* link = BIO_find_type(digests, BIO_TYPE_MD); link != nullptr;
          link = BIO_find_type(BIO_next(link), BIO_TYPE_MD)) {
@@ -94,7 +99,7 @@ EVP_MD_CTX* findSha256(BIO* digests) {
     return nullptr;
 }
 
-/** Puts before the digests a SHA-256 for our own use. */
+/** Puts our own SHA-256 in front of the chain. */
 BioPtr withSha256(BioPtr digests) {
     auto own = required(BioPtr(BIO_new(BIO_f_md())));
     if (BIO_set_md(own.get(), EVP_sha256()) != 1) {
@@ -104,13 +109,14 @@ BioPtr withSha256(BioPtr digests) {
     return own;
 }
 
-/** What one pass over the archive gives beside the verdict. */
+/** What one pass over the archive yields besides the verdict. */
 struct ArchivePass {
     Fingerprint fingerprint{};
-    std::string start{};  ///< up to a bound
+    std::string start{};  ///< up to kStartBound
 };
 
-/** Reads every byte of the archive once, in order, into all digests. */
+/** Feeds every byte of the archive to all digests. The manifest is later parsed from the start that is kept
+ * here: who writes to the file meanwhile cannot change it. */
 Result<ArchivePass> digestContent(const SignedFile& file, BIO* digests, const ByteCounter& counter) {
     ArchivePass pass;
     const auto digest = [&](std::string_view piece) {
@@ -130,13 +136,14 @@ Result<ArchivePass> digestContent(const SignedFile& file, BIO* digests, const By
     return pass;
 }
 
-/** Whether each signer has signed its attributes, where it has any, and one of these digests. */
+/** Whether each signer's signature is valid: over its attributes and their digest of the content, or over the
+ * content itself when there are no attributes. */
 bool haveSigned(CMS_ContentInfo* cms, BIO* digests) {
     STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(cms);
     const int all = sk_CMS_SignerInfo_num(signers);
     for (int i = 0; i < all; ++i) {
         CMS_SignerInfo* signer = sk_CMS_SignerInfo_value(signers, i);
-        const bool hasAttributes = CMS_signed_get_attr_count(signer) >= 0;
+        const bool hasAttributes = CMS_signed_get_attr_count(signer) >= 0;  // -1 without any
         if ((hasAttributes && CMS_SignerInfo_verify(signer) != 1) ||
             CMS_SignerInfo_verify_content(signer, digests) != 1) {
             return false;
@@ -145,7 +152,7 @@ bool haveSigned(CMS_ContentInfo* cms, BIO* digests) {
     return true;
 }
 
-/** An archive that the signature was made over. */
+/** An archive whose signature is valid. */
 struct SignedArchive {
     Digest digest;
     ArchivePass pass;
@@ -156,12 +163,14 @@ Result<SignedArchive> checkContent(CMS_ContentInfo* cms, const SignedFile& file,
     if (!digests) {
         return mismatch(file);
     }
-    BIO* const named = digests.get();  // nobody may have signed another digest, not even our own
-    if (findSha256(named) == nullptr) {
+    // Signers are checked against the digests that the signature lists, as CMS_verify does: our own SHA-256
+    // must not stand in for one that it does not list.
+    BIO* const listed = digests.get();
+    if (findSha256(listed) == nullptr) {
         digests = withSha256(std::move(digests));
     }
     VTEK_ASSIGN(ArchivePass pass, digestContent(file, digests.get(), counter));
-    if (!haveSigned(cms, named)) {
+    if (!haveSigned(cms, listed)) {
         return mismatch(file);
     }
     return SignedArchive{Digest(*findSha256(digests.get())), std::move(pass)};
@@ -184,6 +193,7 @@ Result<VerifiedSignature> verifySignature(const SignedFile& file, const TrustSto
     VTEK_TRY(checkSigners(cms.get(), trust, policy));
     VTEK_ASSIGN(SignedArchive archive, checkContent(cms.get(), file, counter));
 
+    // Digest and fingerprint are the whole file's: the rest of it is in memory.
     const std::string_view signature(reinterpret_cast<const char*>(file.signature.data()),
                                      file.signature.size());
     for (const std::string_view part : {signature, std::string_view(file.trailer)}) {

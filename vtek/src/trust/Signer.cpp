@@ -13,9 +13,14 @@ namespace vtek {
 
 namespace {
 
-constexpr int kSecurityLevel = 2;  // 112 bits: no MD5 or SHA-1, RSA from 2048 bits, in the whole chain
-constexpr int kRsaBits = 2048;
-constexpr int kEcBits = 256;
+// OpenSSL's level 2, at least 112 bits of security, for every certificate of the chain: RSA from 2048 bits,
+// elliptic curves from 224, and no signature with MD5 or SHA-1. Level 1 accepts RSA with 1024 bits; level 3
+// refuses RSA with 2048 bits, which many authorities have.
+constexpr int kSecurityLevel = 2;
+
+// The signer's own key is judged more strictly: by kind, and by these sizes.
+constexpr int kMinRsaBits = 2048;
+constexpr int kMinEcBits = 256;
 
 Error refused(ErrorNumber number, X509* certificate, const std::string& reason) {
     return {number, "signer " + nameText(X509_get_subject_name(certificate)) + ": " + reason};
@@ -25,7 +30,7 @@ bool isStrongDigest(int nid) {
     return nid == NID_sha256 || nid == NID_sha384 || nid == NID_sha512;
 }
 
-/** @param key  null when the certificate's key cannot be read */
+/** @param key  null when the certificate's key cannot be read, such as one on an unknown curve */
 bool isStrongKey(const EVP_PKEY* key) {
     if (key == nullptr) {
         return false;
@@ -34,44 +39,49 @@ bool isStrongKey(const EVP_PKEY* key) {
     switch (EVP_PKEY_get_base_id(key)) {
         case EVP_PKEY_RSA:
         case EVP_PKEY_RSA_PSS:
-            return bits >= kRsaBits;
+            return bits >= kMinRsaBits;
         case EVP_PKEY_EC:
-            return bits >= kEcBits;
+            return bits >= kMinEcBits;
         default:
             return false;
     }
 }
 
+/** The security level covers the chain only, not the digest that the signer used. */
 Status checkAlgorithms(CMS_SignerInfo* signer, X509* certificate) {
     X509_ALGOR* digest = nullptr;
     CMS_SignerInfo_get0_algs(signer, nullptr, nullptr, &digest, nullptr);
     if (!isStrongDigest(OBJ_obj2nid(digest->algorithm))) {
-        return refused(ErrorNumber::SignerWeak, certificate, "digest weaker than SHA-256");
+        return refused(ErrorNumber::SignerWeak, certificate, "its digest is weaker than SHA-256");
     }
     if (!isStrongKey(X509_get0_pubkey(certificate))) {
-        return refused(ErrorNumber::SignerWeak, certificate, "key weaker than RSA-2048 or P-256");
+        return refused(ErrorNumber::SignerWeak, certificate, "its key is weaker than RSA-2048 or P-256");
     }
     return {};
 }
 
+/** An absent extension means "any purpose" to OpenSSL; here each must be present. */
 Status checkPurpose(X509* certificate) {
     if (isAuthority(certificate)) {
-        return refused(ErrorNumber::SignerPurpose, certificate, "is a certificate authority");
+        return refused(ErrorNumber::SignerPurpose, certificate, "its certificate is an authority's");
     }
     const std::uint32_t flags = X509_get_extension_flags(certificate);
     if ((flags & EXFLAG_INVALID) != 0) {
-        return refused(ErrorNumber::SignerPurpose, certificate, "malformed extensions");
+        return refused(ErrorNumber::SignerPurpose, certificate, "its certificate has malformed extensions");
     }
     if ((flags & EXFLAG_XKUSAGE) == 0 || (X509_get_extended_key_usage(certificate) & XKU_CODE_SIGN) == 0) {
-        return refused(ErrorNumber::SignerPurpose, certificate, "not for code signing");
+        return refused(ErrorNumber::SignerPurpose, certificate, "its certificate is not for code signing");
     }
     if ((flags & EXFLAG_KUSAGE) == 0 || (X509_get_key_usage(certificate) & KU_DIGITAL_SIGNATURE) == 0) {
-        return refused(ErrorNumber::SignerPurpose, certificate, "not for digital signatures");
+        return refused(ErrorNumber::SignerPurpose, certificate,
+                       "its certificate is not for digital signatures");
     }
     return {};
 }
 
-/** The only common name of a certificate; empty when there is none, more than one, or one that could deceive.
+/**
+ * The common name of a certificate; empty when there is none, more than one, or one with control characters.
+ * A NUL or an escape sequence could make a log or a comparison show another name.
  */
 std::string commonName(X509* certificate) {
     const X509_NAME* subject = X509_get_subject_name(certificate);
@@ -87,18 +97,18 @@ std::string commonName(X509* certificate) {
     }
     const std::string name(reinterpret_cast<char*>(bytes), static_cast<std::size_t>(size));
     OPENSSL_free(bytes);
-    const bool deceiving =
+    const bool hasControl =
         std::any_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; });
-    return deceiving ? std::string() : name;
+    return hasControl ? std::string() : name;
 }
 
 Status checkName(X509* certificate, const std::vector<std::string>& allowed) {
     const std::string name = commonName(certificate);
     if (name.empty()) {
-        return refused(ErrorNumber::SignerName, certificate, "no usable common name");
+        return refused(ErrorNumber::SignerName, certificate, "its certificate has no usable common name");
     }
     if (!allowed.empty() && std::find(allowed.begin(), allowed.end(), name) == allowed.end()) {
-        return refused(ErrorNumber::SignerName, certificate, "not one of the names that are allowed");
+        return refused(ErrorNumber::SignerName, certificate, "its name is not allowed");
     }
     return {};
 }
@@ -138,22 +148,27 @@ bool hasList(X509_STORE* store, X509* certificate) {
     return false;
 }
 
-/** Lets a revocation list pass that is not there, and nothing else: one that is there and was not found, for
- * lack of memory, may revoke. */
+/**
+ * Lets X509_verify_cert go on when an issuer has no revocation list in the trust store. OpenSSL reports the
+ * same error when it has run out of memory during the search, and the list that it did not find may revoke:
+ * so search again.
+ */
 int passMissingList(int ok, X509_STORE_CTX* context) {
-    const bool isUnfound = X509_STORE_CTX_get_error(context) == X509_V_ERR_UNABLE_TO_GET_CRL;
+    const bool notFound = X509_STORE_CTX_get_error(context) == X509_V_ERR_UNABLE_TO_GET_CRL;
     const bool isMissing =
-        isUnfound && !hasList(X509_STORE_CTX_get0_store(context), X509_STORE_CTX_get_current_cert(context));
+        notFound && !hasList(X509_STORE_CTX_get0_store(context), X509_STORE_CTX_get_current_cert(context));
     return ok == 1 || isMissing ? 1 : 0;
 }
 
-Status checkChain(X509* certificate, STACK_OF(X509) * helpers, const TrustStore& trust,
+Status checkChain(X509* certificate, STACK_OF(X509) * untrusted, const TrustStore& trust,
                   const SignerPolicy& policy) {
     const X509StoreContextPtr context(X509_STORE_CTX_new());
-    if (!context || X509_STORE_CTX_init(context.get(), trust.store.get(), certificate, helpers) != 1) {
-        return Error{ErrorNumber::Internal, "no context for the chain: " + cryptoError()};
+    if (!context || X509_STORE_CTX_init(context.get(), trust.store.get(), certificate, untrusted) != 1) {
+        return Error{ErrorNumber::Internal, "cannot check the certificate chain: " + cryptoError()};
     }
     X509_VERIFY_PARAM* parameters = X509_STORE_CTX_get0_param(context.get());
+    // OpenSSL 3.0 has no purpose for code signing, and the default of CMS is e-mail. checkPurpose decides;
+    // the certificates above the signer's must be authorities, whatever the purpose.
     X509_VERIFY_PARAM_set_purpose(parameters, X509_PURPOSE_ANY);
     X509_VERIFY_PARAM_set_auth_level(parameters, kSecurityLevel);
     X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_CRL_CHECK | X509_V_FLAG_CRL_CHECK_ALL);
@@ -165,7 +180,7 @@ Status checkChain(X509* certificate, STACK_OF(X509) * helpers, const TrustStore&
         return {};
     }
     const int code = X509_STORE_CTX_get_error(context.get());
-    cryptoError();
+    cryptoError();  // clears OpenSSL's queue for later messages
     return refused(numberOf(code), certificate, X509_verify_cert_error_string(code));
 }
 
@@ -177,14 +192,16 @@ X509* signerCertificate(CMS_SignerInfo* signer) {
     return certificate;
 }
 
-Status checkSigner(CMS_SignerInfo* signer, STACK_OF(X509) * certificates, const TrustStore& trust,
+Status checkSigner(CMS_SignerInfo* signer, STACK_OF(X509) * untrusted, const TrustStore& trust,
                    const SignerPolicy& policy) {
     X509* certificate = signerCertificate(signer);
+    // Without this, a signature over the attributes of one payload could pass for a signature over an archive
+    // that consists of just those bytes.
     if (CMS_signed_get_attr_count(signer) <= 0) {
-        return refused(ErrorNumber::SignatureMalformed, certificate, "signed without attributes");
+        return refused(ErrorNumber::SignatureMalformed, certificate, "there are no signed attributes");
     }
     VTEK_TRY(checkAlgorithms(signer, certificate));
-    VTEK_TRY(checkChain(certificate, certificates, trust, policy));
+    VTEK_TRY(checkChain(certificate, untrusted, trust, policy));
     VTEK_TRY(checkPurpose(certificate));
     return checkName(certificate, policy.signerNames);
 }

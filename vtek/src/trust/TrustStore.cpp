@@ -10,19 +10,19 @@ namespace vtek {
 
 namespace {
 
-constexpr std::size_t kFileBound = 1024 * 1024;
+constexpr std::size_t kMaxFile = 1024 * 1024;  // bytes: room for a list with thousands of revocations
 
 Error unusable(const std::string& name, const std::string& reason) {
     return {ErrorNumber::TrustUnusable, "trust/" + name + ": " + reason};
 }
 
-/** One PEM block: what it says it is, and its bytes. */
+/** One PEM block: its label, such as CERTIFICATE, and its decoded bytes. */
 struct PemBlock {
     std::string label;
     std::vector<unsigned char> bytes;
 };
 
-/** The next block of a text; a block with an empty label at its end. */
+/** Reads the next block of a text; at the end of the text, a block with an empty label. */
 Result<PemBlock> nextBlock(BIO* text, const std::string& name) {
     char* label = nullptr;
     char* header = nullptr;
@@ -30,9 +30,10 @@ Result<PemBlock> nextBlock(BIO* text, const std::string& name) {
     long size = 0;
     ERR_clear_error();
     if (PEM_read_bio(text, &label, &header, &bytes, &size) != 1) {
+        // At the end of the text, OpenSSL misses the first line of a block.
         const bool atEnd = ERR_GET_REASON(ERR_peek_last_error()) == PEM_R_NO_START_LINE;
         ERR_clear_error();
-        return atEnd ? Result<PemBlock>(PemBlock{}) : unusable(name, "broken PEM");
+        return atEnd ? Result<PemBlock>(PemBlock{}) : unusable(name, "malformed PEM");
     }
     PemBlock block{label, std::vector<unsigned char>(bytes, bytes + size)};
     OPENSSL_free(label);
@@ -49,6 +50,7 @@ Status addBlock(TrustFile& file, const PemBlock& block) {
     } else if (block.label == PEM_STRING_X509_CRL) {
         file.revocationLists.emplace_back(d2i_X509_CRL(nullptr, &cursor, size));
     }
+    // Neither moved by an unknown label, such as that of a private key, nor moved to the end by bad bytes.
     if (cursor != block.bytes.data() + size) {
         return unusable(file.name, "not a certificate or revocation list: " + cryptoError());
     }
@@ -60,13 +62,13 @@ Result<TrustFile> readTrustFile(const Root& root, int folder, const std::string&
                 openRegularFile(folder, name, Links::Refused, "trust/" + name, ErrorNumber::TrustUnusable));
     VTEK_TRY(checkOwner(file.info, root.caller(), "trust/" + name, ErrorNumber::TrustUnusable));
     std::string pem;
-    if (!readWhole(file.fd.get(), kFileBound, pem)) {
+    if (!readWhole(file.fd.get(), kMaxFile, pem)) {
         return systemError(ErrorNumber::TrustUnusable, "read trust/" + name);
     }
     return parseTrustFile(name, pem);
 }
 
-/** All of a file or a failure: a revocation list that went missing here would open the door. */
+/** Adds everything or fails: without one of its revocation lists the store would accept revoked signers. */
 Status addFile(TrustStore& trust, const TrustFile& file) {
     for (const auto& certificate : file.certificates) {
         if (X509_STORE_add_cert(trust.store.get(), certificate.get()) != 1) {
@@ -97,7 +99,7 @@ Result<TrustFile> parseTrustFile(const std::string& name, const std::string& pem
         VTEK_TRY(addBlock(file, block));
     }
     if (file.certificates.empty() && file.revocationLists.empty()) {
-        return unusable(name, "no certificate and no revocation list in it");
+        return unusable(name, "it contains neither a certificate nor a revocation list");
     }
     return file;
 }
@@ -118,12 +120,12 @@ Result<std::vector<TrustFile>> readTrustFiles(const Root& root) {
 
 Result<TrustStore> loadTrustStore(const Root& root) {
     VTEK_ASSIGN(const auto files, readTrustFiles(root));
-    TrustStore trust{required(X509StorePtr(X509_STORE_new()))};
+    TrustStore trust{required(X509StorePtr(X509_STORE_new()))};  // empty: OpenSSL's default paths are not set
     for (const auto& file : files) {
         VTEK_TRY(addFile(trust, file));
     }
     if (trust.authorities == 0) {
-        return Error{ErrorNumber::TrustUnusable, "the trust store holds no certificate"};
+        return Error{ErrorNumber::TrustUnusable, "the trust store contains no certificate"};
     }
     return trust;
 }

@@ -9,28 +9,28 @@
 
 namespace vtek {
 
-/** The certificates and revocation lists that an administrator trusts. */
+/** The certificates and revocation lists that an administrator trusts, and no others of the machine. */
 struct TrustStore {
-    X509StorePtr store;  ///< of its own for every check; knows nothing of the machine's other certificates
+    X509StorePtr store;
     int authorities = 0;
     int revocationLists = 0;
 };
 
-/** One file of the trust store, for showing. */
+/** The content of one file of the trust store. */
 struct TrustFile {
     std::string name;
     std::vector<CertificatePtr> certificates;
     std::vector<RevocationListPtr> revocationLists;
 };
 
-/** Takes apart the PEM blocks of a text; refused when there are none, or others than certificates and lists.
- */
+/** Parses the PEM blocks of a text. There must be at least one; each must be a certificate or a revocation
+ * list. */
 Result<TrustFile> parseTrustFile(const std::string& name, const std::string& pem);
 
-/** Reads every file of the trust folder; one bad file makes the whole store unusable. */
+/** Reads every file of the trust folder. One bad file makes the whole store unusable. */
 Result<std::vector<TrustFile>> readTrustFiles(const Root& root);
 
-/** Loads the trust folder; a store without any certificate is refused. */
+/** Loads the trust folder for one verification. A store without a certificate is refused. */
 Result<TrustStore> loadTrustStore(const Root& root);
 
 }  // namespace vtek

@@ -146,7 +146,7 @@ TEST_F(PayloadWriter, TakesPlainFilesThatStayAsTheyAre) {
     vtek::ArchiveWriter writer(file.get(), ArchiveFormat::Tar);
     EXPECT_TRUE(writer.addFile("main.bin", content() / "main.bin"));
     EXPECT_EQ(writer.addFile("sub", content() / "sub").error().message,
-              (content() / "sub").string() + " is no plain file");
+              (content() / "sub").string() + " is not a regular file");
     fs::create_symlink("main.bin", content() / "link");
     EXPECT_EQ(writer.addFile("link", content() / "link").error().number, ErrorNumber::InvalidArgument);
     // The kernel says of this one that it is empty.

@@ -1,5 +1,6 @@
 #include "TempDir.h"
 #include "payload/ConfinedFolder.h"
+#include "payload/EntryNames.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -271,10 +271,10 @@ TEST_F(LargeEntriesAlone, AreThoseWithTheNumbers) {
     const Archive archive(Format::Zip, {{"two", "second"}, {"three", "third"}, {"four", "fourth"}});
     auto entries = of(archive);
     ASSERT_TRUE(add(entries, 2));
-    ASSERT_TRUE(entries.write());
+    ASSERT_TRUE(entries.extract());
     ASSERT_TRUE(add(entries, 4));
     EXPECT_EQ(written(4), "");
-    ASSERT_TRUE(entries.write());
+    ASSERT_TRUE(entries.extract());
     EXPECT_EQ(written(2), "second");
     EXPECT_EQ(written(4), "fourth");
     EXPECT_EQ(opened_, 1);
@@ -284,7 +284,7 @@ TEST_F(LargeEntriesAlone, ThatAreNotThereFail) {
     const Archive archive(Format::Zip, {{"two", "second"}});
     auto entries = of(archive);
     ASSERT_TRUE(add(entries, 9));
-    const vtek::Status outcome = entries.write();
+    const vtek::Status outcome = entries.extract();
     ASSERT_FALSE(outcome);
     EXPECT_EQ(outcome.error().number, ErrorNumber::ArchiveInvalid);
 }
@@ -294,7 +294,7 @@ TEST_F(LargeEntriesAlone, AreLeftOnceOneHasFailed) {
     for (const std::uint64_t number : {2, 3, 4, 5}) {
         ASSERT_TRUE(add(entries, number));
     }
-    EXPECT_EQ(entries.write().error().number, ErrorNumber::ArchiveTooLarge);
+    EXPECT_EQ(entries.extract().error().number, ErrorNumber::ArchiveTooLarge);
     EXPECT_LE(opened_, 2);
 }
 

@@ -1,6 +1,7 @@
 #include "Lab.h"
 #include "payload/ArchiveReader.h"
 #include "payload/ConfinedFolder.h"
+#include "payload/EntryNames.h"
 #include "payload/Unpack.h"
 
 #include <fcntl.h>
