@@ -146,7 +146,8 @@ Outcome unpack(int archive, std::uint64_t length, const Surroundings& surroundin
         outcome.number = unpacked.error().number;
         return outcome;
     }
-    require(unpacked->files == found.files && unpacked->bytes == found.bytes, "what is reported is there");
+    require(unpacked->files == found.files && unpacked->bytes == found.bytes,
+            "the reported numbers are right");
     outcome.manifest = unpacked->manifest;
     return outcome;
 }
@@ -158,15 +159,15 @@ void examine(std::string_view input) {
     const fs::path file = workingFolder() / "archive";
     writeFile(file, input);
     const vtek::UniqueFd archive = vtek::openAt(vtek::kWorkingFolder, file.string(), O_RDONLY);
-    const Outcome byKernel =
+    const Outcome withOpenat2 =
         unpack(archive.get(), input.size(), surroundings, ConfinedFolder::Method::Openat2);
     const Outcome bySteps = unpack(archive.get(), input.size(), surroundings, ConfinedFolder::Method::Steps);
     require(byKernel == bySteps, "the same outcome with openat2 and without");
     if (byKernel.manifest) {
         // A zip's entries may differ from its directory; an update compares the manifests of both.
         const auto manifest = vtek::readManifest(input);
-        require(input.starts_with("PK\3\4") || (manifest && *manifest == *byKernel.manifest),
-                "the manifest that was looked at before");
+        require(input.starts_with("PK\3\4") || (manifest && *manifest == *withOpenat2.manifest),
+                "the manifest that was checked before");
     }
 }
 

@@ -1,5 +1,5 @@
-// Every call to another library that the making of keys, certificates and payloads makes, failing in a run of
-// its own: what is made is whole, or a failure is reported.
+// Makes certificates and payloads once for each call to the system or to a library, with that call failing:
+// the result is whole, or a failure is reported.
 #include "FailingCalls.h"
 #include "Lab.h"
 #include "authoring/PackageDescription.h"
@@ -13,8 +13,7 @@
 #include <filesystem>
 #include <string>
 
-/** Read by LeakSanitizer, where it is on: libarchive loses the buffer of an archive that it could not write.
- */
+/** Read by LeakSanitizer: libarchive leaks the buffer of an archive that it could not write. */
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:libarchive.so";
 }
@@ -42,7 +41,7 @@ protected:
 
     std::filesystem::path made() const { return folder_ / "made.tar"; }
 
-    /** Whether an archive of the content is said to be made. */
+    /** Whether writing an archive of the content reports success. */
     bool make(const std::string& content) const {
         const auto file =
             vtek::openAt(vtek::kWorkingFolder, made().string(), O_RDWR | O_CREAT | O_TRUNC, 0600);
@@ -54,9 +53,9 @@ protected:
 
     test::TempDir folder_;
 };
-INSTANTIATE_TEST_SUITE_P(Of, AuthoringFailure, testing::Values(Calls::Files, Calls::Archive));
+INSTANTIATE_TEST_SUITE_P(All, AuthoringFailure, testing::Values(Calls::Files, Calls::Archive));
 
-TEST_P(AuthoringFailure, OfAnArchiveIsReported) {
+TEST_P(AuthoringFailure, WritesWholeArchiveOrFails) {
     for (const std::string content : {"content", "content.tar"}) {
         ASSERT_TRUE(make(content));
         const std::string whole = test::readFile(made());
@@ -70,7 +69,7 @@ TEST_P(AuthoringFailure, OfAnArchiveIsReported) {
     }
 }
 
-TEST(AuthoringFailures, OfASignatureAreReported) {
+TEST(AuthoringFailures, MakesValidSignatureOrFails) {
     Lab lab;
     const test::TempDir folder;
     test::writeFile(folder / "archive", "archive");
@@ -92,7 +91,7 @@ TEST(AuthoringFailures, OfASignatureAreReported) {
     } while (failing.happened());
 }
 
-TEST(AuthoringFailures, OfCertificatesAreReported) {
+TEST(AuthoringFailures, IssuesValidCertificateOrFails) {
     const vtek::Identity authority = test::makeAuthority("Authority");
     FailingCalls failing(Calls::Crypto);
     do {
@@ -112,9 +111,9 @@ TEST(AuthoringFailures, OfCertificatesAreReported) {
 }
 
 class DescriptionFailure : public testing::TestWithParam<Calls> {};
-INSTANTIATE_TEST_SUITE_P(Of, DescriptionFailure, testing::Values(Calls::Files, Calls::Xml));
+INSTANTIATE_TEST_SUITE_P(All, DescriptionFailure, testing::Values(Calls::Files, Calls::Xml));
 
-TEST_P(DescriptionFailure, NamesTheComponentOrSaysThatItFailed) {
+TEST_P(DescriptionFailure, ReadsComponentOrFails) {
     const Lab lab;
     FailingCalls failing(GetParam());
     do {

@@ -1,5 +1,4 @@
 #include "Lab.h"
-#include "authoring/PackageDescription.h"
 #include "authoring/PayloadWriter.h"
 #include "payload/ConfinedFolder.h"
 #include "payload/Payload.h"
@@ -43,7 +42,7 @@ protected:
         return vtek::writeArchive(file.get(), format, kManifest, from);
     }
 
-    /** Unpacks what was made, and returns its manifest. */
+    /** Unpacks the archive, and returns its manifest. */
     vtek::Manifest unpack() const {
         const fs::path target = folder_ / "target";
         fs::remove_all(target);
@@ -51,14 +50,14 @@ protected:
         const vtek::UniqueFd file = vtek::openAt(vtek::kWorkingFolder, made().string(), O_RDONLY);
         const vtek::UniqueFd folder =
             vtek::openAt(vtek::kWorkingFolder, target.string(), O_RDONLY | O_DIRECTORY);
-        vtek::ConfinedFolder beneath(folder.get());
-        const auto unpacked = vtek::unpackArchive(file.get(), fs::file_size(made()), beneath, "", kLimits,
+        vtek::ConfinedFolder confined(folder.get());
+        const auto unpacked = vtek::unpackArchive(file.get(), fs::file_size(made()), confined, "", kLimits,
                                                   [](std::uint64_t) {});
         EXPECT_TRUE(unpacked) << unpacked.error().message;
         return unpacked ? unpacked->manifest : vtek::Manifest{};
     }
 
-    /** Everything below the target: files with what they hold, folders with a slash. */
+    /** Everything below the target: files with their content, folders with a slash. */
     std::map<std::string, std::string> unpacked() const {
         std::map<std::string, std::string> found;
         for (const auto& item : fs::recursive_directory_iterator(folder_ / "target")) {
@@ -76,7 +75,7 @@ protected:
     test::TempDir folder_;
 };
 
-TEST_F(PayloadWriter, EveryFormatHoldsTheManifestAndTheContent) {
+TEST_F(PayloadWriter, WritesManifestAndContentInEveryFormat) {
     for (const ArchiveFormat format : {ArchiveFormat::Tar, ArchiveFormat::TarGz, ArchiveFormat::Zip}) {
         SCOPED_TRACE(static_cast<int>(format));
         ASSERT_TRUE(write(format, content()));
@@ -85,7 +84,7 @@ TEST_F(PayloadWriter, EveryFormatHoldsTheManifestAndTheContent) {
     }
 }
 
-TEST_F(PayloadWriter, TheEntriesStandInTheOrderOfTheirNames) {
+TEST_F(PayloadWriter, SortsEntriesByName) {
     ASSERT_TRUE(write(ArchiveFormat::Tar, content()));
     const std::string archive = readFile(made());
     std::vector<std::size_t> places;
@@ -96,17 +95,17 @@ TEST_F(PayloadWriter, TheEntriesStandInTheOrderOfTheirNames) {
     EXPECT_LT(places.back(), archive.size());
 }
 
-TEST_F(PayloadWriter, TheFormatIsTheOneThatWasAskedFor) {
+TEST_F(PayloadWriter, WritesRequestedFormat) {
     ASSERT_TRUE(write(ArchiveFormat::Zip, content()));
     EXPECT_TRUE(readFile(made()).starts_with("PK\3\4"));
     ASSERT_TRUE(write(ArchiveFormat::TarGz, content()));
     EXPECT_TRUE(readFile(made()).starts_with("\x1F\x8B"));
-    EXPECT_EQ(readFile(made()).substr(4, 4), std::string(4, '\0')) << "the time of its making";
+    EXPECT_EQ(readFile(made()).substr(4, 4), std::string(4, '\0')) << "the time of writing";
     ASSERT_TRUE(write(ArchiveFormat::Tar, content()));
     EXPECT_TRUE(readFile(made()).starts_with("manifest.xml"));
 }
 
-TEST_F(PayloadWriter, EqualContentGivesEqualBytesWhateverItsTimes) {
+TEST_F(PayloadWriter, WritesEqualBytesForEqualContent) {
     for (const ArchiveFormat format : {ArchiveFormat::Tar, ArchiveFormat::TarGz, ArchiveFormat::Zip}) {
         ASSERT_TRUE(write(format, content()));
         const std::string first = readFile(made());
@@ -117,7 +116,7 @@ TEST_F(PayloadWriter, EqualContentGivesEqualBytesWhateverItsTimes) {
     }
 }
 
-TEST_F(PayloadWriter, TakesTheEntriesOfAnotherArchive) {
+TEST_F(PayloadWriter, CopiesEntriesOfAnotherArchive) {
     writeFile(folder_ / "other.zip",
               test::makeArchive(test::Format::Zip, {{"main.bin", std::string(100000, 'm')},
                                                     {"sub", "", 'd'},
@@ -128,7 +127,7 @@ TEST_F(PayloadWriter, TakesTheEntriesOfAnotherArchive) {
     EXPECT_EQ(unpacked(), whole_);
 }
 
-TEST_F(PayloadWriter, RefusesWhatCannotBeUnpacked) {
+TEST_F(PayloadWriter, RefusesContentThatCannotBeUnpacked) {
     fs::create_symlink("main.bin", content() / "link");
     EXPECT_EQ(write(ArchiveFormat::Tar, content()).error().number, ErrorNumber::InvalidArgument);
     writeFile(folder_ / "links.tar",
@@ -141,7 +140,7 @@ TEST_F(PayloadWriter, RefusesWhatCannotBeUnpacked) {
     EXPECT_EQ(write(ArchiveFormat::Tar, folder_ / "missing").error().number, ErrorNumber::InvalidArgument);
 }
 
-TEST_F(PayloadWriter, TakesPlainFilesThatStayAsTheyAre) {
+TEST_F(PayloadWriter, RefusesFileThatIsNotRegularOrChanges) {
     const vtek::UniqueFd file = vtek::openAt(vtek::kWorkingFolder, made().string(), O_RDWR | O_CREAT, 0600);
     vtek::ArchiveWriter writer(file.get(), ArchiveFormat::Tar);
     EXPECT_TRUE(writer.addFile("main.bin", content() / "main.bin"));
@@ -149,39 +148,12 @@ TEST_F(PayloadWriter, TakesPlainFilesThatStayAsTheyAre) {
               (content() / "sub").string() + " is not a regular file");
     fs::create_symlink("main.bin", content() / "link");
     EXPECT_EQ(writer.addFile("link", content() / "link").error().number, ErrorNumber::InvalidArgument);
-    // The kernel says of this one that it is empty.
+    // The kernel reports a size of 0.
     EXPECT_EQ(writer.addFile("status", "/proc/self/status").error().message,
               "/proc/self/status changed while it was read");
 }
 
-TEST_F(PayloadWriter, APackageThatNamesNoComponentIsNone) {
-    for (const std::string xml :
-         {"<SoftwareComponent/>",
-          "<SoftwareComponent><SupportedDevices><Device/></SupportedDevices></SoftwareComponent>",
-          "<!DOCTYPE x><SoftwareComponent><SupportedDevices><Device componentID='1'/></SupportedDevices>"
-          "</SoftwareComponent>",
-          "no XML"}) {
-        writeFile(folder_ / "package.xml", xml);
-        const auto description = vtek::readPackageDescription(
-            vtek::kWorkingFolder, (folder_ / "package.xml").string(), ErrorNumber::PackageUnreadable);
-        ASSERT_FALSE(description) << xml;
-        EXPECT_EQ(description.error().number, ErrorNumber::PackageUnreadable);
-    }
-}
-
-TEST_F(PayloadWriter, APackageIsForItsFirstDeviceAndOfItsLastVersion) {
-    writeFile(folder_ / "package.xml",
-              "<Packages><SoftwareComponent vendorVersion='1'><SupportedDevices><Device componentID='25227'/>"
-              "<Device componentID='31002'/></SupportedDevices></SoftwareComponent>"
-              "<SoftwareComponent vendorVersion='2'/></Packages>");
-    const auto description = vtek::readPackageDescription(
-        vtek::kWorkingFolder, (folder_ / "package.xml").string(), ErrorNumber::PackageUnreadable);
-    ASSERT_TRUE(description);
-    EXPECT_EQ(description->componentId, "25227");
-    EXPECT_EQ(description->version, "2");
-}
-
-TEST_F(PayloadWriter, WhatItSignsIsAccepted) {
+TEST_F(PayloadWriter, MakesSignatureThatVerifies) {
     test::Lab lab;
     ASSERT_TRUE(write(ArchiveFormat::Tar, content()));
     const auto signature = vtek::signFile(made(), lab.signer(), {});
@@ -198,7 +170,7 @@ TEST_F(PayloadWriter, WhatItSignsIsAccepted) {
     EXPECT_TRUE(verified) << verified.error().message;
 }
 
-TEST_F(PayloadWriter, WhatIsNotThereCannotBeSignedOrDigested) {
+TEST_F(PayloadWriter, RefusesMissingFile) {
     test::Lab lab;
     EXPECT_EQ(vtek::signFile(folder_ / "missing", lab.signer(), {}).error().number,
               ErrorNumber::InvalidArgument);
@@ -206,7 +178,7 @@ TEST_F(PayloadWriter, WhatIsNotThereCannotBeSignedOrDigested) {
     EXPECT_FALSE(vtek::appendSignature(-1, "signature"));
 }
 
-TEST_F(PayloadWriter, ADigestIsSha256) {
+TEST_F(PayloadWriter, ComputesSha256) {
     writeFile(folder_ / "abc", "abc");
     const auto digest = vtek::digestOf(folder_ / "abc");
     ASSERT_TRUE(digest);

@@ -1,4 +1,4 @@
-// What the archives themselves may and may not say, before the names in them count.
+// The formats of archives. UnpackTest.cpp is about the names in them.
 #include "Lab.h"
 #include "payload/ConfinedFolder.h"
 #include "payload/Unpack.h"
@@ -28,7 +28,7 @@ UpdateOutcome updateWith(const Lab& lab, const std::string& archive) {
     return lab.update();
 }
 
-/** Bytes that no compression makes shorter. */
+/** Bytes that do not compress. */
 std::string noise(std::size_t size) {
     std::mt19937 random;
     std::string bytes(size, '\0');
@@ -36,7 +36,7 @@ std::string noise(std::size_t size) {
     return bytes;
 }
 
-TEST(ArchiveReader, TakesInTheArchiveAndNothingBehindIt) {
+TEST(ArchiveReader, ReadsNothingBehindTheArchive) {
     const Lab lab;
     for (const Format format : {Format::Tar, Format::TarGz, Format::Zip}) {
         const std::string archive = lab.archiveOf(format, {{"noise", noise(300000)}});
@@ -44,18 +44,20 @@ TEST(ArchiveReader, TakesInTheArchiveAndNothingBehindIt) {
         const auto source = vtek::openAt(vtek::kWorkingFolder, (lab.aside() / "archive").string(), O_RDONLY);
         const test::TempDir target;
         const auto folder = vtek::openAt(vtek::kWorkingFolder, target.path().string(), O_RDONLY);
-        vtek::ConfinedFolder beneath(folder.get());
+        vtek::ConfinedFolder confined(folder.get());
         std::uint64_t taken = 0;
         const vtek::UnpackLimits limits{100, 10, 1000000, 200};
-        ASSERT_TRUE(unpackArchive(source.get(), archive.size(), beneath, "", limits,
+        ASSERT_TRUE(unpackArchive(source.get(), archive.size(), confined, "", limits,
                                   [&](std::uint64_t bytes) { taken += bytes; }));
         EXPECT_GE(taken, 300000U);
-        const std::size_t directory = format == Format::Zip ? 128 * 1024 : 0;  // looked up first
+        const std::size_t directory = format == Format::Zip ? 128 * 1024 : 0;  // read first
         EXPECT_LE(taken, archive.size() + directory);
     }
 }
 
-/** Makes a tar's entry of this name a hard link to the manifest, which keeps its content: no writer does. */
+/** Turns an entry of a tar into a hard link to the manifest that keeps its content, as no archiver writes
+ * one. A header has 512 bytes: the sum of its bytes at 148, counted as blanks; the type at 156, then the
+ * target. */
 std::string asHardLink(std::string tar, const std::string& name) {
     constexpr std::size_t kTypeAt = 156;
     constexpr std::size_t kSumAt = 148;
@@ -74,15 +76,14 @@ std::string asHardLink(std::string tar, const std::string& name) {
     return tar;
 }
 
-TEST(ArchiveReader, AHardLinkWithAContentOfItsOwnIsRefused) {
+TEST(ArchiveReader, RefusesHardLinkWithContent) {
     const Lab lab;
     const std::string archive = asHardLink(lab.archiveOf(Format::Tar, {{"hard", "body"}}), "hard");
     EXPECT_EQ(updateWith(lab, archive), (UpdateOutcome{"unpack", ErrorNumber::EntryKind}));
 }
 
-// Zip
-
-/** Sets a byte of the two headers that a zip has for an entry. */
+/** Sets a byte in both headers of a zip's entry. The local header has 30 bytes before the name; the one in
+ * the directory has 46, and two more before the same field. */
 std::string withHeaderByte(std::string zip, const std::string& name, std::size_t at, char byte) {
     constexpr std::size_t kLocalName = 30;
     constexpr std::size_t kCentralName = 46;
@@ -91,16 +92,16 @@ std::string withHeaderByte(std::string zip, const std::string& name, std::size_t
     return zip;
 }
 
-TEST(Zip, AnEncryptedEntryIsRefused) {
+TEST(ArchiveReader, RefusesEncryptedZipEntry) {
     const Lab lab;
     const std::string archive = lab.archiveOf(Format::ZipStored, {{"secret/", "", 'd'}});
     ASSERT_EQ(updateWith(lab, archive), kDone);
-    constexpr std::size_t kFlagsAt = 6;
+    constexpr std::size_t kFlagsAt = 6;  // bit 0: encrypted
     EXPECT_EQ(updateWith(lab, withHeaderByte(archive, "secret/", kFlagsAt, '\1')),
               (UpdateOutcome{"unpack", ErrorNumber::ArchiveInvalid}));
 }
 
-TEST(Zip, ADirectoryBeyondTheBoundsIsRefusedBeforeItIsRead) {
+TEST(ArchiveReader, RefusesZipWithHugeDirectory) {
     const Lab lab;
     std::string archive = lab.archive(Format::Zip);
     constexpr std::size_t kDirectorySizeAt = 12;
@@ -108,13 +109,13 @@ TEST(Zip, ADirectoryBeyondTheBoundsIsRefusedBeforeItIsRead) {
     EXPECT_EQ(updateWith(lab, archive), (UpdateOutcome{"unpack", ErrorNumber::ArchiveTooLarge}));
 }
 
-TEST(Zip, TheLastEndRecordCounts) {
+TEST(ArchiveReader, UsesLastEndRecordOfZip) {
     const Lab lab;
     const std::string record = "PK\5\6" + std::string(18, '\xFF');
     EXPECT_EQ(updateWith(lab, lab.archiveOf(Format::ZipStored, {{"file", record}})), kDone);
 }
 
-TEST(Zip, AnEndRecordThatIsCutShortIsRefused) {
+TEST(ArchiveReader, RefusesZipWithTruncatedEndRecord) {
     const Lab lab;
     const std::string archive = lab.archive(Format::Zip);
     EXPECT_EQ(updateWith(lab, archive.substr(0, archive.rfind("PK\5\6") + 6)),

@@ -1,4 +1,4 @@
-// Large entries of a zip, which two threads write.
+// Large entries of a zip, which two threads extract.
 #include "Lab.h"
 #include "payload/ConfinedFolder.h"
 #include "payload/LargeEntries.h"
@@ -27,7 +27,7 @@ using vtek::ErrorNumber;
 constexpr vtek::UnpackLimits kLimits{100, 10, 100'000'000, 200};
 constexpr std::size_t kLarge = 1'500'000;
 
-/** Letters at random, other ones for each seed. */
+/** Random letters, different ones for each seed. */
 std::string letters(unsigned int seed, std::size_t size = kLarge) {
     std::mt19937 random(seed);
     std::string text(size, '\0');
@@ -58,8 +58,8 @@ public:
 
     vtek::Result<vtek::UnpackedContent> unpack(const vtek::UnpackLimits& limits = kLimits) {
         const auto folder = vtek::openAt(vtek::kWorkingFolder, (folder_ / "content").string(), O_RDONLY);
-        vtek::ConfinedFolder beneath(folder.get());
-        return unpackTo(beneath, limits);
+        vtek::ConfinedFolder confined(folder.get());
+        return unpackTo(confined, limits);
     }
 
     std::string content(const std::string& name) const { return test::readFile(folder_ / "content" / name); }
@@ -73,17 +73,17 @@ private:
     std::uint64_t taken_ = 0;
 };
 
-/** Flips one byte of a stored content. */
+/** Flips one bit of a stored content. */
 std::string damaged(std::string archive, const std::string& content) {
     archive[archive.find(content) + content.size() / 2] ^= 1;
     return archive;
 }
 
-class LargeEntriesOf : public testing::TestWithParam<Format> {};
-INSTANTIATE_TEST_SUITE_P(Format, LargeEntriesOf,
+class LargeEntriesFormats : public testing::TestWithParam<Format> {};
+INSTANTIATE_TEST_SUITE_P(All, LargeEntriesFormats,
                          testing::Values(Format::Zip, Format::ZipStored, Format::Tar, Format::TarGz));
 
-TEST_P(LargeEntriesOf, AreUnpackedWholeAmongSmallOnes) {
+TEST_P(LargeEntriesFormats, UnpacksLargeAndSmallEntries) {
     std::vector<Entry> entries;
     std::size_t bytes = formatManifest(Lab().manifest()).size();
     for (unsigned int i = 0; i < 5; ++i) {
@@ -103,7 +103,7 @@ TEST_P(LargeEntriesOf, AreUnpackedWholeAmongSmallOnes) {
     }
 }
 
-TEST(LargeEntries, TogetherMayBeAsLongAsTheLimitAndNoLonger) {
+TEST(LargeEntries, EnforcesByteLimitAcrossEntries) {
     const std::vector<Entry> entries{{"one", letters(1)}, {"two", letters(2)}, {"three", letters(3)}};
     vtek::UnpackLimits limits = kLimits;
     limits.totalBytes = formatManifest(Lab().manifest()).size() + 3 * kLarge;
@@ -114,7 +114,7 @@ TEST(LargeEntries, TogetherMayBeAsLongAsTheLimitAndNoLonger) {
     EXPECT_EQ(refused.error().number, ErrorNumber::ArchiveTooLarge);
 }
 
-TEST(LargeEntries, TogetherMayBeAsCompressibleAsTheLimitAndNoMore) {
+TEST(LargeEntries, EnforcesRatioAcrossEntries) {
     const std::string zeros(16 * kLarge, '\0');
     Archive archive(Format::Zip, {{"one", zeros}, {"two", zeros}});
     const auto refused = archive.unpack();
@@ -127,12 +127,12 @@ TEST(LargeEntries, TogetherMayBeAsCompressibleAsTheLimitAndNoMore) {
     EXPECT_TRUE(again.unpack(limits));
 }
 
-/** Gives out, for the files "one" and "two", pipes that nobody reads before both are being written. */
+/** Gives pipes for the files "one" and "two". Nobody reads from them until both are being written to. */
 class Pipes : public vtek::UnpackTarget {
 public:
     Pipes() : reader_(std::async(std::launch::async, [this] { return readOnceBothAreWritten(); })) {}
 
-    /** Ends the reader's wait also where an archive was refused before its files were made. */
+    /** Ends the reader's wait even when the archive was refused before its files were created. */
     ~Pipes() override { closeWriteEnds(); }
 
     bool makeFolders(const std::string&) override { return true; }
@@ -143,7 +143,7 @@ public:
                                : vtek::openAt(vtek::kWorkingFolder, "/dev/null", O_WRONLY);
     }
 
-    /** Whether both were written at once. */
+    /** Whether both were being written at the same time. */
     bool wereWrittenAtOnce() {
         closeWriteEnds();
         return reader_.get();
@@ -191,7 +191,7 @@ private:
     std::future<bool> reader_;
 };
 
-TEST(LargeEntries, AreWrittenTwoAtATime) {
+TEST(LargeEntries, WritesTwoAtATime) {
     Archive archive(Format::Zip, {{"one", letters(1)}, {"two", letters(2)}, {"three", letters(3)}});
     Pipes target;
     const auto unpacked = archive.unpackTo(target);
@@ -199,7 +199,7 @@ TEST(LargeEntries, AreWrittenTwoAtATime) {
     EXPECT_TRUE(target.wereWrittenAtOnce());
 }
 
-TEST(LargeEntries, ThatArePassedOverAreNotWhatTheArchiveHasMade) {
+TEST(LargeEntries, DoesNotCountSkippedContent) {
     vtek::UnpackLimits limits = kLimits;
     limits.ratio = 1;
     const auto unpacked =
@@ -207,7 +207,7 @@ TEST(LargeEntries, ThatArePassedOverAreNotWhatTheArchiveHasMade) {
     EXPECT_TRUE(unpacked) << unpacked.error().message;
 }
 
-TEST(LargeEntries, MayBeMoreThanAreHeldOpen) {
+TEST(LargeEntries, AcceptsMoreThanItHoldsOpen) {
     std::vector<Entry> entries;
     for (unsigned int i = 0; i < 70; ++i) {
         entries.push_back(
@@ -223,7 +223,7 @@ TEST(LargeEntries, MayBeMoreThanAreHeldOpen) {
     }
 }
 
-TEST(LargeEntries, ThatAreDamagedAreRefused) {
+TEST(LargeEntries, RefusesDamagedEntries) {
     const std::string stored =
         Lab().archiveOf(Format::ZipStored, {{"one", letters(1)}, {"two", letters(2)}, {"three", letters(3)}});
     for (const unsigned int which : {1U, 2U, 3U}) {
@@ -233,7 +233,7 @@ TEST(LargeEntries, ThatAreDamagedAreRefused) {
     }
 }
 
-/** The entries alone, and what they need. */
+/** LargeEntries without the rest of an unpacking. */
 class LargeEntriesAlone : public testing::Test {
 protected:
     vtek::LargeEntries of(vtek::LargeEntries::OpenArchive open) {
@@ -267,7 +267,7 @@ private:
     vtek::UnpackBudget budget_{kLimits, kLarge, counter_};
 };
 
-TEST_F(LargeEntriesAlone, AreThoseWithTheNumbers) {
+TEST_F(LargeEntriesAlone, ExtractsEntriesByNumber) {
     const Archive archive(Format::Zip, {{"two", "second"}, {"three", "third"}, {"four", "fourth"}});
     auto entries = of(archive);
     ASSERT_TRUE(add(entries, 2));
@@ -280,7 +280,7 @@ TEST_F(LargeEntriesAlone, AreThoseWithTheNumbers) {
     EXPECT_EQ(opened_, 1);
 }
 
-TEST_F(LargeEntriesAlone, ThatAreNotThereFail) {
+TEST_F(LargeEntriesAlone, ReportsMissingEntry) {
     const Archive archive(Format::Zip, {{"two", "second"}});
     auto entries = of(archive);
     ASSERT_TRUE(add(entries, 9));
@@ -289,7 +289,7 @@ TEST_F(LargeEntriesAlone, ThatAreNotThereFail) {
     EXPECT_EQ(outcome.error().number, ErrorNumber::ArchiveInvalid);
 }
 
-TEST_F(LargeEntriesAlone, AreLeftOnceOneHasFailed) {
+TEST_F(LargeEntriesAlone, StartsNoEntryAfterFailure) {
     auto entries = of([] { return vtek::Error{ErrorNumber::ArchiveTooLarge, "beyond"}; });
     for (const std::uint64_t number : {2, 3, 4, 5}) {
         ASSERT_TRUE(add(entries, number));

@@ -19,7 +19,7 @@ std::string manifest(const std::string& attributes, const std::string& content =
 const std::string kGood =
     "format='1' componentID='25227' version='2.00' packageDigest='sha256:" + kDigest + "'";
 
-TEST(Manifest, IsReadAsItStands) {
+TEST(Manifest, ReadsEveryField) {
     const auto parsed =
         vtek::parseManifest(manifest(kGood, "<Chassis type='A'/><!-- --><Other/><Chassis type='B'/>"));
     ASSERT_TRUE(parsed);
@@ -29,12 +29,12 @@ TEST(Manifest, IsReadAsItStands) {
     EXPECT_EQ(parsed->packageDigest, kDigest);
 }
 
-TEST(Manifest, WhatIsWrittenIsReadBackTheSame) {
+TEST(Manifest, ReadsWhatItFormatted) {
     const vtek::Manifest original{"<25227>", "\"2\"&3", {"A", "B'"}, kDigest};
     EXPECT_EQ(*vtek::parseManifest(formatManifest(original)), original);
 }
 
-TEST(Manifest, OneThatLacksAnythingIsRefused) {
+TEST(Manifest, RefusesMissingAndMalformedFields) {
     const std::string bad[] = {
         "",
         "junk",
@@ -62,13 +62,13 @@ TEST(Manifest, OneThatLacksAnythingIsRefused) {
     }
 }
 
-TEST(Manifest, ADocumentTypeIsRefused) {
+TEST(Manifest, RefusesDocumentType) {
     EXPECT_FALSE(vtek::parseManifest("<!DOCTYPE VtekManifest>" + manifest(kGood)));
     EXPECT_FALSE(vtek::parseManifest("<!DOCTYPE x [<!ENTITY e SYSTEM 'file:///etc/passwd'>]>" +
                                      manifest(kGood, "&e;<Chassis type='A'/>")));
 }
 
-TEST(Manifest, OneThatIsTooLongIsRefused) {
+TEST(Manifest, RefusesMoreThan64KiB) {
     EXPECT_TRUE(vtek::parseManifest(manifest(kGood) + std::string(60000, ' ')));
     EXPECT_FALSE(vtek::parseManifest(manifest(kGood) + std::string(65536, ' ')));
 }

@@ -18,12 +18,12 @@ std::string trailerOf(std::uint64_t length) {
     return vtek::payloadTrailer(length);
 }
 
-TEST(Payload, TrailerIsTheLengthInEightBytesBigEndian) {
+TEST(Payload, WritesTrailerAsEightBytesBigEndian) {
     EXPECT_EQ(trailerOf(0x0102030405060708), "\x01\x02\x03\x04\x05\x06\x07\x08");
     EXPECT_EQ(trailerOf(300), std::string("\0\0\0\0\0\0\1\x2C", 8));
 }
 
-TEST(Payload, IsTakenApartAtItsTrailer) {
+TEST(Payload, FindsPartsByTrailer) {
     const test::TempDir folder;
     test::writeFile(folder / "fw.fwp", "archive" + std::string("cms") + trailerOf(3));
     const auto opened = vtek::openPayload(vtek::kWorkingFolder, (folder / "fw.fwp").string());
@@ -33,7 +33,7 @@ TEST(Payload, IsTakenApartAtItsTrailer) {
     EXPECT_EQ(opened->size, 18U);
 }
 
-TEST(Payload, LengthsThatCannotBeAreRefused) {
+TEST(Payload, RefusesImpossibleLengths) {
     const Lab lab;
     const std::string body(100000, 'b');
     for (const std::uint64_t length :
@@ -44,13 +44,13 @@ TEST(Payload, LengthsThatCannotBeAreRefused) {
     }
 }
 
-TEST(Payload, ASignatureOfNothingIsRefused) {
+TEST(Payload, RefusesSignatureWithoutArchive) {
     const Lab lab;
     lab.write("cms" + trailerOf(3));
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::PayloadFormat}));
 }
 
-TEST(Payload, FilesTooShortForATrailerAreRefused) {
+TEST(Payload, RefusesFilesTooShortForTrailer) {
     const Lab lab;
     for (const std::string content : {"", "x", "1234567", "12345678"}) {
         lab.write(content);
@@ -58,19 +58,19 @@ TEST(Payload, FilesTooShortForATrailerAreRefused) {
     }
 }
 
-TEST(Payload, IsToldByTheEndOfItsName) {
+TEST(Payload, IgnoresFilesWithOtherSuffix) {
     const Lab lab;
     test::writeFile(lab.package() / "old.fwp.bak", "no payload");
     EXPECT_EQ(lab.update(), UpdateOutcome{"done"});
 }
 
-TEST(Payload, BytesBehindTheTrailerAreRefused) {
+TEST(Payload, RefusesBytesBehindTrailer) {
     const Lab lab;
     lab.write(test::readFile(lab.payload()) + "x");
     EXPECT_EQ(lab.update().step, "check");
 }
 
-TEST(Payload, BeyondTheBoundsOfSmallNumbersItsLengthsStayRight) {
+TEST(Payload, ReadsLengthsBeyond32Bits) {
     const test::TempDir folder;
     for (const std::uint64_t length :
          {(std::uint64_t{1} << 31) - 1, std::uint64_t{1} << 31, (std::uint64_t{1} << 32) + 1}) {

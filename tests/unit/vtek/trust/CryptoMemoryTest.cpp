@@ -1,5 +1,5 @@
-// What OpenSSL cannot allocate must never open the door. A program of its own, since OpenSSL takes other
-// memory functions only before it has used its own.
+// A failed allocation in OpenSSL must never lead to acceptance. A separate program: OpenSSL's memory
+// functions can be replaced only before their first use.
 #include "Lab.h"
 #include "payload/Payload.h"
 #include "trust/Signature.h"
@@ -18,7 +18,7 @@ using test::kNow;
 using test::Lab;
 
 long allocations = 0;
-long failing = 0;  ///< the number of the one that fails; 0 for none
+long failing = 0;  ///< the number of the allocation that fails; 0 for none
 
 bool fails() {
     return ++allocations == failing;
@@ -47,7 +47,7 @@ bool isAccepted(const vtek::Root& root, const vtek::SignedFile& payload) {
     return static_cast<bool>(accepted);
 }
 
-/** In a process of its own: OpenSSL itself may crash where it gets no memory. */
+/** In a child process: without memory, OpenSSL itself may crash. */
 bool isAcceptedWithout(long allocation, const vtek::Root& root, const vtek::SignedFile& payload) {
     const pid_t child = fork();
     if (child == 0) {
@@ -59,7 +59,7 @@ bool isAcceptedWithout(long allocation, const vtek::Root& root, const vtek::Sign
     return WIFEXITED(status) && WEXITSTATUS(status) == 1;
 }
 
-TEST(CryptoMemory, ARevokedSignerIsRefusedWhateverCannotBeAllocated) {
+TEST(CryptoMemory, RefusesRevokedSignerWhenAnyAllocationFails) {
     ASSERT_EQ(kInstalled, 1);
     Lab lab;
     const vtek::Root root = lab.root();

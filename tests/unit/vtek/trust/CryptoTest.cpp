@@ -13,7 +13,7 @@ void add(X509_NAME* name, const char* field, const char* value) {
                                -1, 0);
 }
 
-TEST(Crypto, ANameStandsWithItsLastPartFirst) {
+TEST(Crypto, PrintsLastPartOfNameFirst) {
     const vtek::CertificatePtr certificate(X509_new());
     X509_NAME* name = X509_get_subject_name(certificate.get());
     EXPECT_EQ(vtek::nameText(name), "");
@@ -23,7 +23,7 @@ TEST(Crypto, ANameStandsWithItsLastPartFirst) {
     EXPECT_EQ(vtek::nameText(name), "CN=Signer,O=Lab\\, Inc.,C=DE");
 }
 
-TEST(Crypto, AnAuthorityIsOneThatMayIssueOthers) {
+TEST(Crypto, RecognizesAuthority) {
     const auto authority =
         vtek::issueCertificate(vtek::authorityRequest("A", 0, 1), std::move(*vtek::makeEcKey()), nullptr);
     EXPECT_TRUE(vtek::isAuthority(authority->certificate.get()));
@@ -32,7 +32,7 @@ TEST(Crypto, AnAuthorityIsOneThatMayIssueOthers) {
     EXPECT_FALSE(vtek::isAuthority(signer->certificate.get()));
 }
 
-TEST(Crypto, ACertificateFromBeforeExtensionsThatSignedItselfIsAnAuthority) {
+TEST(Crypto, TakesSelfSignedVersion1ForAuthority) {
     const vtek::CertificatePtr certificate(X509_new());
     const vtek::KeyPtr key = std::move(*vtek::makeEcKey());
     add(X509_get_subject_name(certificate.get()), "CN", "Old");
@@ -42,7 +42,7 @@ TEST(Crypto, ACertificateFromBeforeExtensionsThatSignedItselfIsAnAuthority) {
     EXPECT_TRUE(vtek::isAuthority(certificate.get()));
 }
 
-TEST(Crypto, TheNewestErrorIsToldAndAllAreForgotten) {
+TEST(Crypto, ReportsLatestErrorAndClearsQueue) {
     ERR_raise(ERR_LIB_X509, X509_R_BAD_X509_FILETYPE);
     ERR_raise(ERR_LIB_X509, X509_R_CERT_ALREADY_IN_HASH_TABLE);
     EXPECT_EQ(vtek::cryptoError(), "cert already in hash table");

@@ -15,7 +15,7 @@ std::string fingerprintOf(std::string_view one, std::string_view other = {}) {
     return fingerprint.value();
 }
 
-TEST(Fingerprint, IsThatOfTheBytesHoweverTheyCome) {
+TEST(Fingerprint, DoesNotDependOnPieces) {
     const std::string bytes(100000, 'x');
     EXPECT_EQ(fingerprintOf(bytes), fingerprintOf(bytes));
     for (const std::size_t cut : {0U, 1U, 15U, 16U, 17U, 50000U, 100000U}) {
@@ -24,7 +24,7 @@ TEST(Fingerprint, IsThatOfTheBytesHoweverTheyCome) {
     }
 }
 
-TEST(Fingerprint, DiffersWithEveryBitAndWithTheLength) {
+TEST(Fingerprint, ChangesWithEveryBitAndLength) {
     const std::string bytes = "0123456789abcdef0123456789";
     for (std::size_t bit = 0; bit < bytes.size() * 8; ++bit) {
         std::string changed = bytes;
@@ -35,11 +35,11 @@ TEST(Fingerprint, DiffersWithEveryBitAndWithTheLength) {
     EXPECT_NE(fingerprintOf(""), fingerprintOf(std::string(16, '\0')));
 }
 
-TEST(Fingerprint, IsTheWholeCode) {
+TEST(Fingerprint, ReturnsWholeCode) {
     EXPECT_EQ(fingerprintOf("bytes").size(), 16U) << "a shorter one would be equal by chance too often";
 }
 
-TEST(FingerprintDeathTest, IsAnotherOneInEveryProcess) {
+TEST(FingerprintDeathTest, DiffersBetweenProcesses) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");  // the child starts anew, and makes a key of its own
     constexpr const char* kOfParent = "FINGERPRINT_OF_PARENT";
     const std::string own = std::to_string(std::hash<std::string>()(fingerprintOf("bytes")));

@@ -1,5 +1,4 @@
-// Whether a signature was made over an archive: the verdict has to be that of OpenSSL's own CMS_verify,
-// whatever the signature's bytes are.
+// Whether a signature covers an archive: for any bytes, our verdict must be that of OpenSSL's CMS_verify.
 
 #include "CmsVerdict.h"
 #include "Signing.h"
@@ -21,7 +20,7 @@ using vtek::ErrorNumber;
 
 const std::string kArchive = "what was signed";
 
-// Object identifiers: three strong digests, a weak one, and one that is given to no digest.
+// Object identifiers in DER: SHA-256; then SHA-384, SHA-512, SHA-224, and one that is not assigned.
 const std::string kSha256("\x60\x86\x48\x01\x65\x03\x04\x02\x01", 9);
 const std::string kOtherDigests[] = {
     std::string("\x60\x86\x48\x01\x65\x03\x04\x02\x02", 9),
@@ -30,7 +29,7 @@ const std::string kOtherDigests[] = {
     std::string("\x60\x86\x48\x01\x65\x03\x04\x02\x7f", 9),
 };
 
-/** One archive as a payload, whose signature can be exchanged. */
+/** A payload with one archive and a signature that the tests exchange. */
 class SignatureFit : public testing::Test {
 protected:
     ErrorNumber verdict(const std::string& der) {
@@ -39,7 +38,7 @@ protected:
         return fits ? ErrorNumber::None : fits.error().number;
     }
 
-    /** Compares the two verdicts, where both are about the same question: other refusals come before it. */
+    /** Compares the two verdicts, unless the signature is refused for another reason before. */
     void expectSameVerdict(const std::string& der) {
         const ErrorNumber number = verdict(der);
         if (number == ErrorNumber::None || number == ErrorNumber::SignatureMismatch) {
@@ -58,7 +57,8 @@ protected:
 
     void SetUp() override { useArchive(kArchive); }
 
-    /** Signatures of every kind that somebody could make over the archive. */
+    /** Valid signatures over the archive: with and without attributes, with one and two signers and digests.
+     */
     std::vector<std::string> signatures() const {
         std::vector<std::string> all;
         for (const EVP_MD* digest : {EVP_sha1(), EVP_sha256(), EVP_sha512()}) {
@@ -83,14 +83,14 @@ private:
     vtek::SignedFile payload_{{}, "fw.fwp", 0, {}, {}, 0};
 };
 
-TEST_F(SignatureFit, OfEveryKindItHoldsOverItsArchive) {
+TEST_F(SignatureFit, AcceptsEveryKindOverItsArchive) {
     for (const std::string& der : signatures()) {
         EXPECT_TRUE(cmsVerifies(der, kArchive));
         EXPECT_EQ(verdict(der), ErrorNumber::None);
     }
 }
 
-TEST_F(SignatureFit, OfNoKindItHoldsOverAnotherArchive) {
+TEST_F(SignatureFit, RejectsSignatureOfAnotherArchive) {
     const auto all = signatures();
     for (const std::string archive : {"", "What was signed", "what was signe", "what was signed "}) {
         useArchive(archive);
@@ -101,7 +101,7 @@ TEST_F(SignatureFit, OfNoKindItHoldsOverAnotherArchive) {
     }
 }
 
-TEST_F(SignatureFit, WithAnyOfItsBytesChangedItGetsTheVerdictOfCmsVerify) {
+TEST_F(SignatureFit, AgreesWithCmsVerifyOnEveryChangedByte) {
     for (const std::string& der : signatures()) {
         for (std::size_t at = 0; at < der.size(); ++at) {
             SCOPED_TRACE(at);
@@ -110,11 +110,11 @@ TEST_F(SignatureFit, WithAnyOfItsBytesChangedItGetsTheVerdictOfCmsVerify) {
             expectSameVerdict(changed);
         }
     }
-    EXPECT_GT(fitting_, 100) << "a change of what nobody signs";
+    EXPECT_GT(fitting_, 100) << "changes outside the signed bytes";
     EXPECT_GT(mismatching_, 1000);
 }
 
-TEST_F(SignatureFit, WithAnotherDigestNamedInAnyPlaceItGetsTheVerdictOfCmsVerify) {
+TEST_F(SignatureFit, AgreesWithCmsVerifyOnExchangedDigests) {
     for (const std::string& der : signatures()) {
         for (auto at = der.find(kSha256); at != std::string::npos; at = der.find(kSha256, at + 1)) {
             for (const std::string& digest : kOtherDigests) {
@@ -126,7 +126,7 @@ TEST_F(SignatureFit, WithAnotherDigestNamedInAnyPlaceItGetsTheVerdictOfCmsVerify
     EXPECT_GT(mismatching_, 20);
 }
 
-TEST_F(SignatureFit, OverADigestThatTheSignatureDoesNotListItDoesNotHold) {
+TEST_F(SignatureFit, RejectsDigestThatIsNotListed) {
     std::string der = makeCms(kArchive, {&one_}, {.digest = EVP_sha256()});
     der.replace(der.find(kSha256), kSha256.size(), kOtherDigests[1]);  // the list comes first
     EXPECT_FALSE(cmsVerifies(der, kArchive));

@@ -1,9 +1,10 @@
-// Every call to another library that a judgement of a payload makes, failing in a run of its own: nothing
-// that is not trusted is ever taken.
+// Verifies a payload once for each call to the system or to OpenSSL, with that call failing: nothing
+// untrusted is ever accepted.
 #include "FailingCalls.h"
 #include "Lab.h"
 #include "payload/Payload.h"
 #include "trust/Digest.h"
+#include "trust/Fingerprint.h"
 #include "trust/Signature.h"
 #include "trust/TrustStore.h"
 
@@ -23,7 +24,7 @@ using test::kNow;
 using test::Lab;
 using vtek::ErrorNumber;
 
-/** What work returns, or nothing when it throws for lack of something. */
+/** What work returns, or nothing when it throws. */
 template <class Work>
 auto unlessThrown(Work work) -> std::optional<decltype(work())> {
     try {
@@ -37,8 +38,8 @@ class TrustFailure : public testing::TestWithParam<Calls> {
 protected:
     TrustFailure() { lab_.trust("list.crl", test::makeList(lab_.authority(), kNow - kDay, kNow + kDay)); }
 
-    /** The digest of the payload when its signature is taken; empty when it is not. */
-    std::string judge() const {
+    /** The digest of the payload when its signature is accepted; empty otherwise. */
+    std::string verifiedDigest() const {
         const auto verified = unlessThrown([&]() -> vtek::Result<vtek::VerifiedSignature> {
             VTEK_ASSIGN(const auto payload, vtek::openPayload(vtek::kWorkingFolder, lab_.payload().string()));
             VTEK_ASSIGN(const auto trust, vtek::loadTrustStore(root_));
@@ -51,37 +52,37 @@ protected:
     Lab lab_;
     vtek::Root root_ = lab_.root();
 };
-INSTANTIATE_TEST_SUITE_P(Of, TrustFailure, testing::Values(Calls::Files, Calls::Crypto));
+INSTANTIATE_TEST_SUITE_P(All, TrustFailure, testing::Values(Calls::Files, Calls::Crypto));
 
-TEST_P(TrustFailure, TakesAGoodPayloadForWhatItIsOrNotAtAll) {
-    const std::string digest = judge();
+TEST_P(TrustFailure, AcceptsGoodPayloadOrFails) {
+    const std::string digest = verifiedDigest();
     ASSERT_EQ(digest.size(), 64U);
     FailingCalls failing(GetParam());
     do {
-        const std::string found = failing.in([&] { return judge(); });
+        const std::string found = failing.in([&] { return verifiedDigest(); });
         EXPECT_TRUE(found == digest || failing.happened()) << failing.name();
         EXPECT_TRUE(found == digest || found.empty()) << failing.name();
     } while (failing.happened());
 }
 
-TEST_P(TrustFailure, NeverTakesARevokedSigner) {
+TEST_P(TrustFailure, NeverAcceptsRevokedSigner) {
     lab_.trust("list.crl",
                test::makeList(lab_.authority(), kNow - kDay, kNow + kDay, {lab_.signer().certificate.get()}));
     FailingCalls failing(GetParam());
     do {
-        EXPECT_EQ(failing.in([&] { return judge(); }), "") << failing.name();
+        EXPECT_EQ(failing.in([&] { return verifiedDigest(); }), "") << failing.name();
     } while (failing.happened());
 }
 
-TEST_P(TrustFailure, NeverTakesASignatureOverSomethingElse) {
+TEST_P(TrustFailure, NeverAcceptsSignatureOfAnotherFile) {
     lab_.write(test::makePayload(lab_.archive(), test::makeCms("another file", {&lab_.signer()})));
     FailingCalls failing(GetParam());
     do {
-        EXPECT_EQ(failing.in([&] { return judge(); }), "") << failing.name();
+        EXPECT_EQ(failing.in([&] { return verifiedDigest(); }), "") << failing.name();
     } while (failing.happened());
 }
 
-TEST_P(TrustFailure, LoadsTheWholeStoreOrNone) {
+TEST_P(TrustFailure, LoadsWholeStoreOrNone) {
     FailingCalls failing(GetParam());
     do {
         const auto trust = failing.in([&] { return unlessThrown([&] { return loadTrustStore(root_); }); });
@@ -96,7 +97,7 @@ TEST_P(TrustFailure, LoadsTheWholeStoreOrNone) {
     } while (failing.happened());
 }
 
-TEST_P(TrustFailure, TellsASignatureThatFitsFromOneThatDoesNot) {
+TEST_P(TrustFailure, ChecksContentOrFails) {
     FailingCalls failing(GetParam());
     do {
         const auto fits = failing.in([&] {
@@ -110,7 +111,7 @@ TEST_P(TrustFailure, TellsASignatureThatFitsFromOneThatDoesNot) {
     } while (failing.happened());
 }
 
-TEST_P(TrustFailure, FindsThePayloadOrSaysThatItCannotBeRead) {
+TEST_P(TrustFailure, FindsPayloadOrReportsItUnreadable) {
     const auto folder = vtek::openAt(vtek::kWorkingFolder, lab_.package().string(), O_RDONLY | O_DIRECTORY);
     FailingCalls failing(GetParam());
     do {
@@ -122,7 +123,7 @@ TEST_P(TrustFailure, FindsThePayloadOrSaysThatItCannotBeRead) {
     } while (failing.happened());
 }
 
-TEST(DigestFailure, IsNeverAnotherDigest) {
+TEST(DigestFailure, NeverReturnsAnotherDigest) {
     FailingCalls failing(Calls::Crypto);
     do {
         const auto digest = failing.in([] {
@@ -135,6 +136,24 @@ TEST(DigestFailure, IsNeverAnotherDigest) {
         });
         EXPECT_EQ(digest.has_value(), !failing.happened()) << failing.name();
         EXPECT_TRUE(!digest || *digest == "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    } while (failing.happened());
+}
+
+TEST(FingerprintFailure, ReturnsNoneRatherThanThatOfPart) {
+    const auto fingerprint = [] {
+        return unlessThrown([] {
+            vtek::Fingerprint made;
+            made.update("one");
+            made.update("other");
+            return made.value();
+        });
+    };
+    const auto whole = fingerprint();
+    ASSERT_TRUE(whole);
+    FailingCalls failing(Calls::Crypto);
+    do {
+        const auto made = failing.in(fingerprint);
+        EXPECT_EQ(made, failing.happened() ? std::nullopt : whole) << failing.name();
     } while (failing.happened());
 }
 

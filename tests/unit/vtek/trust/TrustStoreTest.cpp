@@ -20,7 +20,7 @@ using vtek::ErrorNumber;
 
 const UpdateOutcome kDone{"done"};
 
-/** From now on this process is no longer root, and a folder with all that it holds is its own. */
+/** Gives up user 0 for good, and takes a folder with its content along. */
 void becomeOwner(const std::filesystem::path& folder) {
     constexpr uid_t kStranger = 12345;
     bool done = chown(folder.c_str(), kStranger, kStranger) == 0;
@@ -32,7 +32,7 @@ void becomeOwner(const std::filesystem::path& folder) {
     }
 }
 
-TEST(TrustStore, AnEmptyOneClosesTheDoor) {
+TEST(TrustStore, RefusesEmptyStore) {
     const Lab lab;
     std::filesystem::remove(lab.rootPath() / "trust/authority.pem");
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::TrustUnusable}));
@@ -40,13 +40,13 @@ TEST(TrustStore, AnEmptyOneClosesTheDoor) {
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::TrustUnusable}));
 }
 
-TEST(TrustStore, AListAloneIsNoTrust) {
+TEST(TrustStore, RefusesRevocationListAlone) {
     Lab lab;
     lab.trust("authority.pem", test::makeList(lab.authority(), kNow - kDay, kNow + kDay));
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::TrustUnusable}));
 }
 
-TEST(TrustStore, AFileThatIsNoCertificateClosesTheDoor) {
+TEST(TrustStore, RefusesFileThatIsNotCertificate) {
     Lab lab;
     const std::string good = vtek::toPem(lab.authority().certificate.get());
     const std::string key = vtek::toPem(lab.authority().key.get());
@@ -59,7 +59,7 @@ TEST(TrustStore, AFileThatIsNoCertificateClosesTheDoor) {
     EXPECT_EQ(lab.update(), kDone);
 }
 
-TEST(TrustStore, WritableByOthersClosesTheDoor) {
+TEST(TrustStore, RefusesOtherWriters) {
     using std::filesystem::perm_options;
     using std::filesystem::perms;
     const Lab lab;
@@ -74,7 +74,7 @@ TEST(TrustStore, WritableByOthersClosesTheDoor) {
     EXPECT_EQ(lab.update(), kDone);
 }
 
-TEST(TrustStore, AFileThatCannotBeReadClosesTheDoor) {
+TEST(TrustStore, RefusesUnreadableFile) {
     const Lab lab;
     std::filesystem::permissions(lab.rootPath() / "trust/authority.pem", std::filesystem::perms::none);
     EXPECT_EXIT(
@@ -87,7 +87,7 @@ TEST(TrustStore, AFileThatCannotBeReadClosesTheDoor) {
         testing::ExitedWithCode(0), "");
 }
 
-TEST(TrustStore, ALinkInItOrInItsPlaceClosesTheDoor) {
+TEST(TrustStore, RefusesSymlinks) {
     const Lab lab;
     const auto trust = lab.rootPath() / "trust";
     std::filesystem::create_symlink("authority.pem", trust / "link.pem");
@@ -98,7 +98,7 @@ TEST(TrustStore, ALinkInItOrInItsPlaceClosesTheDoor) {
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::TrustUnusable}));
 }
 
-TEST(TrustStore, APipeInItClosesTheDoorWhateverComesThroughIt) {
+TEST(TrustStore, RefusesFifo) {
     Lab lab;
     const std::string pipe = (lab.rootPath() / "trust/pipe.pem").string();
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
