@@ -9,7 +9,7 @@ namespace vtek {
 
 /**
  * Computes a fingerprint that shows whether bytes have changed since they were read earlier in this process:
- * a GMAC under a random key that never leaves the process. Whoever changes the bytes cannot aim at the same
+ * a GMAC under a random key that never leaves the process. Nobody can change the bytes and get the same
  * fingerprint. It takes an eighth of the time of a SHA-256. It has no meaning in another process: never store
  * one. Throws when OpenSSL cannot compute it.
  */

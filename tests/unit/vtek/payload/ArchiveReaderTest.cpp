@@ -14,7 +14,6 @@
 
 namespace {
 
-using test::Entry;
 using test::Format;
 using test::Lab;
 using test::UpdateOutcome;

@@ -40,7 +40,7 @@ TEST(Fingerprint, ReturnsWholeCode) {
 }
 
 TEST(FingerprintDeathTest, DiffersBetweenProcesses) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");  // the child starts anew, and makes a key of its own
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // the child is a new process, with another key
     constexpr const char* kOfParent = "FINGERPRINT_OF_PARENT";
     const std::string own = std::to_string(std::hash<std::string>()(fingerprintOf("bytes")));
     setenv(kOfParent, own.c_str(), 0);

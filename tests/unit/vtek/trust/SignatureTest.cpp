@@ -132,7 +132,7 @@ TEST(Signature, AcceptsTwoGoodSigners) {
 TEST(Signature, RejectsOneBadSignerInAnyPlace) {
     Lab lab;
     for (const std::string& name :
-         {std::string("S"), std::string(60, 'S')}) {  // what is shorter stands first
+         {std::string("S"), std::string(60, 'S')}) {  // DER sorts signers: the shorter is first
         auto request = test::goodSigner();
         request.commonName = name;
         const Identity stranger = test::issue(request, nullptr);
