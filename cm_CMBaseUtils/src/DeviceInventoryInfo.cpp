@@ -130,15 +130,19 @@ CDeviceInventoryInfo::CDeviceInventoryInfo(const std::string& path) : m_strPath(
     xmlKeepBlanksDefault(0);
 }
 
+CDeviceInventoryInfo::CDeviceInventoryInfo(XmlDocPtr document) : m_pXmlDoc(std::move(document)) {}
+
 CDeviceInventoryInfo::~CDeviceInventoryInfo() = default;
 
 std::vector<CDeviceInfo*> CDeviceInventoryInfo::GetDeviceInfo() {
     std::vector<CDeviceInfo*> records;
-    if (m_strPath.empty()) {
+    if (m_strPath.empty() && !m_pXmlDoc) {
         debugLog("Inventory file path is empty ");
         return records;
     }
-    m_pXmlDoc.reset(xmlParseFile(m_strPath.c_str()));
+    if (!m_strPath.empty()) {
+        m_pXmlDoc.reset(xmlParseFile(m_strPath.c_str()));
+    }
     if (!m_pXmlDoc) {
         debugLog({"CDeviceInventoryInfo::GetDeviceInfo() Document ", m_strPath, "  parsing failed "});
         return records;

@@ -17,6 +17,8 @@ class CDeviceInventoryInfo {
 public:
     /** Reads nothing yet. */
     explicit CDeviceInventoryInfo(const std::string& path);
+    /** Takes a document that is already parsed, with blank text dropped; GetDeviceInfo then reads no file. */
+    explicit CDeviceInventoryInfo(XmlDocPtr document);
     virtual ~CDeviceInventoryInfo();
     CDeviceInventoryInfo(const CDeviceInventoryInfo&) = delete;
     CDeviceInventoryInfo& operator=(const CDeviceInventoryInfo&) = delete;
