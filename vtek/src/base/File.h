@@ -69,7 +69,7 @@ enum class Links { Followed, Refused };
  * Opens a regular file for reading, relative to a folder. Refuses anything else immediately, even a FIFO
  * without a writer.
  *
- * @param shown      the file's name in messages
+ * @param shown      the file's name in messages; empty if the caller adds it
  * @param onFailure  the error number for every failure
  */
 Result<RegularFile> openRegularFile(int folder, const std::string& path, Links links,
