@@ -29,7 +29,7 @@ std::string overlayOver(const std::string& folder) {
            ",upperdir=upper,workdir=work none " + folder;
 }
 
-TEST(InspectHost, ShowsEveryFactInALineOfItsOwn) {
+TEST(InspectHost, ShowsOneFactPerLine) {
     const TempDir folder;
     const Outcome outcome = inspect(folder.path(), {"host"});
     EXPECT_EQ(outcome.exitStatus, 0);
@@ -63,7 +63,7 @@ TEST(InspectHost, FindsAnEsxiKernel) {
     EXPECT_EQ(inspectJson(folder.path(), {"host", "--json"})["esxi"], false);
 }
 
-TEST(InspectHost, SaysYesToWhatItFindsAndNoToTheRest) {
+TEST(InspectHost, SaysYesOnlyForWhatItFinds) {
     const std::string output = hostOnEsxi({});
     EXPECT_THAT(output, testing::ContainsRegex("ESXi +yes\n"));
     EXPECT_THAT(output, testing::ContainsRegex("ESX service console +no\n"));

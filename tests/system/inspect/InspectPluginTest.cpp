@@ -38,7 +38,7 @@ TEST(InspectPlugin, PrintsJsonThatProgramsRead) {
                   R"({"command":"qrxupdate -i -o inv.xml","outputFile":"inv.xml","timeout":30})"));
 }
 
-TEST(InspectPlugin, SaysThatThereIsNone) {
+TEST(InspectPlugin, ReportsAMissingPlugin) {
     const Outcome outcome =
         pluginIn(configurationWith(R"(<Plugin description="Update" type="1" timeout="1"/>)"));
     EXPECT_EQ(outcome.exitStatus, 1);
@@ -47,7 +47,7 @@ TEST(InspectPlugin, SaysThatThereIsNone) {
               "qrxinspect: PIEConfig.xml: names no inventory plug-in with a command and an output file\n");
 }
 
-TEST(InspectPlugin, ShowsAHostileCommandWithoutDrivingTheTerminal) {
+TEST(InspectPlugin, EscapesAHostileCommand) {
     const Outcome outcome = pluginIn(
         configurationWith("<Plugin description=\"Inventory\" type=\"0\" timeout=\"1\"><CliToFile>"
                           "<Command>a\nrm\u202e</Command><Output>\u009b2J</Output></CliToFile></Plugin>"));

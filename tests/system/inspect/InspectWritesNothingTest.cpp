@@ -44,7 +44,7 @@ protected:
     const TempDir folder_;
 };
 
-TEST_P(WritesNothing, WhereTheMarkerFileLies) {
+TEST_P(WritesNothing, MakesNoFileNextToTheMarkerFile) {
     const Snapshot before = snapshotOf(folder_.path());
     const Outcome outcome = inspect(folder_.path(), GetParam());
     EXPECT_TRUE(outcome.exitStatus && *outcome.exitStatus < 3) << outcome.error;
@@ -52,7 +52,7 @@ TEST_P(WritesNothing, WhereTheMarkerFileLies) {
     EXPECT_EQ(snapshotOf(folder_.path()), before);
 }
 
-TEST_P(WritesNothing, AndAsksTheKernelForNoFileToWrite) {
+TEST_P(WritesNothing, OpensNoFileForWriting) {
     std::vector<std::string> command{
         STRACE,
         "-f",

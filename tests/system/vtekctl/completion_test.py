@@ -42,67 +42,67 @@ class Completion(unittest.TestCase):
         (self.folder / "package.xml").touch()
         (self.folder / "firm ware").mkdir()
 
-    def test_commands(self):
+    def test_offers_commands(self):
         self.assertEqual(offers("vtekctl "), ["history", "init", "inventory", "keygen", "pack", "recover", "rollback",
                                               "run", "set", "show", "sign", "trust", "verify"])
         self.assertEqual(offers("vtekctl r"), ["recover", "rollback", "run"])
         self.assertEqual(offers("qrxinspect "), ["host", "package", "plugin", "report", "result"])
 
-    def test_commands_of_a_group(self):
+    def test_offers_the_commands_of_a_group(self):
         self.assertEqual(offers("vtekctl inventory "), ["add", "export", "import", "remove"])
         self.assertEqual(offers("vtekctl trust a"), ["add"])
 
-    def test_options_of_the_tool_and_of_a_command(self):
+    def test_offers_options_of_the_tool_and_of_a_command(self):
         self.assertEqual(offers("vtekctl -"), ["--help", "--root", "--version", "-h"])
         self.assertEqual(offers("vtekctl verify --"), ["--help", "--json", "--plan"])
         self.assertEqual(offers("qrxinspect report --"), ["--help", "--html", "--json"])
 
-    def test_the_value_of_an_option_is_no_command(self):
+    def test_skips_the_value_of_an_option(self):
         self.assertEqual(offers("vtekctl --root show tr"), ["trust"])
         self.assertEqual(offers("vtekctl --root /x inventory a"), ["add"])
 
-    def test_a_flag_takes_no_value(self):
+    def test_expects_no_value_after_a_flag(self):
         self.assertEqual(offers("qrxinspect package --check ", self.folder), ["firm ware"])
 
-    def test_file_names(self):
+    def test_offers_file_names(self):
         self.assertEqual(offers("vtekctl inventory import p", self.folder), ["package.xml"])
         self.assertEqual(offers("vtekctl sign --package ", self.folder), ["firm ware", "package.xml"])
         self.assertEqual(offers("qrxinspect result ", self.folder), ["firm ware", "package.xml"])
 
-    def test_folders_alone(self):
+    def test_offers_only_folders(self):
         self.assertEqual(offers("vtekctl verify --plan ", self.folder), ["firm ware"])
         self.assertEqual(offers("vtekctl --root ", self.folder), ["firm ware"])
         self.assertEqual(offers("qrxinspect package ", self.folder), ["firm ware"])
 
-    def test_words_of_a_choice(self):
+    def test_offers_the_words_of_a_choice(self):
         self.assertEqual(offers("vtekctl pack --format "), ["tar", "tar.gz", "zip"])
         self.assertEqual(offers("vtekctl sign --format z"), ["zip"])
 
-    def test_a_program_to_run(self):
+    def test_offers_programs_to_run(self):
         self.assertIn("bash", offers("vtekctl run -- bas"))
 
-    def test_nothing_where_only_the_user_knows(self):
+    def test_offers_nothing_if_only_the_user_knows(self):
         self.assertEqual(offers("vtekctl keygen --days ", self.folder), [])
         self.assertEqual(offers("vtekctl init ", self.folder), [])
 
-    def test_the_program_itself(self):
+    def test_completes_the_program(self):
         self.assertEqual(offers("qrxupdate -"), ["-d", "-f", "-h", "-i", "-o", "-u", "-v"])
         self.assertEqual(offers("qrxupdate -o ", self.folder), ["firm ware", "package.xml"])
 
-    def test_scripts_are_clean(self):
+    def test_passes_shellcheck(self):
         for name in (*TOOLS, "qrxupdate"):
             with self.subTest(name):
                 checked = subprocess.run(["shellcheck", "--shell=bash", "-"], input=script_of(name), text=True,
                                          capture_output=True, check=False)
                 self.assertEqual((checked.returncode, checked.stdout), (0, ""))
 
-    def test_the_tab_key(self):
+    def test_completes_at_the_tab_key(self):
         script = self.folder / "completion"
         script.write_text(script_of("vtekctl"))
         self.type_and_see((f". '{script}'\n", "$ "), ("vtekctl inv\t", "vtekctl inventory "), ("im\t", "import "),
                           ("pack\t", "package.xml "))
 
-    def test_the_tab_key_in_a_name_with_a_blank(self):
+    def test_completes_a_name_with_a_blank(self):
         script = self.folder / "completion"
         script.write_text(script_of("vtekctl"))
         for before in ("vtekctl --root", "vtekctl inventory import"):

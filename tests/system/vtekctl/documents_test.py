@@ -102,13 +102,13 @@ class Pages(unittest.TestCase):
         top = set(re.findall(r"\*(--?[a-z-]+)\*", sections_of_page(tool)["OPTIONS"]))
         self.assertEqual(top - HELP, options_in_help(tool, ""))
 
-    def test_of_vtekctl(self):
+    def test_agrees_for_vtekctl(self):
         self.check("vtekctl")
 
-    def test_of_qrxinspect(self):
+    def test_agrees_for_qrxinspect(self):
         self.check("qrxinspect")
 
-    def test_take_the_text_that_the_tool_makes(self):
+    def test_takes_the_text_that_the_tool_makes(self):
         for tool, page in (("vtekctl", "vtekctl.8"), ("qrxinspect", "qrxinspect.1")):
             self.assertNotIn("\n# OPTIONS", (SOURCE / "docs/man" / f"{page}.scd").read_text(encoding="utf-8"))
             made = (PAGES / page).read_text(encoding="utf-8").replace("\\", "")
@@ -121,7 +121,7 @@ class Pages(unittest.TestCase):
 class Documents(unittest.TestCase):
     """Each table of commands has each command and option of the help, and no other."""
 
-    def test_stand_in(self):
+    def test_agrees_for_vtekctl(self):
         documented = options_by_command(rows("docs/stand-in.md", "`run` exits as its command does."), "vtekctl")
         signer = set(OPTION.findall(re.search(r"^SIGNER is (.*)$", (SOURCE / "docs/stand-in.md").read_text(
             encoding="utf-8"), re.MULTILINE)[1]))
@@ -132,7 +132,7 @@ class Documents(unittest.TestCase):
             helped[command] -= {"--output"}
         self.assertEqual(documented, helped)
 
-    def test_qrxinspect(self):
+    def test_agrees_for_qrxinspect(self):
         documented = options_by_command(rows("docs/qrxinspect.md", "`qrxinspect` inspects update packages"), "qrxinspect")
         for options in documented.values():
             options.add("--json")
@@ -150,17 +150,17 @@ class ExitStatuses(unittest.TestCase):
         in_page = re.sub(r"\\(.)", r"\1", sections_of_page(tool)["EXIT STATUS"])
         self.assertEqual(in_page.split(), told.split())
 
-    def test_of_vtekctl(self):
+    def test_agrees_for_vtekctl(self):
         self.check("vtekctl", "docs/stand-in.md", "`vtekctl [--root FOLDER] COMMAND`")
 
-    def test_of_qrxinspect(self):
+    def test_agrees_for_qrxinspect(self):
         self.check("qrxinspect", "docs/qrxinspect.md", "## Exit statuses")
 
 
 class Program(unittest.TestCase):
     """The program's options in README, page and completion are those that it takes."""
 
-    def test_options(self):
+    def test_agrees_about_options(self):
         page = (SOURCE / "docs/man/qrxupdate.8.scd").read_text(encoding="utf-8").partition("# OPTIONS")[2]
         in_page = set(re.findall(r"\*(-[a-z])\*", "".join(re.findall(r"^\*.*$", page, re.MULTILINE))))
         readme = rows("README.md", "## Options as they really are")

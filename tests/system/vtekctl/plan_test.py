@@ -54,7 +54,7 @@ class Plan(VtekctlCase):
         self.assertEqual([entry["step"] for entry in plan["steps"]], STEPS)
         return plan
 
-    def test_a_good_package_would_be_installed(self):
+    def test_accepts_a_good_package(self):
         ended = self.plan()
         size = (self.package / "firmware.fwp").stat().st_size
         self.assertEqual((ended.returncode, ended.stderr), (0, ""))
@@ -79,92 +79,92 @@ the update would succeed
         self.addCleanup(unsigned.unlink)
         return int(unsigned.read_bytes()[124:135], 8)
 
-    def test_the_same_in_json(self):
+    def test_prints_json(self):
         plan = self.json_plan(0)
         self.assertTrue(plan["wouldSucceed"])
         self.assertEqual(plan["steps"][6],
                          {"step": "signature", "outcome": "passed", "finding": "signed by CN=Lab Signer"})
 
-    def test_what_is_planned_comes_true(self):
+    def test_predicts_the_update(self):
         self.assertEqual(self.plan().returncode, 0)
         self.assertIn("Update is successful", self.done("run", "--", "./qrxupdate", "-u", cwd=self.package))
 
-    def test_the_package_of_the_working_directory(self):
+    def test_takes_the_package_in_the_working_directory(self):
         self.assertEqual(self.run_vtekctl("verify", "--plan", ".", cwd=self.package).returncode, 0)
 
-    def test_no_chassis(self):
+    def test_reports_a_missing_chassis(self):
         shutil.rmtree(self.root)
         self.assert_fails("chassis", 101, "", ["permission", "repository", "inventory", "signature", "policy",
                                                "unpack", "space"])
 
-    def test_a_damaged_state(self):
+    def test_reports_a_damaged_state(self):
         (self.root / "state.db").write_bytes(b"no database" * 1000)
         self.assert_fails("chassis", 112, "", ["permission", "repository", "inventory", "signature", "policy",
                                                "unpack", "space"])
 
-    def test_the_chassis_is_not_managed_at_the_server(self):
+    def test_reports_a_chassis_not_managed_at_the_server(self):
         self.done("set", "ipmi-mode", "1")
         self.assert_fails("permission", 902, "the chassis is not set to be managed at the server")
 
-    def test_shared_components_may_not_be_updated(self):
+    def test_reports_that_shared_components_may_not_be_updated(self):
         self.done("set", "ipmi-flag", "0")
         self.assert_fails("permission", 902, "the chassis does not let servers update shared components")
 
-    def test_a_completion_code_is_permission(self):
+    def test_takes_a_completion_code_as_permission(self):
         self.done("set", "ipmi-completion", "193")
         self.done("set", "ipmi-mode", "1")
         ended = self.plan()
         self.assertEqual(ended.returncode, 0)
         self.assertIn("permission  passed   completion code 193, which is permission\n", ended.stdout)
 
-    def test_no_answer_is_permission(self):
+    def test_takes_no_answer_as_permission(self):
         self.done("set", "ipmi-transport", "/dev/ipmi255")
         ended = self.plan()
         self.assertEqual(ended.returncode, 0)
         self.assertIn("permission  passed   no answer, which is permission: ", ended.stdout)
 
-    def test_no_repository(self):
+    def test_reports_a_missing_repository(self):
         self.done("set", "repository-kind", "0")
         self.assert_fails("repository", 115, "this chassis is set to have no repository", ["space"])
 
-    def test_no_package(self):
+    def test_reports_a_missing_package(self):
         (self.package / "package.xml").unlink()
         self.assert_fails("package", 305, "read package.xml: No such file or directory",
                           ["inventory", "payload", "signature", "policy", "unpack", "space"])
 
-    def test_no_folder(self):
+    def test_reports_a_missing_folder(self):
         self.package = self.folder / "none"
         self.assert_fails("package", 305, "open .*/none: No such file or directory",
                           ["inventory", "payload", "signature", "policy", "unpack", "space"])
 
-    def test_a_component_that_the_controller_does_not_know(self):
+    def test_reports_an_unknown_component(self):
         self.done("inventory", "remove", COMPONENT)
         self.assert_fails("inventory", 302, f"the controller's inventory has no component {COMPONENT}", ["unpack"],
                           ["policy"])
 
-    def test_no_payload(self):
+    def test_reports_a_missing_payload(self):
         (self.package / "firmware.fwp").unlink()
         self.assert_fails("payload", 201, "the working directory has no *.fwp file",
                           ["signature", "policy", "unpack", "space"])
 
-    def test_two_payloads(self):
+    def test_reports_two_payloads(self):
         shutil.copy(self.package / "firmware.fwp", self.package / "second.fwp")
         self.assert_fails("payload", 202, "the working directory has firmware.fwp and second.fwp",
                           ["signature", "policy", "unpack", "space"])
 
-    def test_a_damaged_payload(self):
+    def test_reports_a_damaged_payload(self):
         payload = bytearray((self.package / "firmware.fwp").read_bytes())
         payload[1000] ^= 1
         (self.package / "firmware.fwp").write_bytes(payload)
         self.assert_fails("signature", 225, "firmware.fwp: signature verification failed", ["policy", "unpack"])
 
-    def test_a_signer_that_nobody_trusts(self):
+    def test_reports_an_untrusted_signer(self):
         self.done("trust", "remove", "authority.pem")
         self.done("keygen", "others")
         self.done("trust", "add", "others/authority.pem")
         self.assert_fails("signature", 231, "", ["policy", "unpack"])
 
-    def test_an_archive_without_a_manifest(self):
+    def test_reports_an_archive_without_a_manifest(self):
         archive = self.folder / "plain.tar"
         with tarfile.open(archive, "w") as plain:
             plain.add(self.content / "release.txt", "release.txt")
@@ -173,15 +173,15 @@ the update would succeed
                                                     + len(signature).to_bytes(8, "big"))
         self.assert_fails("policy", 301, "", ["unpack"])
 
-    def test_another_chassis(self):
+    def test_reports_another_chassis(self):
         self.done("set", "chassis-type", "ANOTHER")
         self.assert_fails("policy", 303, "the payload is not for chassis type ANOTHER", ["unpack"])
 
-    def test_a_version_below_the_floor(self):
+    def test_reports_a_version_below_the_floor(self):
         self.done("set", "minimum-version", "2.0")
         self.assert_fails("policy", 304, f"version {NEW} is below 2.0", ["unpack"])
 
-    def test_a_version_below_the_floor_that_is_allowed_once(self):
+    def test_accepts_a_version_that_is_allowed_once(self):
         self.done("set", "minimum-version", "2.0")
         self.done("set", "allow-version", NEW)
         ended = self.plan()
@@ -189,15 +189,15 @@ the update would succeed
         self.assertIn(f"component {COMPONENT} version {NEW}, below the floor but allowed once\n", ended.stdout)
         self.assertEqual(self.answer("show")["settings"]["allow-version"], NEW)
 
-    def test_another_package_xml(self):
+    def test_reports_another_package_xml(self):
         (self.package / "package.xml").write_text(DESCRIPTION + "\n")
         self.assert_fails("policy", 306, "package.xml does not match the digest in the signed manifest", ["unpack"])
 
-    def test_an_archive_that_does_not_unpack(self):
+    def test_reports_an_archive_that_does_not_unpack(self):
         self.done("set", "unpack-entries", "3")
         self.assert_fails("unpack", 605, "archive: more entries than allowed")
 
-    def test_an_archive_that_unpacks_to_much_more_than_its_size(self):
+    def test_reports_an_archive_that_unpacks_to_too_much(self):
         (self.content / "firmware.bin").write_bytes(bytes(4194304) + random.Random(1).randbytes(131072))
         payload = self.package / "firmware.fwp"
         self.done("sign", *self.recipe(), *self.signer(), "--format", "tar.gz", "-o", payload)
@@ -207,16 +207,16 @@ the update would succeed
         self.assertIn(f"space       passed   {payload.stat().st_size + int(unpacked)} bytes are needed, and free\n",
                       ended.stdout)
 
-    def test_names_that_differ_in_case_only(self):
+    def test_reports_names_that_differ_only_in_case(self):
         (self.content / "RELEASE.TXT").write_text("")
         self.done("sign", *self.recipe(), *self.signer(), "-o", self.package / "firmware.fwp")
         self.assert_fails("unpack", 604, "archive: the name 'release.txt' is already taken")
 
-    def test_a_payload_or_a_plan(self):
+    def test_refuses_a_payload_and_a_plan(self):
         self.assert_refused(802, "verify", status=2, saying="name a payload, or a package with --plan")
         self.assertEqual(self.run_vtekctl("verify", self.package / "firmware.fwp", "--plan", ".").returncode, 2)
 
-    def test_a_plan_needs_no_right_to_the_log(self):
+    def test_needs_no_access_to_the_log(self):
         os.chmod(self.root / "log", 0o500)
         self.assertEqual(self.plan().returncode, 0)
 
