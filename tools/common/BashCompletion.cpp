@@ -1,12 +1,11 @@
-#include "CommandTree.h"
-#include "Describe.h"
+#include "common/Describe.h"
 
-#include <sstream>
+#include <algorithm>
 
 namespace tools {
 namespace {
 
-/** The function that bash calls; what it offers stands in the tables before it. */
+/** The body of the function that bash calls, after its tables. */
 constexpr const char* kFunction = R"sh(
     local command=TOOL current=${COMP_WORDS[COMP_CWORD]} option='' word offer
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
@@ -49,10 +48,9 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
-/** What completes a value: a kind of name, or the words of a choice; a value of another kind has no
- * completion. */
-std::string offerFor(const CLI::Option& option) {
-    std::string value = valueOf(option);
+/** What completes a value: a kind of name, or the words of a choice. Only the user knows any other value. */
+std::string offerFor(const OptionText& option) {
+    std::string value = option.value;
     if (value.find('|') != std::string::npos) {
         std::replace(value.begin(), value.end(), '|', ' ');
         return value;
@@ -63,26 +61,26 @@ std::string offerFor(const CLI::Option& option) {
 /** The four tables of one tool; the keys are commands with their groups, as they are typed. */
 class Tables {
 public:
-    void add(const CLI::App& app) {
-        const std::string name = fullName(app);
+    void add(const CommandTree& tree) {
+        const std::string& name = tree.fullName;
         std::vector<std::string> inner;
-        for (const CLI::App* command : commandsOf(app)) {
-            inner.push_back(command->get_name());
+        for (const CommandTree& command : tree.commands) {
+            inner.push_back(command.word);
         }
         row(commands_, name, joined(inner));
         std::vector<std::string> optionNames;
-        for (const CLI::Option* option : optionsOf(app)) {
-            for (const std::string& own : namesOf(*option)) {
+        for (const OptionText& option : tree.options) {
+            for (const std::string& own : option.names) {
                 optionNames.push_back(own);
-                row(values_, name + " " + own, offerFor(*option));
+                row(values_, name + " " + own, offerFor(option));
             }
         }
         row(options_, name, joined(optionNames));
-        for (const CLI::Option* operand : operandsOf(app)) {
-            row(operands_, name, offerFor(*operand));
+        for (const OptionText& operand : tree.operands) {
+            row(operands_, name, offerFor(operand));
         }
-        for (const CLI::App* command : commandsOf(app)) {
-            add(*command);
+        for (const CommandTree& command : tree.commands) {
+            add(command);
         }
     }
 
@@ -115,11 +113,11 @@ std::string withName(std::string text, const std::string& name) {
 
 }  // namespace
 
-std::string bashCompletion(const CLI::App& tool) {
+std::string bashCompletion(const CommandTree& tool) {
     Tables tables;
     tables.add(tool);
-    return "# bash completion for " + tool.get_name() + ", made from its command table\n_" + tool.get_name() +
-           "() {\n" + tables.text() + withName(kFunction, tool.get_name()).substr(1);
+    return "# bash completion for " + tool.word + ", made from its command table\n_" + tool.word + "() {\n" +
+           tables.text() + withName(kFunction, tool.word).substr(1);
 }
 
 }  // namespace tools

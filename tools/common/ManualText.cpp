@@ -1,14 +1,15 @@
-#include "CommandTree.h"
-#include "Describe.h"
+#include "common/Describe.h"
 
+#include <algorithm>
 #include <cctype>
+#include <string_view>
 
 namespace tools {
 namespace {
 
 constexpr std::string_view kExitStatus = "Exit status: ";
 
-/** The text with what scdoc would take for its own signs escaped. */
+/** The text with scdoc's markup characters escaped. */
 std::string escaped(std::string_view text) {
     std::string plain;
     for (const char c : text) {
@@ -34,60 +35,56 @@ std::string upper(std::string text) {
 }
 
 /** " CONTENT", " [NAME]", " FILE..." */
-std::string operandText(const CLI::Option& operand) {
-    std::string name = upper(operand.get_name(true));
-    if (operand.get_items_expected_max() > 1) {
-        name += "...";
-    }
-    return operand.get_required() ? " " + name : " [" + name + "]";
+std::string operandText(const OptionText& operand) {
+    const std::string name = upper(operand.names.front()) + (operand.isRepeatable ? "..." : "");
+    return operand.isRequired ? " " + name : " [" + name + "]";
 }
 
-std::string optionText(const CLI::Option& option) {
+std::string optionText(const OptionText& option) {
     std::string text;
-    for (const std::string& name : namesOf(option)) {
+    for (const std::string& name : option.names) {
         text += (text.empty() ? "*" : ", *") + name + "*";
     }
-    const std::string value = valueOf(option);
-    return text + (value.empty() ? "" : " _" + escaped(value) + "_") + "\n\t" +
-           sentence(option.get_description()) + "\n\n";
+    return text + (option.value.empty() ? "" : " _" + escaped(option.value) + "_") + "\n\t" +
+           sentence(option.help) + "\n\n";
 }
 
-std::string commandText(const CLI::App& command) {
-    std::string title = "## " + fullName(command);
+/** Every command has --help; the page says so once, among the tool's options. */
+bool isHelp(const OptionText& option) {
+    return std::find(option.names.begin(), option.names.end(), "--help") != option.names.end();
+}
+
+std::string commandText(const CommandTree& command) {
+    std::string title = "## " + command.fullName;
     std::string details;
-    for (const CLI::Option* operand : operandsOf(command)) {
-        title += operandText(*operand);
-        details +=
-            "_" + upper(operand->get_name(true)) + "_\n\t" + sentence(operand->get_description()) + "\n\n";
+    for (const OptionText& operand : command.operands) {
+        title += operandText(operand);
+        details += "_" + upper(operand.names.front()) + "_\n\t" + sentence(operand.help) + "\n\n";
     }
-    for (const CLI::Option* option : optionsOf(command)) {
-        if (option != command.get_help_ptr()) {
-            details += optionText(*option);
-        }
+    for (const OptionText& option : command.options) {
+        details += isHelp(option) ? "" : optionText(option);
     }
-    const std::string footer = command.get_footer();
-    return title + "\n\n" + sentence(command.get_description()) + "\n\n" + details +
-           (footer.empty() ? "" : escaped(footer) + "\n\n");
+    return title + "\n\n" + sentence(command.summary) + "\n\n" + details +
+           (command.footer.empty() ? "" : escaped(command.footer) + "\n\n");
 }
 
-std::string commandTexts(const CLI::App& app) {
+std::string commandTexts(const CommandTree& tree) {
     std::string text;
-    for (const CLI::App* command : commandsOf(app)) {
-        text += commandsOf(*command).empty() ? commandText(*command) : commandTexts(*command);
+    for (const CommandTree& command : tree.commands) {
+        text += command.commands.empty() ? commandText(command) : commandTexts(command);
     }
     return text;
 }
 
 }  // namespace
 
-std::string manualText(const CLI::App& tool) {
+std::string manualText(const CommandTree& tool) {
     std::string text = "# OPTIONS\n\n";
-    for (const CLI::Option* option : optionsOf(tool)) {
-        text += optionText(*option);
+    for (const OptionText& option : tool.options) {
+        text += optionText(option);
     }
-    text += "# COMMANDS\n\n" + commandTexts(tool);
-    const std::string footer = tool.get_footer();
-    return text + "# EXIT STATUS\n\n" + escaped(std::string_view(footer).substr(kExitStatus.size()));
+    return text + "# COMMANDS\n\n" + commandTexts(tool) + "# EXIT STATUS\n\n" +
+           escaped(std::string_view(tool.footer).substr(kExitStatus.size()));
 }
 
 }  // namespace tools

@@ -1,4 +1,4 @@
-#include "PrintJson.h"
+#include "common/PrintJson.h"
 
 namespace tools {
 

@@ -1,6 +1,6 @@
-#include "TextTable.h"
+#include "common/TextTable.h"
 
-#include "Printable.h"
+#include "common/Printable.h"
 
 #include <algorithm>
 

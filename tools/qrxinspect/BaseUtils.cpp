@@ -2,38 +2,39 @@
 
 #include "Logger.h"
 #include "MemoryFile.h"
+#include "common/InputFile.h"
 
 #include <libxml/xmlerror.h>
 
 #include <filesystem>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
 void printNothing(void* /*context*/, const char* /*format*/, ...) {}
 
 }  // namespace
 
-std::optional<Problem> silenceBaseUtils() {
+vtek::Status silenceBaseUtils() {
     xmlSetGenericErrorFunc(nullptr, printNothing);
-    // The log opens one file and no second one: whoever asks for that silences it for good. So it is given a
-    // file in memory first, whose path can never come to be a file on disk, and then asked once more.
+    // The log opens one file only; a second Initialize silences it for good. So it first gets a file in
+    // memory, whose path can never name a file on disk, and then the second call.
     const MemoryFile logFile("");
     CLogger* const logger = CLogger::GetInstance();
     logger->Initialize(logFile.path());
     logger->Initialize(logFile.path());
     if (!logger->isEnabled()) {
-        return Problem{"cannot keep the debug log quiet: /proc is not there"};
+        return tools::inputError("cannot silence the debug log: /proc is not available");
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Problem> checkMarkerFile() {
+vtek::Status checkMarkerFile() {
     std::error_code ignored;
     if (std::filesystem::is_fifo("enabledebug.txt", ignored)) {
-        return Problem{"enabledebug.txt: is a FIFO"};
+        return tools::inputError("enabledebug.txt: is a FIFO");
     }
-    return std::nullopt;
+    return {};
 }
 
-}  // namespace tools
+}  // namespace qrxinspect

@@ -1,23 +1,21 @@
 #pragma once
 
-#include "Result.h"
+#include "base/Result.h"
 
-#include <optional>
-
-namespace tools {
+namespace qrxinspect {
 
 /**
- * Makes the base utilities fit for a tool that only looks: from now on their debug log never makes a file,
- * whatever marker file lies about, and libxml2 prints nothing.
+ * Makes the base utilities safe for a tool that only reads: their debug log never makes a file, whatever
+ * marker file exists, and libxml2 prints nothing.
  *
- * To be called once, before any other use of them. Returns a problem where the log cannot be kept quiet.
+ * Call it before any other use of them; further calls change nothing. Fails if the log cannot be silenced.
  */
-[[nodiscard]] std::optional<Problem> silenceBaseUtils();
+vtek::Status silenceBaseUtils();
 
 /**
- * Whether the platform layer can be used in the working directory: it opens the log's marker file there,
- * which waits for ever where that is a FIFO. Returns the problem if so.
+ * Refuses a working directory in which the platform layer would hang: it opens the log's marker file there,
+ * and the open of a FIFO waits for ever.
  */
-[[nodiscard]] std::optional<Problem> checkMarkerFile();
+vtek::Status checkMarkerFile();
 
-}  // namespace tools
+}  // namespace qrxinspect

@@ -1,13 +1,13 @@
 #include "DamagedText.h"
 
-#include "Printable.h"
+#include "common/Printable.h"
 
 #include <algorithm>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
-constexpr std::size_t kShownBytes = std::size_t{64} * 1024;
+constexpr std::size_t kShownBytes = std::size_t{64} * 1024;  // no real report is longer
 
 }  // namespace
 
@@ -16,7 +16,7 @@ std::string damagedText(std::string_view text, std::string_view indent) {
     std::string_view rest = text.substr(0, kShownBytes);
     while (!rest.empty()) {
         const std::size_t length = std::min(rest.find('\n'), rest.size());
-        shown.append(indent).append(toPrintable(rest.substr(0, length))) += '\n';
+        shown.append(indent).append(tools::toPrintable(rest.substr(0, length))) += '\n';
         rest.remove_prefix(std::min(length + 1, rest.size()));
     }
     if (text.size() > kShownBytes) {
@@ -25,4 +25,4 @@ std::string damagedText(std::string_view text, std::string_view indent) {
     return shown;
 }
 
-}  // namespace tools
+}  // namespace qrxinspect

@@ -1,10 +1,10 @@
 #include "BaseUtils.h"
-#include "Commands.h"
-#include "Json.h"
 #include "LinuxImpl.h"
-#include "TextTable.h"
+#include "Qrxinspect.h"
+#include "common/PrintJson.h"
+#include "common/TextTable.h"
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
 /** One fact about the host: its name in JSON, its name for people, and what was found. */
@@ -27,28 +27,37 @@ void printFactsAsJson(std::ostream& out, const std::vector<Fact>& facts) {
     for (const Fact& fact : facts) {
         json[fact.key] = fact.found;
     }
-    printJson(out, json);
+    tools::printJson(out, json);
 }
 
 void printFacts(std::ostream& out, const std::vector<Fact>& facts) {
-    TextTable table;
+    tools::TextTable table;
     for (const Fact& fact : facts) {
         table.addRow({fact.name, fact.found ? "yes" : "no"});
     }
     out << table;
 }
 
+class HostCommand : public tools::Command {
+public:
+    void define(Options& options) override { options.flag("--json", json_, "Print JSON"); }
+
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        VTEK_TRY(checkMarkerFile());
+        CLinuxImpl platform;
+        const std::vector<Fact> facts = factsAbout(platform);
+        json_ ? printFactsAsJson(console.out, facts) : printFacts(console.out, facts);
+        return ExitStatus::Success;
+    }
+
+private:
+    bool json_ = false;
+};
+
 }  // namespace
 
-ExitStatus runHost(const Arguments& arguments, const Console& console) {
-    if (const std::optional<Problem> problem = checkMarkerFile()) {
-        console.tell(problem->message);
-        return ExitStatus::BadInput;
-    }
-    CLinuxImpl platform;
-    const std::vector<Fact> facts = factsAbout(platform);
-    arguments.json ? printFactsAsJson(console.out, facts) : printFacts(console.out, facts);
-    return ExitStatus::Success;
+std::unique_ptr<tools::Command> makeHost() {
+    return std::make_unique<HostCommand>();
 }
 
-}  // namespace tools
+}  // namespace qrxinspect

@@ -1,33 +1,21 @@
 #include "HtmlPage.h"
 
 #include "DamagedText.h"
-#include "Printable.h"
 #include "Summary.h"
+#include "common/Printable.h"
 
-#include <PageParts.h>  // made of page/ by the build
+#include <PageParts.h>  // made from page/ by the build
 
 #include <array>
+#include <cctype>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
-
-struct Column {
-    const char* title;
-    const char* cssClass;
-};
-
-constexpr std::array<Column, 7> kColumns{{{"Report", "report"},
-                                          {"Operation", "operation"},
-                                          {"Outcome", "outcome"},
-                                          {"Device", "device"},
-                                          {"Component", "component"},
-                                          {"Version", "version"},
-                                          {"Message", "message"}}};
 
 constexpr std::array kOutcomes{Report::Outcome::Success, Report::Outcome::Failure, Report::Outcome::Damaged,
                                Report::Outcome::Unreadable};
 
-/** HTML's five characters; the text is printable already. */
+/** Escapes HTML's five special characters. */
 std::string escapeMarkup(std::string_view printable) {
     std::string html;
     html.reserve(printable.size());
@@ -56,8 +44,8 @@ std::string escapeMarkup(std::string_view printable) {
 }
 
 void printHead(std::ostream& out) {
-    // The policy is the second wall behind the escaping: the page loads nothing, sends nothing, and runs no
-    // script but its own.
+    // The policy is the second line of defence after escaping: the page loads and sends nothing, and runs
+    // only its own script.
     out << "<!DOCTYPE html>\n"
            "<html lang=\"en\">\n"
            "<head>\n"
@@ -85,42 +73,48 @@ void printCounts(std::ostream& out, const std::vector<Report>& reports) {
     out << "</ul>\n";
 }
 
-void printCell(std::ostream& out, const Column& column, const std::string& html) {
-    out << "<td class=\"" << column.cssClass << "\" data-label=\"" << column.title << "\">" << html
-        << "</td>";
+std::string classOf(const Column& column) {
+    std::string name = column.title;
+    name.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(name.front())));
+    return name;
 }
 
-/** The message; of a damaged report what is wrong with it, and its text. */
-std::string messageHtmlOf(const SummaryRow& row) {
-    if (row.outcome != Report::Outcome::Damaged) {
+/** The message; for a damaged report, its problem and its text. */
+std::string messageHtmlOf(const Row& row) {
+    if (row.damagedText.empty()) {
         return htmlOf(row.message);
     }
     return "<details open><summary>" + htmlOf(row.message) + "</summary><pre>" +
-           escapeMarkup(damagedText(row.text, "")) + "</pre></details>";
+           escapeMarkup(damagedText(row.damagedText, "")) + "</pre></details>";
 }
 
-void printRow(std::ostream& out, const SummaryRow& row) {
-    const std::string outcome = nameOf(row.outcome);
-    const std::array<std::string, kColumns.size()> cells{
-        htmlOf(row.file),   row.operation,  "<span class=\"pill\">" + outcome + "</span>",
-        htmlOf(row.device), htmlOf(row.id), htmlOf(row.version),
-        messageHtmlOf(row)};
-    out << "<tr class=\"" << outcome << "\">";
-    for (std::size_t i = 0; i < cells.size(); ++i) {
-        printCell(out, kColumns[i], cells[i]);
+std::string cellHtmlOf(const Row& row, const Column& column) {
+    if (column.value == &Row::message) {
+        return messageHtmlOf(row);
+    }
+    const std::string html = htmlOf(row.*column.value);
+    return column.value == &Row::outcome ? "<span class=\"pill\">" + html + "</span>" : html;
+}
+
+void printRow(std::ostream& out, const std::vector<Column>& columns, const Row& row) {
+    out << "<tr class=\"" << row.outcome << "\">";
+    for (const Column& column : columns) {
+        out << "<td class=\"" << classOf(column) << "\" data-label=\"" << column.title << "\">"
+            << cellHtmlOf(row, column) << "</td>";
     }
     out << "</tr>\n";
 }
 
-void printTable(std::ostream& out, const std::vector<Report>& reports) {
+void printRows(std::ostream& out, const std::vector<Report>& reports) {
+    const std::vector<Column> columns = columnsOf(View::Reports);
     out << "<table id=\"reports\">\n<thead><tr>";
-    for (const Column& column : kColumns) {
+    for (const Column& column : columns) {
         out << "<th scope=\"col\" aria-sort=\"none\"><button type=\"button\">" << column.title
             << "</button></th>";
     }
     out << "</tr></thead>\n<tbody>\n";
-    for (const SummaryRow& row : summaryOf(reports)) {
-        printRow(out, row);
+    for (const Row& row : summaryOf(reports)) {
+        printRow(out, columns, row);
     }
     out << "</tbody>\n</table>\n";
 }
@@ -133,13 +127,13 @@ void printHtmlPage(std::ostream& out, const std::vector<Report>& reports) {
     printCounts(out, reports);
     out << "<input id=\"search\" type=\"search\" placeholder=\"Search\" aria-label=\"Search\" hidden>\n"
            "</header>\n<main>\n";
-    printTable(out, reports);
+    printRows(out, reports);
     out << "</main>\n<footer>qrxinspect " QRX_VERSION "</footer>\n<script>" << kPageScript << "</script>\n"
         << "</body>\n</html>\n";
 }
 
 std::string htmlOf(std::string_view value) {
-    return escapeMarkup(toPrintable(value));
+    return escapeMarkup(tools::toPrintable(value));
 }
 
-}  // namespace tools
+}  // namespace qrxinspect

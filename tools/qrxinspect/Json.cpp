@@ -1,29 +1,30 @@
 #include "Json.h"
 
-namespace tools {
+#include "Summary.h"
+
+namespace qrxinspect {
 namespace {
 
 using nlohmann::ordered_json;
 
-ordered_json toJson(const CDeviceInfo& device) {
-    return {{"id", idOf(device)},
-            {"name", device.getDeviceName()},
-            {"type", device.getComponentType()},
-            {"version", device.getVersion()},
-            {"outcome", nameOf(isSuccess(device) ? Report::Outcome::Success : Report::Outcome::Failure)},
-            {"message", device.getErrorMsg()}};
+ordered_json toJson(const Row& row) {
+    ordered_json json;
+    for (const Column& column : columnsOf(View::Devices)) {
+        json[column.key] = row.*column.value;
+    }
+    return json;
 }
 
 ordered_json toJson(const Report& report) {
     ordered_json json{{"file", report.file},
-                      {"operation", nameOf(report.operation)},
+                      {"operation", operationOf(report)},
                       {"outcome", nameOf(report.outcome)},
                       {"rebootRequired", report.rebootRequired},
                       {"devices", ordered_json::array()},
                       {"problem", report.problem},
                       {"text", report.text}};
     for (const CDeviceInfo& device : report.devices) {
-        json["devices"].push_back(toJson(device));
+        json["devices"].push_back(toJson(rowOf(report, device)));
     }
     return json;
 }
@@ -40,4 +41,4 @@ ordered_json toJson(const std::vector<Report>& reports) {
     return {{"reports", list}, {"counts", counts}};
 }
 
-}  // namespace tools
+}  // namespace qrxinspect

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "PrintJson.h"
 #include "Report.h"
 
 #include <nlohmann/json.hpp>
@@ -8,9 +7,9 @@
 #include <string>
 #include <vector>
 
-namespace tools {
+namespace qrxinspect {
 
 /** The reports with their devices and a count per outcome, as `result` and `report` print them. */
 nlohmann::ordered_json toJson(const std::vector<Report>& reports);
 
-}  // namespace tools
+}  // namespace qrxinspect

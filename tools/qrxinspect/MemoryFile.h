@@ -1,11 +1,11 @@
 #pragma once
 
-#include "UniqueFd.h"
+#include "base/File.h"
 
 #include <string>
 #include <string_view>
 
-namespace tools {
+namespace qrxinspect {
 
 /** A file that exists in memory only, for readers that want a path. */
 class MemoryFile {
@@ -19,8 +19,8 @@ public:
     std::string path() const;
 
 private:
-    UniqueFd file_;
+    vtek::UniqueFd file_;
     bool complete_;
 };
 
-}  // namespace tools
+}  // namespace qrxinspect

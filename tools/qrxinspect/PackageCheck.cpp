@@ -2,12 +2,15 @@
 
 #include "XmlDocument.h"
 #include "XmlReading.h"
+#include "common/Printable.h"
+
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
 #include <unordered_map>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
 /** Collects the findings about one package description. */
@@ -42,7 +45,7 @@ std::vector<const xmlNode*> devicesOf(const xmlNode& package) {
     return devices;
 }
 
-/** The children as the package's reader finds them, whatever the case of their names. */
+/** The children as the package's reader finds them: it ignores the case of names. */
 std::vector<const xmlNode*> childrenLike(const xmlNode& device, const char* name) {
     std::vector<const xmlNode*> children = childElements(device);
     std::erase_if(children,
@@ -50,7 +53,7 @@ std::vector<const xmlNode*> childrenLike(const xmlNode& device, const char* name
     return children;
 }
 
-/** What the package's reader takes for a name: a first child with text. */
+/** Whether the package's reader finds a name: it takes the text of the first child. */
 bool hasText(const xmlNode& element) {
     return element.children != nullptr && element.children->content != nullptr &&
            *element.children->content != '\0';
@@ -148,7 +151,7 @@ void PackageCheck::checkDependency(const xmlNode& dependency) {
     }
 }
 
-/** Reports carry values as they are, within double quotes. */
+/** Reports carry values verbatim, in double quotes; these characters end or break them. */
 void PackageCheck::checkReportValue(const xmlNode& element, const std::string& what,
                                     const std::string& value) {
     const std::size_t position = value.find_first_of("\"<&");
@@ -163,4 +166,22 @@ std::vector<Finding> checkPackage(const xmlDoc& document) {
     return PackageCheck().run(*xmlDocGetRootElement(&document));
 }
 
-}  // namespace tools
+void printFindings(std::ostream& out, const std::string& file, const std::vector<Finding>& findings) {
+    if (findings.empty()) {
+        out << tools::toPrintable(file) << ": nothing is missing or suspicious\n";
+    }
+    for (const Finding& finding : findings) {
+        out << tools::toPrintable(file) << ':' << finding.line << ": " << tools::toPrintable(finding.text)
+            << '\n';
+    }
+}
+
+nlohmann::ordered_json toJson(const std::string& file, const std::vector<Finding>& findings) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const Finding& finding : findings) {
+        list.push_back({{"line", finding.line}, {"text", finding.text}});
+    }
+    return {{"file", file}, {"findings", list}};
+}
+
+}  // namespace qrxinspect

@@ -1,13 +1,15 @@
 #pragma once
 
 #include "DeviceInfo.h"
-#include "Result.h"
+
+#include <nlohmann/json_fwd.hpp>
 
 #include <map>
+#include <ostream>
 #include <string>
 #include <vector>
 
-namespace tools {
+namespace qrxinspect {
 
 /** Everything that an update package's description says. */
 struct PackageFacts {
@@ -24,4 +26,8 @@ struct PackageFacts {
 /** Reads "package.xml" of the working directory, which must be well-formed. */
 PackageFacts readPackageFacts();
 
-}  // namespace tools
+/** For people, and for programs. */
+void printFacts(std::ostream& out, const PackageFacts& facts);
+nlohmann::ordered_json toJson(const PackageFacts& facts);
+
+}  // namespace qrxinspect

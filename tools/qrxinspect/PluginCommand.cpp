@@ -1,29 +1,23 @@
-#include "Commands.h"
-#include "InputFile.h"
-#include "Json.h"
 #include "MemoryFile.h"
 #include "PIEConfigInfo.h"
-#include "TextTable.h"
+#include "Qrxinspect.h"
 #include "XmlDocument.h"
+#include "common/InputFile.h"
+#include "common/PrintJson.h"
+#include "common/TextTable.h"
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
-/** The text of the configuration, once it is known to be one. */
-Result<std::string> readConfiguration(const std::string& path) {
-    Result<std::string> text = readInput(path);
-    if (!text) {
-        return text;
-    }
-    const Result<XmlDocPtr> document = parseDocumentOf(*text, "PIEConfig");
-    if (!document) {
-        return document.problem();
-    }
+/** The text of a configuration: its reader takes any XML, so the root element is checked before. */
+vtek::Result<std::string> readConfiguration(const std::string& path) {
+    VTEK_ASSIGN(std::string text, tools::readInput(path, ""));
+    VTEK_ASSIGN(const XmlDocPtr document, parseDocumentOf(text, "PIEConfig"));
     return text;
 }
 
 void printPlugin(std::ostream& out, CPIEConfigInfo& configuration) {
-    TextTable table;
+    tools::TextTable table;
     table.addRow({"Command", configuration.GetInventoryCommand()});
     table.addRow({"Output file", configuration.GetInventoryCommandOutFileName()});
     table.addRow({"Time-out", std::to_string(configuration.GetInventoryTimeout())});
@@ -31,28 +25,42 @@ void printPlugin(std::ostream& out, CPIEConfigInfo& configuration) {
 }
 
 void printPluginAsJson(std::ostream& out, CPIEConfigInfo& configuration) {
-    printJson(out, {{"command", configuration.GetInventoryCommand()},
-                    {"outputFile", configuration.GetInventoryCommandOutFileName()},
-                    {"timeout", configuration.GetInventoryTimeout()}});
+    tools::printJson(out, {{"command", configuration.GetInventoryCommand()},
+                           {"outputFile", configuration.GetInventoryCommandOutFileName()},
+                           {"timeout", configuration.GetInventoryTimeout()}});
 }
+
+class PluginCommand : public tools::Command {
+public:
+    void define(Options& options) override {
+        options.value("FILE", file_, "The plug-in configuration").required().takes("FILE");
+        options.flag("--json", json_, "Print JSON");
+    }
+
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        const vtek::Result<std::string> text = readConfiguration(file_);
+        if (!text) {
+            return tools::inputError(file_ + ": " + text.error().message);
+        }
+        const MemoryFile copy(*text);
+        CPIEConfigInfo configuration;
+        if (!configuration.Init(copy.path())) {
+            console.report(file_ + ": names no inventory plug-in with a command and an output file");
+            return ExitStatus::Failure;
+        }
+        json_ ? printPluginAsJson(console.out, configuration) : printPlugin(console.out, configuration);
+        return ExitStatus::Success;
+    }
+
+private:
+    std::string file_;
+    bool json_ = false;
+};
 
 }  // namespace
 
-ExitStatus runPlugin(const Arguments& arguments, const Console& console) {
-    const std::string& path = arguments.operands.front();
-    const Result<std::string> text = readConfiguration(path);
-    if (!text) {
-        console.tell(path + ": " + text.problem().message);
-        return ExitStatus::BadInput;
-    }
-    const MemoryFile file(*text);
-    CPIEConfigInfo configuration;
-    if (!configuration.Init(file.path())) {
-        console.tell(path + ": names no inventory plug-in with a command and an output file");
-        return ExitStatus::Finding;
-    }
-    arguments.json ? printPluginAsJson(console.out, configuration) : printPlugin(console.out, configuration);
-    return ExitStatus::Success;
+std::unique_ptr<tools::Command> makePlugin() {
+    return std::make_unique<PluginCommand>();
 }
 
-}  // namespace tools
+}  // namespace qrxinspect

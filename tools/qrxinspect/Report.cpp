@@ -1,17 +1,11 @@
 #include "Report.h"
 
-namespace tools {
+#include "DocumentReaders.h"
 
-std::string nameOf(Report::Operation operation) {
-    switch (operation) {
-        case Report::Operation::Inventory:
-            return "inventory";
-        case Report::Operation::Update:
-            return "update";
-        case Report::Operation::Unknown:
-            break;
-    }
-    return "";
+namespace qrxinspect {
+
+std::string operationOf(const Report& report) {
+    return report.kind == nullptr ? "" : report.kind->operation;
 }
 
 std::string nameOf(Report::Outcome outcome) {
@@ -41,4 +35,4 @@ std::string idOf(const CDeviceInfo& device) {
                                                              : device.getComponentID();
 }
 
-}  // namespace tools
+}  // namespace qrxinspect

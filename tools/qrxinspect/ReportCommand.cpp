@@ -1,14 +1,15 @@
-#include "Commands.h"
 #include "DamagedText.h"
 #include "HtmlPage.h"
 #include "Json.h"
+#include "Qrxinspect.h"
 #include "ReportReader.h"
 #include "Summary.h"
-#include "TextTable.h"
+#include "common/PrintJson.h"
 
 #include <iterator>
+#include <utility>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
 std::vector<Report> readAll(const std::vector<std::string>& files) {
@@ -20,20 +21,11 @@ std::vector<Report> readAll(const std::vector<std::string>& files) {
     return reports;
 }
 
-void printTable(std::ostream& out, const std::vector<Report>& reports) {
-    TextTable table({"REPORT", "OPERATION", "OUTCOME", "COMPONENT", "DEVICE", "VERSION", "MESSAGE"});
-    for (const SummaryRow& row : summaryOf(reports)) {
-        table.addRow(
-            {row.file, row.operation, nameOf(row.outcome), row.id, row.device, row.version, row.message});
-    }
-    out << table;
-}
-
 void printDamagedTexts(std::ostream& out, const std::vector<Report>& reports) {
     for (const Report& report : reports) {
         if (report.outcome == Report::Outcome::Damaged) {
             out << '\n'
-                << toPrintable(report.file) << " is damaged and holds:\n"
+                << tools::toPrintable(report.file) << " is damaged. Its text:\n"
                 << damagedText(report.text, "  ");
         }
     }
@@ -50,21 +42,39 @@ void printCounts(std::ostream& out, const std::vector<Report>& reports) {
     out << '\n';
 }
 
+class ReportCommand : public tools::Command {
+public:
+    void define(Options& options) override {
+        options.values("FILE", files_, "The reports").required().takes("FILE");
+        const tools::Option json = options.flag("--json", json_, "Print JSON");
+        options.flag("--html", html_, "Print one self-contained page").excludes(json);
+    }
+
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        const std::vector<Report> reports = readAll(files_);
+        printProblems(reports, console);
+        if (json_) {
+            tools::printJson(console.out, toJson(reports));
+        } else if (html_) {
+            printHtmlPage(console.out, reports);
+        } else {
+            printTable(console.out, View::Reports, summaryOf(reports));
+            printDamagedTexts(console.out, reports);
+            printCounts(console.out, reports);
+        }
+        return statusOf(reports);
+    }
+
+private:
+    std::vector<std::string> files_;
+    bool json_ = false;
+    bool html_ = false;
+};
+
 }  // namespace
 
-ExitStatus runReport(const Arguments& arguments, const Console& console) {
-    const std::vector<Report> reports = readAll(arguments.operands);
-    tellProblems(reports, console);
-    if (arguments.json) {
-        printJson(console.out, toJson(reports));
-    } else if (arguments.html) {
-        printHtmlPage(console.out, reports);
-    } else {
-        printTable(console.out, reports);
-        printDamagedTexts(console.out, reports);
-        printCounts(console.out, reports);
-    }
-    return statusOf(reports);
+std::unique_ptr<tools::Command> makeReport() {
+    return std::make_unique<ReportCommand>();
 }
 
-}  // namespace tools
+}  // namespace qrxinspect

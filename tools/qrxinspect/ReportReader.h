@@ -6,17 +6,17 @@
 #include <string_view>
 #include <vector>
 
-namespace tools {
+namespace qrxinspect {
 
 /**
- * Reads the reports of one file: one, or two where an inventory and an update were asked for in one run.
+ * Reads the reports of one file: one, or two if the run made an inventory and an update.
  *
- * Never fails and never returns an empty list: a file that cannot be read gives one unreadable report, whose
- * problem says why.
+ * Never fails and never returns an empty list: a file that cannot be read gives one unreadable report with
+ * the reason as its problem.
  */
 std::vector<Report> readReports(const std::string& file);
 
-/** As readReports, for a text already read; file is only the name that the reports carry. */
+/** Like readReports, for text that is in memory; file only names the reports. */
 std::vector<Report> reportsIn(const std::string& file, std::string_view text);
 
-}  // namespace tools
+}  // namespace qrxinspect

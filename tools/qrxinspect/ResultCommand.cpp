@@ -1,38 +1,34 @@
-#include "Commands.h"
 #include "DamagedText.h"
+#include "DocumentReaders.h"
 #include "Json.h"
+#include "Qrxinspect.h"
 #include "ReportReader.h"
 #include "Summary.h"
-#include "TextTable.h"
+#include "common/PrintJson.h"
 
-namespace tools {
+#include <algorithm>
+#include <iterator>
+
+namespace qrxinspect {
 namespace {
-
-std::string headingOf(const Report& report) {
-    return (report.operation == Report::Operation::Update ? "Update: " : "Inventory: ") +
-           nameOf(report.outcome);
-}
 
 void printDevices(std::ostream& out, const Report& report) {
     if (report.devices.empty()) {
         out << "no device\n";
         return;
     }
-    TextTable table({"COMPONENT", "DEVICE", "TYPE", "VERSION", "OUTCOME", "MESSAGE"});
-    for (const CDeviceInfo& device : report.devices) {
-        table.addRow({idOf(device), device.getDeviceName(), device.getComponentType(), device.getVersion(),
-                      nameOf(isSuccess(device) ? Report::Outcome::Success : Report::Outcome::Failure),
-                      device.getErrorMsg()});
-    }
-    out << table;
+    std::vector<Row> rows;
+    std::transform(report.devices.begin(), report.devices.end(), std::back_inserter(rows),
+                   [&](const CDeviceInfo& device) { return rowOf(report, device); });
+    printTable(out, View::Devices, rows);
 }
 
-/** Nothing for a file that is no report: the line on standard error says it all. */
+/** Prints nothing for an unreadable file: the line on standard error says it all. */
 void printReport(std::ostream& out, const Report& report) {
     if (report.outcome == Report::Outcome::Unreadable) {
         return;
     }
-    out << headingOf(report) << '\n';
+    out << report.kind->heading << ": " << nameOf(report.outcome) << '\n';
     if (report.outcome == Report::Outcome::Damaged) {
         out << damagedText(report.text, "  ");
         return;
@@ -43,22 +39,40 @@ void printReport(std::ostream& out, const Report& report) {
     }
 }
 
-}  // namespace
+class ResultCommand : public tools::Command {
+public:
+    void define(Options& options) override {
+        options.value("FILE", file_, "The report of an inventory, of an update, or of both")
+            .required()
+            .takes("FILE");
+        options.flag("--json", json_, "Print JSON");
+    }
 
-ExitStatus runResult(const Arguments& arguments, const Console& console) {
-    const std::vector<Report> reports = readReports(arguments.operands.front());
-    tellProblems(reports, console);
-    if (arguments.json) {
-        printJson(console.out, toJson(reports));
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        const std::vector<Report> reports = readReports(file_);
+        printProblems(reports, console);
+        if (json_) {
+            tools::printJson(console.out, toJson(reports));
+            return statusOf(reports);
+        }
+        const char* separator = "";
+        for (const Report& report : reports) {
+            console.out << separator;
+            printReport(console.out, report);
+            separator = "\n";
+        }
         return statusOf(reports);
     }
-    const char* separator = "";
-    for (const Report& report : reports) {
-        console.out << separator;
-        printReport(console.out, report);
-        separator = "\n";
-    }
-    return statusOf(reports);
+
+private:
+    std::string file_;
+    bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<tools::Command> makeResult() {
+    return std::make_unique<ResultCommand>();
 }
 
-}  // namespace tools
+}  // namespace qrxinspect

@@ -1,13 +1,47 @@
 #include "Summary.h"
 
-#include <algorithm>
+#include "common/TextTable.h"
 
-namespace tools {
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <iterator>
+
+namespace qrxinspect {
 namespace {
 
-/** What stands in the message's place where a report has no record. */
-std::string messageWithoutDevice(const Report& report) {
-    return report.problem.empty() ? "no device" : report.problem;
+/** A column, and the views that show it. */
+struct ColumnInfo {
+    Column column;
+    bool ofDevices;
+    bool ofReports;
+};
+
+constexpr std::array kColumns{
+    ColumnInfo{{"Report", "file", &Row::report}, false, true},
+    ColumnInfo{{"Operation", "operation", &Row::operation}, false, true},
+    ColumnInfo{{"Component", "id", &Row::component}, true, true},
+    ColumnInfo{{"Device", "name", &Row::device}, true, true},
+    ColumnInfo{{"Type", "type", &Row::type}, true, false},
+    ColumnInfo{{"Version", "version", &Row::version}, true, true},
+    ColumnInfo{{"Outcome", "outcome", &Row::outcome}, true, true},
+    ColumnInfo{{"Message", "message", &Row::message}, true, true},
+};
+
+std::string inCapitals(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return text;
+}
+
+Row rowWithoutDevice(const Report& report) {
+    Row row{};
+    row.report = report.file;
+    row.operation = operationOf(report);
+    row.outcome = nameOf(report.outcome);
+    row.message = report.problem.empty() ? "no device" : report.problem;
+    row.damagedText = report.text;
+    return row;
 }
 
 std::string messageOf(const Report& report, const CDeviceInfo& device) {
@@ -20,22 +54,54 @@ std::string messageOf(const Report& report, const CDeviceInfo& device) {
 
 }  // namespace
 
-std::vector<SummaryRow> summaryOf(const std::vector<Report>& reports) {
-    std::vector<SummaryRow> rows;
+std::vector<Column> columnsOf(View view) {
+    std::vector<Column> columns;
+    for (const ColumnInfo& info : kColumns) {
+        if (view == View::Devices ? info.ofDevices : info.ofReports) {
+            columns.push_back(info.column);
+        }
+    }
+    return columns;
+}
+
+Row rowOf(const Report& report, const CDeviceInfo& device) {
+    return {.report = report.file,
+            .operation = operationOf(report),
+            .component = idOf(device),
+            .device = device.getDeviceName(),
+            .type = device.getComponentType(),
+            .version = device.getVersion(),
+            .outcome = nameOf(isSuccess(device) ? Report::Outcome::Success : Report::Outcome::Failure),
+            .message = device.getErrorMsg()};
+}
+
+std::vector<Row> summaryOf(const std::vector<Report>& reports) {
+    std::vector<Row> rows;
     for (const Report& report : reports) {
-        const std::string operation = nameOf(report.operation);
         if (report.devices.empty()) {
-            rows.push_back({report.file, operation, report.outcome, "", "", "", messageWithoutDevice(report),
-                            report.text});
+            rows.push_back(rowWithoutDevice(report));
         }
         for (const CDeviceInfo& device : report.devices) {
-            rows.push_back({report.file, operation,
-                            isSuccess(device) ? Report::Outcome::Success : Report::Outcome::Failure,
-                            idOf(device), device.getDeviceName(), device.getVersion(),
-                            messageOf(report, device), ""});
+            rows.push_back(rowOf(report, device));
+            rows.back().message = messageOf(report, device);
         }
     }
     return rows;
+}
+
+void printTable(std::ostream& out, View view, const std::vector<Row>& rows) {
+    const std::vector<Column> columns = columnsOf(view);
+    std::vector<std::string> headings;
+    std::transform(columns.begin(), columns.end(), std::back_inserter(headings),
+                   [](const Column& column) { return inCapitals(column.title); });
+    tools::TextTable table(headings);
+    for (const Row& row : rows) {
+        std::vector<std::string> cells;
+        std::transform(columns.begin(), columns.end(), std::back_inserter(cells),
+                       [&](const Column& column) { return row.*column.value; });
+        table.addRow(cells);
+    }
+    out << table;
 }
 
 std::map<Report::Outcome, std::size_t> countOutcomes(const std::vector<Report>& reports) {
@@ -46,29 +112,29 @@ std::map<Report::Outcome, std::size_t> countOutcomes(const std::vector<Report>& 
     return counts;
 }
 
-ExitStatus statusOf(const std::vector<Report>& reports) {
+tools::ExitStatus statusOf(const std::vector<Report>& reports) {
     const auto better = [](const Report& a, const Report& b) { return a.outcome < b.outcome; };
     switch (std::max_element(reports.begin(), reports.end(), better)->outcome) {
         case Report::Outcome::Success:
-            return ExitStatus::Success;
+            return tools::ExitStatus::Success;
         case Report::Outcome::Failure:
-            return ExitStatus::Finding;
+            return tools::ExitStatus::Failure;
         case Report::Outcome::Damaged:
         case Report::Outcome::Unreadable:
             break;
     }
-    return ExitStatus::BadInput;
+    return tools::ExitStatus::BadInput;
 }
 
-void tellProblems(const std::vector<Report>& reports, const Console& console) {
+void printProblems(const std::vector<Report>& reports, const tools::Console& console) {
     for (const Report& report : reports) {
         if (report.outcome == Report::Outcome::Damaged) {
-            console.tell(report.file + ": the " + nameOf(report.operation) +
-                         " report is damaged: " + report.problem);
+            console.report(report.file + ": the " + operationOf(report) +
+                           " report is damaged: " + report.problem);
         } else if (report.outcome == Report::Outcome::Unreadable) {
-            console.tell(report.file + ": " + report.problem);
+            console.report(report.file + ": " + report.problem);
         }
     }
 }
 
-}  // namespace tools
+}  // namespace qrxinspect

@@ -1,36 +1,57 @@
 #pragma once
 
-#include "Console.h"
 #include "Report.h"
+#include "common/Console.h"
 
 #include <map>
 #include <string>
 #include <vector>
 
-namespace tools {
+namespace qrxinspect {
 
-/** What a summary shows of one device, or of a report without any. */
-struct SummaryRow {
-    std::string file;
+/** One device of a report, or a report without devices, in the words of the tables. */
+struct Row {
+    std::string report;
     std::string operation;
-    Report::Outcome outcome;
-    std::string id;
+    std::string component;
     std::string device;
+    std::string type;
     std::string version;
+    std::string outcome;
     std::string message;
-    std::string text;  // of a damaged report
+    std::string damagedText = {};  // of a damaged report
 };
 
-/** One row for every device, failure and empty, damaged or unreadable report, in the order of the reports. */
-std::vector<SummaryRow> summaryOf(const std::vector<Report>& reports);
+/** One column of every table, of the page and of the devices in JSON. */
+struct Column {
+    const char* title;  ///< in capitals the heading of a text table, in small letters the class on the page
+    const char* key;    ///< in JSON
+    std::string Row::*value;
+};
 
-/** How many reports came out how. */
+/** Which columns are shown: those of one report's devices, or those that sum up many reports. */
+enum class View { Devices, Reports };
+
+/** The columns of a view; their order is the same in each. */
+std::vector<Column> columnsOf(View view);
+
+/** The device as its report has it. */
+Row rowOf(const Report& report, const CDeviceInfo& device);
+
+/** One row for every device, failure and empty, damaged or unreadable report, in the order of the reports.
+ * The messages mention a reboot that is required. */
+std::vector<Row> summaryOf(const std::vector<Report>& reports);
+
+/** The rows as a table for people. */
+void printTable(std::ostream& out, View view, const std::vector<Row>& rows);
+
+/** The number of reports by outcome. */
 std::map<Report::Outcome, std::size_t> countOutcomes(const std::vector<Report>& reports);
 
-/** The exit status that the worst report asks for. */
-ExitStatus statusOf(const std::vector<Report>& reports);
+/** The exit status for the worst report. */
+tools::ExitStatus statusOf(const std::vector<Report>& reports);
 
-/** One line on standard error for every report that is damaged or unreadable. */
-void tellProblems(const std::vector<Report>& reports, const Console& console);
+/** Prints one line on standard error for every damaged or unreadable report. */
+void printProblems(const std::vector<Report>& reports, const tools::Console& console);
 
-}  // namespace tools
+}  // namespace qrxinspect

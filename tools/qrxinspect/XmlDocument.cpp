@@ -1,11 +1,12 @@
 #include "XmlDocument.h"
 
 #include "XmlReading.h"
+#include "common/InputFile.h"
 
 #include <memory>
 #include <optional>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
 constexpr int kParseOptions =
@@ -16,13 +17,13 @@ struct ParserContextDeleter {
 };
 using ParserContextPtr = std::unique_ptr<xmlParserCtxt, ParserContextDeleter>;
 
-Problem problemOf(const xmlError& error) {
+vtek::Error errorOf(const xmlError& error) {
     const std::string message = error.message == nullptr ? "" : error.message;
-    return {"not well-formed XML, line " + std::to_string(error.line) + ": " +
-            message.substr(0, message.find('\n'))};
+    return tools::inputError("not well-formed XML, line " + std::to_string(error.line) + ": " +
+                             message.substr(0, message.find('\n')));
 }
 
-/** A parser that prints nothing and keeps its first error: those that follow tell of the first one's wake. */
+/** A parser that prints nothing and keeps its first error; later errors usually follow from the first. */
 class QuietParser {
 public:
     QuietParser() : context_(xmlNewParserCtxt()) {
@@ -34,50 +35,50 @@ public:
         }
     }
 
-    Result<XmlDocPtr> parse(std::string_view text) {
+    vtek::Result<XmlDocPtr> parse(std::string_view text) {
         if (!context_) {
-            return Problem{"no memory for a parser"};
+            return tools::inputError("no memory for a parser");
         }
         XmlDocPtr document(xmlCtxtReadMemory(context_.get(), text.data(), static_cast<int>(text.size()),
                                              nullptr, nullptr, kParseOptions));
         if (document) {
             return document;
         }
-        return firstError_.value_or(Problem{"not well-formed XML"});
+        return firstError_.value_or(tools::inputError("not well-formed XML"));
     }
 
 private:
     void keep(const xmlError& error) {
         if (!firstError_ && error.level >= XML_ERR_ERROR) {
-            firstError_ = problemOf(error);
+            firstError_ = errorOf(error);
         }
     }
 
     ParserContextPtr context_;
-    std::optional<Problem> firstError_;
+    std::optional<vtek::Error> firstError_;
 };
 
 }  // namespace
 
-Result<XmlDocPtr> parseDocument(std::string_view text) {
+vtek::Result<XmlDocPtr> parseDocument(std::string_view text) {
     if (text.empty()) {
-        return Problem{"is empty"};
+        return tools::inputError("is empty");
     }
-    Result<XmlDocPtr> document = QuietParser().parse(text);
+    vtek::Result<XmlDocPtr> document = QuietParser().parse(text);
     if (document && (*document)->intSubset != nullptr) {
-        return Problem{"carries a document type declaration"};
+        return tools::inputError("has a document type declaration");
     }
     return document;
 }
 
-Result<XmlDocPtr> parseDocumentOf(std::string_view text, const char* rootName) {
-    Result<XmlDocPtr> document = parseDocument(text);
+vtek::Result<XmlDocPtr> parseDocumentOf(std::string_view text, const char* rootName) {
+    vtek::Result<XmlDocPtr> document = parseDocument(text);
     if (!document) {
         return document;
     }
     const std::string root = rootNameOf(**document);
     if (root != rootName) {
-        return Problem{"the root element is \"" + root + "\", not \"" + rootName + "\""};
+        return tools::inputError("the root element is \"" + root + "\", not \"" + rootName + "\"");
     }
     return document;
 }
@@ -120,4 +121,4 @@ long lineOf(const xmlNode& element) {
     return xmlGetLineNo(&element);
 }
 
-}  // namespace tools
+}  // namespace qrxinspect

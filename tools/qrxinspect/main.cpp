@@ -1,7 +1,7 @@
-#include "Inspect.h"
+#include "Qrxinspect.h"
 
 #include <iostream>
 
 int main(int argc, char** argv) {
-    return tools::inspect(argc, argv, {std::cout, std::cerr});
+    return qrxinspect::run(argc, argv, std::cout, std::cerr);
 }

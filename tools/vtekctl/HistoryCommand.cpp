@@ -1,31 +1,31 @@
-#include "Command.h"
-#include "PrintJson.h"
-#include "TextTable.h"
+#include "Vtekctl.h"
+#include "chassis/Store.h"
+#include "common/PrintJson.h"
+#include "common/TextTable.h"
 
-#include <iostream>
-
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
-class HistoryCommand : public Command {
+class HistoryCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options& options) override { options.flag("--json", json_, "print JSON"); }
 
-    vtek::Status run(const Context& context) override {
-        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());
         VTEK_ASSIGN(vtek::Store store, vtek::Store::open(root, vtek::Store::Mode::Read));
         VTEK_ASSIGN(const auto entries, store.history());
         if (json_) {
-            printAsJson(entries);
+            printAsJson(console, entries);
         } else {
-            print(entries);
+            print(console, entries);
         }
-        return {};
+        return ExitStatus::Success;
     }
 
 private:
-    static void printAsJson(const std::vector<vtek::HistoryEntry>& entries) {
+    static void printAsJson(const Console& console, const std::vector<vtek::HistoryEntry>& entries) {
         nlohmann::ordered_json json = nlohmann::ordered_json::array();
         for (const auto& entry : entries) {
             json.push_back({{"time", entry.time},
@@ -40,18 +40,18 @@ private:
                             {"realUser", entry.realUser},
                             {"loginUser", entry.loginUser}});
         }
-        printJson(std::cout, json);
+        tools::printJson(console.out, json);
     }
 
-    static void print(const std::vector<vtek::HistoryEntry>& entries) {
-        TextTable table({"TIME", "OUTCOME", "GENERATION", "COMPONENT", "FROM", "TO", "OVERRIDE", "USER",
-                         "LOGIN", "SIGNER"});
+    static void print(const Console& console, const std::vector<vtek::HistoryEntry>& entries) {
+        tools::TextTable table({"TIME", "OUTCOME", "GENERATION", "COMPONENT", "FROM", "TO", "OVERRIDE",
+                                "USER", "LOGIN", "SIGNER"});
         for (const auto& entry : entries) {
             table.addRow({entry.time, entry.outcome, std::to_string(entry.generation), entry.componentId,
                           entry.fromVersion, entry.toVersion, entry.override ? "yes" : "no", entry.realUser,
                           entry.loginUser, entry.signer});
         }
-        std::cout << table;
+        console.out << table;
     }
 
     bool json_ = false;
@@ -59,8 +59,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeHistory() {
-    return std::make_unique<HistoryCommand>();
+std::unique_ptr<tools::Command> makeHistory(const Chassis& chassis) {
+    return std::make_unique<HistoryCommand>(chassis);
 }
 
-}  // namespace tools
+}  // namespace vtekctl

@@ -1,29 +1,29 @@
-#include "Command.h"
+#include "Vtekctl.h"
+#include "chassis/Store.h"
 
 #include <unistd.h>
 
-#include <iostream>
-
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
-class InitCommand : public Command {
+class InitCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options&) override {}
 
-    vtek::Status run(const Context& context) override {
-        VTEK_ASSIGN(const vtek::Root root, vtek::Root::create(context.rootPath, geteuid()));
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        VTEK_ASSIGN(const vtek::Root root, vtek::Root::create(chassis().rootPath, geteuid()));
         VTEK_TRY(vtek::Store::create(root));
-        std::cout << "made the simulated chassis " << root.path() << '\n';
-        return {};
+        console.out << "made the simulated chassis " << root.path() << '\n';
+        return ExitStatus::Success;
     }
 };
 
 }  // namespace
 
-std::unique_ptr<Command> makeInit() {
-    return std::make_unique<InitCommand>();
+std::unique_ptr<tools::Command> makeInit(const Chassis& chassis) {
+    return std::make_unique<InitCommand>(chassis);
 }
 
-}  // namespace tools
+}  // namespace vtekctl

@@ -1,49 +1,56 @@
-#include "Command.h"
-#include "Files.h"
+#include "Vtekctl.h"
+#include "base/File.h"
 #include "chassis/Inventory.h"
+#include "chassis/Store.h"
 
-#include <iostream>
-
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
-/** What the inventory commands share: a store that is open for them. */
-vtek::Result<vtek::Store> openStore(const Context& context, vtek::Store::Mode mode) {
-    VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+vtek::Result<vtek::Store> openStore(const Chassis& chassis, vtek::Store::Mode mode) {
+    VTEK_ASSIGN(const vtek::Root root, chassis.openRoot());
     return vtek::Store::open(root, mode);
 }
 
-class ImportCommand : public Command {
+class ImportCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options& options) override {
         options.value("file", file_, "the document").required().takes("FILE");
     }
 
-    vtek::Status run(const Context& context) override {
-        VTEK_ASSIGN(const vtek::UniqueFd file, openPlainFile(file_));
-        VTEK_ASSIGN(vtek::Store store, openStore(context, vtek::Store::Mode::Write));
-        VTEK_ASSIGN(const int count, vtek::Inventory(store.database()).import(file.get()));
-        std::cout << "the inventory has " << count << " devices now\n";
-        return {};
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        VTEK_ASSIGN(const vtek::RegularFile file,
+                    vtek::openRegularFile(vtek::kWorkingFolder, file_, vtek::Links::Followed, file_,
+                                          vtek::ErrorNumber::InvalidArgument));
+        VTEK_ASSIGN(vtek::Store store, openStore(chassis(), vtek::Store::Mode::Write));
+        VTEK_ASSIGN(const int count, vtek::Inventory(store.database()).import(file.fd.get()));
+        console.out << "the inventory has " << count << " devices now\n";
+        return ExitStatus::Success;
     }
 
 private:
     std::string file_;
 };
 
-class ExportCommand : public Command {
+class ExportCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options&) override {}
 
-    vtek::Status run(const Context& context) override {
-        VTEK_ASSIGN(vtek::Store store, openStore(context, vtek::Store::Mode::Read));
-        return vtek::Inventory(store.database()).write([](std::string_view piece) { std::cout << piece; });
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        VTEK_ASSIGN(vtek::Store store, openStore(chassis(), vtek::Store::Mode::Read));
+        VTEK_TRY(
+            vtek::Inventory(store.database()).write([&](std::string_view piece) { console.out << piece; }));
+        return ExitStatus::Success;
     }
 };
 
-class AddCommand : public Command {
+class AddCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options& options) override {
         options.value("component", device_.componentId, "the component id").required();
         options.value("version", version_, "the installed version").required();
@@ -52,13 +59,14 @@ public:
         options.value("--application", application_, "the application's name").showsDefault();
     }
 
-    vtek::Status run(const Context& context) override {
-        VTEK_ASSIGN(vtek::Store store, openStore(context, vtek::Store::Mode::Write));
+    vtek::Result<ExitStatus> run(const Console&) override {
+        VTEK_ASSIGN(vtek::Store store, openStore(chassis(), vtek::Store::Mode::Write));
         VTEK_ASSIGN(vtek::Transaction transaction, vtek::Transaction::begin(store.database()));
         device_.display = display_;
         device_.applications.push_back({type_, version_, application_});
         VTEK_TRY(vtek::Inventory(store.database()).add(device_));
-        return transaction.commit();
+        VTEK_TRY(transaction.commit());
+        return ExitStatus::Success;
     }
 
 private:
@@ -69,21 +77,24 @@ private:
     std::string application_ = "QRX firmware";
 };
 
-class RemoveCommand : public Command {
+class RemoveCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options& options) override {
         options.value("component", component_, "the component id").required();
     }
 
-    vtek::Status run(const Context& context) override {
-        VTEK_ASSIGN(vtek::Store store, openStore(context, vtek::Store::Mode::Write));
+    vtek::Result<ExitStatus> run(const Console&) override {
+        VTEK_ASSIGN(vtek::Store store, openStore(chassis(), vtek::Store::Mode::Write));
         VTEK_ASSIGN(vtek::Transaction transaction, vtek::Transaction::begin(store.database()));
         VTEK_ASSIGN(const int count, vtek::Inventory(store.database()).remove(component_));
         if (count == 0) {
             return vtek::Error{vtek::ErrorNumber::ComponentUnknown,
                                "the inventory has no component " + component_};
         }
-        return transaction.commit();
+        VTEK_TRY(transaction.commit());
+        return ExitStatus::Success;
     }
 
 private:
@@ -92,20 +103,20 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeInventoryImport() {
-    return std::make_unique<ImportCommand>();
+std::unique_ptr<tools::Command> makeInventoryImport(const Chassis& chassis) {
+    return std::make_unique<ImportCommand>(chassis);
 }
 
-std::unique_ptr<Command> makeInventoryExport() {
-    return std::make_unique<ExportCommand>();
+std::unique_ptr<tools::Command> makeInventoryExport(const Chassis& chassis) {
+    return std::make_unique<ExportCommand>(chassis);
 }
 
-std::unique_ptr<Command> makeInventoryAdd() {
-    return std::make_unique<AddCommand>();
+std::unique_ptr<tools::Command> makeInventoryAdd(const Chassis& chassis) {
+    return std::make_unique<AddCommand>(chassis);
 }
 
-std::unique_ptr<Command> makeInventoryRemove() {
-    return std::make_unique<RemoveCommand>();
+std::unique_ptr<tools::Command> makeInventoryRemove(const Chassis& chassis) {
+    return std::make_unique<RemoveCommand>(chassis);
 }
 
-}  // namespace tools
+}  // namespace vtekctl

@@ -1,31 +1,41 @@
-#include "Command.h"
-#include "Files.h"
-#include "Workshop.h"
+#include "StagingFolder.h"
+#include "Vtekctl.h"
 #include "authoring/Certificates.h"
+#include "base/File.h"
+#include "common/InputFile.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <ctime>
 #include <filesystem>
-#include <iostream>
 #include <vector>
 
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
 using vtek::Status;
 
-constexpr int kDays = 3650;
+constexpr int kDays = 3650;  // ten years, about as long as a lab lives
 constexpr mode_t kPrivate = 0700;
 constexpr mode_t kSecret = 0600;
 constexpr mode_t kPublic = 0644;
 
-class KeygenCommand : public Command {
+/** Makes a new file; an existing one is refused. */
+Status writeNewFile(const std::string& path, const std::string& content, mode_t mode) {
+    const vtek::UniqueFd file =
+        vtek::openAt(vtek::kWorkingFolder, path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+    if (!file || !vtek::writeFully(file.get(), content)) {
+        return vtek::systemError(vtek::ErrorNumber::InvalidArgument, "write " + path);
+    }
+    return {};
+}
+
+class KeygenCommand : public tools::Command {
 public:
     void define(Options& options) override {
-        options.value("folder", folder_, "where the files go; made when it is not there")
+        options.value("folder", folder_, "where the files go; made if it does not exist")
             .required()
             .takes("FOLDER");
         options.value("--authority", authority_, "common name of the authority, of 1 to 64 characters")
@@ -38,7 +48,7 @@ public:
             "For a lab: the keys are not encrypted. Existing files are not replaced.");
     }
 
-    Status run(const Context&) override {
+    vtek::Result<ExitStatus> run(const Console& console) override {
         const std::time_t now = std::time(nullptr);
         VTEK_ASSIGN(auto authorityKey, vtek::makeEcKey());
         VTEK_ASSIGN(const vtek::Identity authority,
@@ -51,11 +61,13 @@ public:
         VTEK_ASSIGN(const auto list,
                     vtek::makeRevocationList(authority, now,
                                              vtek::authorityRequest(authority_, now, days_).validTo, {}));
-        return writeAll({{"authority.key", vtek::toPem(authority.key.get()), kSecret},
-                         {"authority.pem", vtek::toPem(authority.certificate.get()), kPublic},
-                         {"authority.crl", vtek::toPem(list.get()), kPublic},
-                         {"signer.key", vtek::toPem(signer.key.get()), kSecret},
-                         {"signer.pem", vtek::toPem(signer.certificate.get()), kPublic}});
+        VTEK_TRY(writeAll({{"authority.key", vtek::toPem(authority.key.get()), kSecret},
+                           {"authority.pem", vtek::toPem(authority.certificate.get()), kPublic},
+                           {"authority.crl", vtek::toPem(list.get()), kPublic},
+                           {"signer.key", vtek::toPem(signer.key.get()), kSecret},
+                           {"signer.pem", vtek::toPem(signer.certificate.get()), kPublic}}));
+        console.out << "made a lab authority and a signer in " << folder_ << '\n';
+        return ExitStatus::Success;
     }
 
 private:
@@ -71,15 +83,14 @@ private:
         }
         for (const auto& file : files) {
             if (std::filesystem::exists(std::filesystem::symlink_status(pathOf(file)))) {
-                return vtek::Error{vtek::ErrorNumber::InvalidArgument, pathOf(file) + " is there already"};
+                return tools::inputError(pathOf(file) + " exists already");
             }
         }
-        VTEK_ASSIGN(const Workshop workshop, Workshop::beside(pathOf(files.front())));
+        VTEK_ASSIGN(const StagingFolder staging, StagingFolder::nextTo(pathOf(files.front())));
         for (const auto& file : files) {
-            VTEK_TRY(writeNewFile(workshop / file.name, file.content, file.mode));
-            VTEK_TRY(publish(workshop / file.name, pathOf(file), Existing::Kept));
+            VTEK_TRY(writeNewFile(staging / file.name, file.content, file.mode));
+            VTEK_TRY(publish(staging / file.name, pathOf(file), Existing::Kept));
         }
-        std::cout << "made a lab authority and a signer in " << folder_ << '\n';
         return {};
     }
 
@@ -93,8 +104,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeKeygen() {
+std::unique_ptr<tools::Command> makeKeygen() {
     return std::make_unique<KeygenCommand>();
 }
 
-}  // namespace tools
+}  // namespace vtekctl

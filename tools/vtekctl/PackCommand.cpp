@@ -1,18 +1,15 @@
-#include "Command.h"
-#include "OwnFolder.h"
 #include "PayloadRecipe.h"
-#include "Workshop.h"
+#include "StagingFolder.h"
+#include "Vtekctl.h"
 #include "authoring/ArchiveWriter.h"
 #include "base/File.h"
 
 #include <fcntl.h>
 
 #include <algorithm>
-#include <iostream>
 #include <string_view>
 
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
 using vtek::Error;
@@ -25,7 +22,7 @@ constexpr const char* kDescription = "package.xml";
 constexpr const char* kPayload = "firmware.fwp";
 constexpr const char* kFolder = "package";
 constexpr const char* kArchive = "package.tar.gz";
-constexpr std::time_t kTime = 315532800;  // 1980-01-01, before which some archivers know no time
+constexpr std::time_t kTime = 315532800;  // 1980-01-01; a zip entry cannot be older
 constexpr mode_t kPublic = 0644;
 
 Status copyFile(const fs::path& from, const fs::path& to, fs::perms mode) {
@@ -39,7 +36,8 @@ Status copyFile(const fs::path& from, const fs::path& to, fs::perms mode) {
     return {};
 }
 
-/** The folder in the archive: named after what the package brings, whatever signs a version may hold. */
+/** The folder in the archive, named after component and version; "_" replaces what a shell might interpret.
+ */
 std::string archivedFolder(const vtek::Manifest& manifest) {
     constexpr std::string_view kPlain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-_+";
     std::string name = std::string(kProgram) + "-" + manifest.componentId + "-" + manifest.version;
@@ -63,38 +61,41 @@ Status writePackageArchive(const fs::path& file, const fs::path& package, const 
     return writer.finish();
 }
 
-class PackCommand : public Command {
+class PackCommand : public tools::Command {
 public:
     void define(Options& options) override {
         recipe_.define(options);
         options
             .value("-o,--output", output_,
-                   "the package's folder to make, new or empty; FOLDER.tar.gz is made beside it")
+                   "the package's folder to make, new or empty; FOLDER.tar.gz is made next to it")
             .required()
             .takes("FOLDER");
-        options.value("--template", template_, "where to take qrxupdate from; else what is installed")
+        options.value("--template", template_, "the folder to take qrxupdate from; else the installed one")
             .takes("FOLDER");
         options.footer(
-            "The component id and the version are those of package.xml. Equal input gives an equal archive,\n"
-            "unless the key is an elliptic one: its signatures differ each time. $SOURCE_DATE_EPOCH sets "
-            "the\n"
-            "times in archive and signature.");
+            "Component id and version come from package.xml. Equal input gives an equal archive, unless the "
+            "key\n"
+            "is an elliptic-curve key, whose signatures differ each time. $SOURCE_DATE_EPOCH sets the times "
+            "in\n"
+            "archive and signature.");
     }
 
-    Status run(const Context&) override {
+    vtek::Result<ExitStatus> run(const Console& console) override {
         VTEK_ASSIGN(const auto time, sourceDateEpoch());
         VTEK_ASSIGN(const fs::path output, outputFolder());
         VTEK_ASSIGN(const fs::path program, templateProgram());
-        VTEK_ASSIGN(const Workshop workshop, Workshop::beside(output));
-        const fs::path package = workshop / kFolder;
+        VTEK_ASSIGN(const StagingFolder staging, StagingFolder::nextTo(output));
+        const fs::path package = staging / kFolder;
         fs::create_directory(package);
         VTEK_TRY(copyFile(program, package / kProgram, fs::perms(0755)));
         VTEK_TRY(copyFile(recipe_.packageFile(), package / kDescription, fs::perms(kPublic)));
         VTEK_ASSIGN(const vtek::Manifest manifest, recipe_.manifestFor(package / kDescription));
         VTEK_TRY(recipe_.makePayload(package, kPayload, manifest, time));
-        VTEK_TRY(writePackageArchive(workshop / kArchive, package, archivedFolder(manifest),
-                                     time.value_or(kTime)));
-        return publishBoth(workshop, output);
+        VTEK_TRY(
+            writePackageArchive(staging / kArchive, package, archivedFolder(manifest), time.value_or(kTime)));
+        VTEK_TRY(publishBoth(staging, output));
+        console.out << "made " << output.string() << " and " << archiveOf(output).string() << '\n';
+        return ExitStatus::Success;
     }
 
 private:
@@ -102,7 +103,7 @@ private:
         const fs::path given(output_);
         const fs::path output = given.has_filename() ? given : given.parent_path();
         if (!output.has_filename() || output.filename() == "." || output.filename() == "..") {
-            return Error{ErrorNumber::InvalidArgument, "'" + output_ + "' is no name for a new folder"};
+            return Error{ErrorNumber::InvalidArgument, "'" + output_ + "' cannot name a new folder"};
         }
         return output;
     }
@@ -112,21 +113,22 @@ private:
             return fs::path(template_) / kProgram;
         }
         VTEK_ASSIGN(const fs::path folder,
-                    ownFolder(VTEK_INSTALLED_TEMPLATE_FOLDER, VTEK_BUILT_TEMPLATE_FOLDER, kProgram));
+                    shippedFolder(VTEK_INSTALLED_TEMPLATE_FOLDER, VTEK_BUILT_TEMPLATE_FOLDER, kProgram));
         return folder / kProgram;
     }
 
-    /** The folder comes last: once it is there, everything is. */
-    static Status publishBoth(const Workshop& workshop, const fs::path& output) {
-        const fs::path archive = output.string() + ".tar.gz";
-        VTEK_TRY(publish(workshop / kArchive, archive, Existing::Kept));
-        if (Status published = publish(workshop / kFolder, output, Existing::Kept); !published) {
-            if (fs::exists(workshop / kFolder)) {
+    static fs::path archiveOf(const fs::path& output) { return output.string() + ".tar.gz"; }
+
+    /** The folder comes last: once it exists, the package is complete. */
+    static Status publishBoth(const StagingFolder& staging, const fs::path& output) {
+        const fs::path archive = archiveOf(output);
+        VTEK_TRY(publish(staging / kArchive, archive, Existing::Kept));
+        if (Status published = publish(staging / kFolder, output, Existing::Kept); !published) {
+            if (fs::exists(staging / kFolder)) {
                 fs::remove(archive);
             }
             return published;
         }
-        std::cout << "made " << output.string() << " and " << archive.string() << '\n';
         return {};
     }
 
@@ -137,8 +139,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makePack() {
+std::unique_ptr<tools::Command> makePack() {
     return std::make_unique<PackCommand>();
 }
 
-}  // namespace tools
+}  // namespace vtekctl

@@ -1,12 +1,12 @@
 #include "PayloadRecipe.h"
 
-#include "Files.h"
 #include "authoring/PackageDescription.h"
 #include "base/File.h"
 #include "base/Text.h"
-#include "chassis/Settings.h"
+#include "common/InputFile.h"
 #include "payload/Payload.h"
 #include "trust/Signature.h"
+#include "trust/TrustStore.h"
 
 #include <fcntl.h>
 
@@ -14,11 +14,9 @@
 #include <limits>
 #include <map>
 
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
-using vtek::Error;
 using vtek::ErrorNumber;
 using vtek::Manifest;
 using vtek::Result;
@@ -31,11 +29,37 @@ const std::map<std::string, vtek::ArchiveFormat> kFormats{{"tar", vtek::ArchiveF
                                                           {"tar.gz", vtek::ArchiveFormat::TarGz},
                                                           {"zip", vtek::ArchiveFormat::Zip}};
 
-/** Reads the finished payload back: a signature from elsewhere may be that of another archive. */
+/** Reads the finished payload back: a signature made elsewhere may be that of another archive. */
 Status checkOutsideSignature(const fs::path& folder, const std::string& name) {
     const vtek::UniqueFd opened = vtek::openAt(vtek::kWorkingFolder, folder.string(), O_RDONLY | O_DIRECTORY);
     VTEK_ASSIGN(const vtek::SignedFile payload, vtek::openPayload(opened.get(), name));
     return checkSignatureFits(payload);
+}
+
+/** The certificates of a PEM file. */
+Result<std::vector<vtek::CertificatePtr>> loadCertificates(const std::string& file) {
+    VTEK_ASSIGN(const std::string pem, tools::readInput(file, file));
+    auto parsed = vtek::parseTrustFile(file, pem);
+    if (!parsed || parsed->certificates.empty()) {
+        return tools::inputError("no certificate in " + file);
+    }
+    return std::move(parsed->certificates);
+}
+
+/** A signer's certificate and private key from PEM files; asks for the key's pass phrase if it has one. */
+Result<vtek::Identity> loadIdentity(const std::string& certificateFile, const std::string& keyFile) {
+    vtek::startCrypto();
+    VTEK_ASSIGN(auto certificates, loadCertificates(certificateFile));
+    const vtek::BioPtr bio(BIO_new_file(keyFile.c_str(), "rb"));
+    vtek::KeyPtr key(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, nullptr) : nullptr);
+    if (!key) {
+        return tools::inputError("no private key in " + keyFile + ": " + vtek::cryptoError());
+    }
+    if (X509_check_private_key(certificates.front().get(), key.get()) != 1) {
+        vtek::cryptoError();  // empties OpenSSL's queue; the message below says more
+        return tools::inputError(keyFile + " is not the key of " + certificateFile);
+    }
+    return vtek::Identity{std::move(certificates.front()), std::move(key)};
 }
 
 }  // namespace
@@ -45,7 +69,7 @@ void PayloadRecipe::define(Options& options) {
     options.value("--package", package_, "the package.xml that the payload goes with")
         .required()
         .takes("FILE");
-    options.values("--chassis", chassisTypes_, "a chassis type that it is for; may be repeated")
+    options.values("--chassis", chassisTypes_, "a chassis type that the payload is for; may be repeated")
         .required()
         .takes("TYPE");
     Option certificate =
@@ -53,13 +77,13 @@ void PayloadRecipe::define(Options& options) {
     Option key = options.value("--key", key_, "the signer's private key, PEM").takes("FILE");
     certificate.needs(key);
     key.needs(certificate);
-    options.value("--chain", chain_, "certificates between signer and authority, PEM")
+    options.value("--chain", chain_, "the certificates between signer and authority, PEM")
         .takes("FILE")
         .needs(certificate);
-    options.value("--signature", signature_, "instead of a signer: the signature from elsewhere, DER CMS")
+    options.value("--signature", signature_, "instead of a signer: a signature made elsewhere, DER CMS")
         .takes("FILE")
         .excludes(certificate);
-    options.value("--format", format_, "the archive's format; tar without it")
+    options.value("--format", format_, "the archive's format; tar by default")
         .oneOf({"tar", "tar.gz", "zip"})
         .takes("tar|tar.gz|zip");
 }
@@ -81,7 +105,7 @@ Result<Manifest> PayloadRecipe::manifestFor(const fs::path& package) const {
     }
     VTEK_ASSIGN(manifest.packageDigest, vtek::digestOf(package));
     if (auto checked = vtek::parseManifest(formatManifest(manifest)); !checked) {
-        return Error{ErrorNumber::InvalidArgument, checked.error().message};
+        return tools::inputError(checked.error().message);
     }
     return manifest;
 }
@@ -113,11 +137,10 @@ Status PayloadRecipe::makePayload(const fs::path& folder, const std::string& nam
 Result<std::string> PayloadRecipe::sign(const fs::path& archive,
                                         std::optional<std::time_t> signingTime) const {
     if (!signature_.empty()) {
-        return readSmallFile(signature_);
+        return tools::readInput(signature_, signature_);
     }
     if (certificate_.empty()) {
-        return Error{ErrorNumber::InvalidArgument,
-                     "nobody signs: give --certificate and --key, or --signature"};
+        return tools::inputError("no signer: give --certificate and --key, or --signature");
     }
     VTEK_ASSIGN(const vtek::Identity signer, loadIdentity(certificate_, key_));
     std::vector<vtek::CertificatePtr> chain;
@@ -135,10 +158,9 @@ Result<std::optional<std::time_t>> sourceDateEpoch() {
     constexpr std::uint64_t kLatest = std::numeric_limits<std::int32_t>::max();
     std::uint64_t seconds = 0;
     if (!vtek::parseNumber(text, 0, kLatest, seconds)) {
-        return Error{ErrorNumber::InvalidArgument,
-                     std::string("SOURCE_DATE_EPOCH is no time in seconds: '") + text + "'"};
+        return tools::inputError(std::string("SOURCE_DATE_EPOCH is not a time in seconds: '") + text + "'");
     }
     return std::optional(static_cast<std::time_t>(seconds));
 }
 
-}  // namespace tools
+}  // namespace vtekctl

@@ -1,36 +1,36 @@
 #pragma once
 
-#include "Options.h"
+#include "Vtekctl.h"
 #include "authoring/PayloadWriter.h"
 
 #include <filesystem>
 #include <optional>
 #include <string>
 
-namespace tools {
+namespace vtekctl {
 
-/** What a payload is made of, as the command line says it: for the commands that make one. */
+/** How to make a payload, as the command line says: for the commands that make one. */
 class PayloadRecipe {
 public:
     /** Declares the options. */
     void define(Options& options);
 
-    /** The options that say what package.xml otherwise says. */
+    /** Declares the options that override package.xml. */
     void defineManifest(Options& options);
 
     const std::string& packageFile() const { return package_; }
 
-    /** What the payload is to say about itself, when it goes with this package.xml. */
+    /** The manifest of a payload that goes with this package.xml. */
     vtek::Result<vtek::Manifest> manifestFor(const std::filesystem::path& package) const;
 
-    /** Makes the new file `name` in a folder: the archive that is to be signed. */
+    /** Makes the new file `name` in a folder: the archive, to be signed. */
     vtek::Status makeArchive(const std::filesystem::path& folder, const std::string& name,
                              const vtek::Manifest& manifest) const;
 
     /**
      * Makes the new file `name` in a folder: the archive and its signature.
      *
-     * @param signingTime  what the signature says about its time; else the beginning of the certificate
+     * @param signingTime  the time in the signature; else the start of the certificate's validity
      */
     vtek::Status makePayload(const std::filesystem::path& folder, const std::string& name,
                              const vtek::Manifest& manifest, std::optional<std::time_t> signingTime) const;
@@ -51,7 +51,7 @@ private:
     std::string format_ = "tar";
 };
 
-/** $SOURCE_DATE_EPOCH, the time that whatever is made is to carry; absent when it is not set. */
+/** $SOURCE_DATE_EPOCH, the time that made files carry; absent if it is not set. */
 vtek::Result<std::optional<std::time_t>> sourceDateEpoch();
 
-}  // namespace tools
+}  // namespace vtekctl

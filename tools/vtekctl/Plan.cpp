@@ -17,18 +17,16 @@
 #include <array>
 #include <utility>
 
-namespace permission = vtek::permission;
-
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
+namespace permission = vtek::permission;
 using vtek::Error;
 using vtek::ErrorNumber;
 using vtek::Result;
 using vtek::Status;
 
-/** Lets everything that is unpacked disappear. */
+/** Discards everything that is unpacked. */
 class Nowhere : public vtek::UnpackTarget {
 public:
     bool makeFolders(const std::string&) override { return true; }
@@ -37,7 +35,7 @@ public:
     }
 };
 
-/** Tries the steps one after the other; each finds what the ones before it have left. */
+/** Tries the steps in order; each uses the results of the earlier ones. */
 class Planner {
 public:
     Planner(const Result<vtek::Root>& root, const std::string& folder, std::time_t now)
@@ -88,7 +86,7 @@ private:
         return root_->path();
     }
 
-    /** Whatever the chassis does not answer is taken as permission, as the program does. */
+    /** Like the program, takes every failure to answer as permission. */
     Result<std::string> askPermission() {
         _EsmIPMICmdIoctlReq block = permission::request();
         unsigned char* const message = block.bytes + permission::kMessageAt;
@@ -118,7 +116,7 @@ private:
         return transport->exchange(static_cast<std::uint8_t>(SHARED_COMPONENT_UPDATE), request);
     }
 
-    Result<std::string> lookAtRepository() {
+    Result<std::string> checkRepository() {
         if (settings_->repositoryKind == NO_WYND) {
             return Error{ErrorNumber::RepositoryAbsent, "this chassis is set to have no repository"};
         }
@@ -155,8 +153,7 @@ private:
         return payload_->name + ", " + std::to_string(payloadSize_) + " bytes";
     }
 
-    /** Signature and policy are one check of the library; the number of a failure tells which of them it was.
-     */
+    /** The library checks signature and policy in one call; the number of an error says which one failed. */
     Result<std::string> checkSignature() {
         checked_.emplace(checkPayload(*root_, *store_, std::move(*payload_), folder_.get(), now_));
         if (*checked_) {
@@ -187,7 +184,7 @@ private:
         return std::to_string(content.files) + " files, " + std::to_string(content.bytes) + " bytes";
     }
 
-    Result<std::string> lookForSpace() {
+    Result<std::string> checkSpace() {
         const std::uint64_t bytes = std::max(vtek::spaceToStart(payloadSize_), payloadSize_ + unpackedBytes_);
         VTEK_TRY(vtek::requireSpace(*root_, bytes));
         return std::to_string(bytes) + " bytes are needed, and free";
@@ -211,14 +208,14 @@ private:
 const std::vector<Planner::Step> Planner::kSteps{
     {"chassis", {}, &Planner::openChassis},
     {"permission", {"chassis"}, &Planner::askPermission},
-    {"repository", {"chassis"}, &Planner::lookAtRepository},
+    {"repository", {"chassis"}, &Planner::checkRepository},
     {"package", {}, &Planner::readPackage},
     {"inventory", {"chassis", "package"}, &Planner::lookUpComponent},
     {"payload", {"package"}, &Planner::findPayload},
     {"signature", {"chassis", "payload"}, &Planner::checkSignature},
     {"policy", {"signature"}, &Planner::checkPolicy},
     {"unpack", {"policy"}, &Planner::unpack},
-    {"space", {"repository", "payload"}, &Planner::lookForSpace},
+    {"space", {"repository", "payload"}, &Planner::checkSpace},
 };
 
 }  // namespace
@@ -234,4 +231,4 @@ Plan planUpdate(const Result<vtek::Root>& root, const std::string& folder, std::
     return Planner(root, folder, now).run();
 }
 
-}  // namespace tools
+}  // namespace vtekctl

@@ -7,19 +7,19 @@
 #include <string>
 #include <vector>
 
-namespace tools {
+namespace vtekctl {
 
-/** How one step of an update went that was only tried. */
+/** The outcome of one step of an update that was only tried. */
 struct PlanStep {
     enum class Outcome { Passed, Failed, NotTried };
 
     const char* name;
     Outcome outcome;
-    std::string finding;               ///< what was found, in a few words; the cause of a failure
+    std::string finding;               ///< what the step found, in a few words; the cause of a failure
     std::optional<vtek::Error> error;  ///< of a failure
 };
 
-/** What an inventory and an update would come to, step by step. */
+/** What an inventory and an update would do, step by step. */
 struct Plan {
     std::vector<PlanStep> steps;
 
@@ -28,13 +28,13 @@ struct Plan {
 };
 
 /**
- * Tries everything that an update of a package does before it changes the repository, and the unpacking
- * without keeping what comes out. Nothing is written, no lock taken, no line logged.
+ * Tries each step of a package's update without changing the repository; unpacked files are discarded. Writes
+ * nothing, takes no lock and logs nothing.
  *
- * @param root    a root that cannot be used is the first step's failure
- * @param folder  the package's
- * @param now     the moment at which certificates must be valid
+ * @param root    an error here is the failure of the first step
+ * @param folder  the package's folder
+ * @param now     when certificates must be valid
  */
 Plan planUpdate(const vtek::Result<vtek::Root>& root, const std::string& folder, std::time_t now);
 
-}  // namespace tools
+}  // namespace vtekctl

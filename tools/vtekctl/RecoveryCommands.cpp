@@ -1,46 +1,47 @@
-#include "Command.h"
+#include "Vtekctl.h"
 #include "install/Repository.h"
 
-#include <iostream>
-
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
-class RollbackCommand : public Command {
+class RollbackCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options&) override {}
 
-    vtek::Status run(const Context& context) override {
-        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());
         VTEK_ASSIGN(vtek::Repository repository, vtek::Repository::open(root));
         VTEK_ASSIGN(const vtek::Generation undone, repository.rollBack());
-        std::cout << "component " << undone.componentId << " is back from " << undone.version << " to "
-                  << undone.replacedVersion << '\n';
-        return {};
+        console.out << "component " << undone.componentId << " is back from " << undone.version << " to "
+                    << undone.replacedVersion << '\n';
+        return ExitStatus::Success;
     }
 };
 
-class RecoverCommand : public Command {
+class RecoverCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options&) override {}
 
-    vtek::Status run(const Context& context) override {
-        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());
         VTEK_ASSIGN(const vtek::Repository repository, vtek::Repository::open(root));
-        std::cout << "removed " << repository.recovered() << " leftovers\n";
-        return {};
+        console.out << "removed " << repository.recovered() << " leftovers\n";
+        return ExitStatus::Success;
     }
 };
 
 }  // namespace
 
-std::unique_ptr<Command> makeRollback() {
-    return std::make_unique<RollbackCommand>();
+std::unique_ptr<tools::Command> makeRollback(const Chassis& chassis) {
+    return std::make_unique<RollbackCommand>(chassis);
 }
 
-std::unique_ptr<Command> makeRecover() {
-    return std::make_unique<RecoverCommand>();
+std::unique_ptr<tools::Command> makeRecover(const Chassis& chassis) {
+    return std::make_unique<RecoverCommand>(chassis);
 }
 
-}  // namespace tools
+}  // namespace vtekctl

@@ -1,19 +1,19 @@
-#include "Command.h"
-#include "OwnFolder.h"
+#include "Vtekctl.h"
 
 #include <unistd.h>
 
 #include <cstdlib>
 #include <vector>
 
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
 constexpr const char* kLibrary = "libvtek.so.0";
 
-class RunCommand : public Command {
+class RunCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options& options) override {
         options.values("command", words_, "the program and its arguments, after --")
             .required()
@@ -21,15 +21,16 @@ public:
         options.footer("Ends as the program does.");
     }
 
-    vtek::Status run(const Context& context) override {
-        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+    vtek::Result<ExitStatus> run(const Console&) override {
+        VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());
         VTEK_ASSIGN(const auto folder,
-                    ownFolder(VTEK_INSTALLED_LIBRARY_FOLDER, VTEK_BUILT_LIBRARY_FOLDER, kLibrary));
+                    shippedFolder(VTEK_INSTALLED_LIBRARY_FOLDER, VTEK_BUILT_LIBRARY_FOLDER, kLibrary));
         std::string path = folder.string();
         if (const char* inherited = std::getenv("LD_LIBRARY_PATH");
             inherited != nullptr && *inherited != '\0') {
             path.append(":").append(inherited);
         }
+        // The program replaces vtekctl, so that its signals and its exit status are the caller's.
         setenv("VTEK_ROOT", root.path().c_str(), 1);
         setenv("LD_LIBRARY_PATH", path.c_str(), 1);
         std::vector<char*> arguments;
@@ -47,8 +48,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeRun() {
-    return std::make_unique<RunCommand>();
+std::unique_ptr<tools::Command> makeRun(const Chassis& chassis) {
+    return std::make_unique<RunCommand>(chassis);
 }
 
-}  // namespace tools
+}  // namespace vtekctl

@@ -1,50 +1,52 @@
-#include "Command.h"
-#include "TextTable.h"
+#include "Vtekctl.h"
 #include "base/Users.h"
 #include "chassis/Settings.h"
+#include "chassis/Store.h"
+#include "common/InputFile.h"
+#include "common/TextTable.h"
 
-#include <iostream>
-
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
-class SetCommand : public Command {
+class SetCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options& options) override {
-        options.value("name", name_, "the setting; without it all settings are explained");
+        options.value("name", name_, "the setting; without it, all settings are explained");
         given_ = options.value("value", value_, "its new value").needs(options.named("name"));
     }
 
-    vtek::Status run(const Context& context) override {
+    vtek::Result<ExitStatus> run(const Console& console) override {
         if (name_.empty()) {
-            explain();
-            return {};
+            explain(console);
+            return ExitStatus::Success;
         }
         if (!given_.isGiven()) {
-            return vtek::Error{vtek::ErrorNumber::InvalidArgument, "give a value for " + name_};
+            return tools::inputError("give a value for " + name_);
         }
-        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+        VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());
         VTEK_ASSIGN(vtek::Store store, vtek::Store::open(root, vtek::Store::Mode::Write));
         VTEK_ASSIGN(vtek::Transaction transaction, vtek::Transaction::begin(store.database()));
         VTEK_TRY(changeSetting(store, name_, value_));
         if (name_ == "allow-version" && !value_.empty()) {
             VTEK_TRY(recordOverride(store));
         }
-        return transaction.commit();
+        VTEK_TRY(transaction.commit());
+        return ExitStatus::Success;
     }
 
 private:
-    static void explain() {
-        TextTable table({"SETTING", "DEFAULT", "TAKES", "MEANING"});
+    static void explain(const Console& console) {
+        tools::TextTable table({"SETTING", "DEFAULT", "TAKES", "MEANING"});
         for (const auto& info : vtek::settingTable()) {
             table.addRow({std::string(info.name), std::string(info.initial), std::string(info.form),
                           std::string(info.meaning)});
         }
-        std::cout << table;
+        console.out << table;
     }
 
-    /** Waiving the version floor is on record from the moment on which it is granted. */
+    /** An override is on record from the moment it is granted, used or not. */
     vtek::Status recordOverride(vtek::Store& store) const {
         vtek::HistoryEntry entry;
         entry.outcome = "override granted";
@@ -63,8 +65,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeSet() {
-    return std::make_unique<SetCommand>();
+std::unique_ptr<tools::Command> makeSet(const Chassis& chassis) {
+    return std::make_unique<SetCommand>(chassis);
 }
 
-}  // namespace tools
+}  // namespace vtekctl

@@ -1,18 +1,16 @@
-#include "Command.h"
-#include "PrintJson.h"
-#include "TextTable.h"
+#include "Vtekctl.h"
 #include "chassis/Inventory.h"
 #include "chassis/Settings.h"
+#include "chassis/Store.h"
+#include "common/PrintJson.h"
+#include "common/TextTable.h"
 
-#include <iostream>
-
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
 constexpr const char* kSimulation = "SIMULATION: a stand-in for the platform's library, no real chassis";
 
-/** Everything that `show` tells. */
+/** Everything that `show` prints. */
 struct State {
     std::string rootPath;
     std::int64_t current;
@@ -21,8 +19,8 @@ struct State {
     std::vector<vtek::InventoryDevice> devices;
 };
 
-vtek::Result<State> readState(const Context& context) {
-    VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+vtek::Result<State> readState(const Chassis& chassis) {
+    VTEK_ASSIGN(const vtek::Root root, chassis.openRoot());
     VTEK_ASSIGN(vtek::Store store, vtek::Store::open(root, vtek::Store::Mode::Read));
     State state{root.path(), 0, {}, {}, {}};
     VTEK_ASSIGN(state.current, store.currentGeneration());
@@ -69,18 +67,18 @@ nlohmann::ordered_json toJson(const State& state) {
     return json;
 }
 
-void print(const State& state) {
-    std::cout << kSimulation << "\nroot: " << state.rootPath << "\ngeneration in force: " << state.current;
+void print(const Console& console, const State& state) {
+    console.out << kSimulation << "\nroot: " << state.rootPath << "\ngeneration in force: " << state.current;
     if (state.generation) {
-        std::cout << ", component " << state.generation->componentId << " version "
-                  << state.generation->version << ", signed by " << state.generation->signer;
+        console.out << ", component " << state.generation->componentId << " version "
+                    << state.generation->version << ", signed by " << state.generation->signer;
     }
-    std::cout << "\n\n";
-    TextTable settings({"SETTING", "VALUE"});
+    console.out << "\n\n";
+    tools::TextTable settings({"SETTING", "VALUE"});
     for (const auto& [name, value] : state.settings) {
         settings.addRow({name, value});
     }
-    TextTable inventory({"COMPONENT", "VERSION", "TYPE", "DEVICE", "APPLICATION"});
+    tools::TextTable inventory({"COMPONENT", "VERSION", "TYPE", "DEVICE", "APPLICATION"});
     for (const auto& device : state.devices) {
         if (device.applications.empty()) {
             inventory.addRow({device.componentId, "", "", device.display.value_or(""), ""});
@@ -91,21 +89,23 @@ void print(const State& state) {
                               application.display.value_or("")});
         }
     }
-    std::cout << settings << '\n' << inventory;
+    console.out << settings << '\n' << inventory;
 }
 
-class ShowCommand : public Command {
+class ShowCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options& options) override { options.flag("--json", json_, "print JSON"); }
 
-    vtek::Status run(const Context& context) override {
-        VTEK_ASSIGN(const State state, readState(context));
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        VTEK_ASSIGN(const State state, readState(chassis()));
         if (json_) {
-            printJson(std::cout, toJson(state));
+            tools::printJson(console.out, toJson(state));
         } else {
-            print(state);
+            print(console, state);
         }
-        return {};
+        return ExitStatus::Success;
     }
 
 private:
@@ -114,8 +114,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeShow() {
-    return std::make_unique<ShowCommand>();
+std::unique_ptr<tools::Command> makeShow(const Chassis& chassis) {
+    return std::make_unique<ShowCommand>(chassis);
 }
 
-}  // namespace tools
+}  // namespace vtekctl

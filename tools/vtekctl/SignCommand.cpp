@@ -1,40 +1,37 @@
-#include "Command.h"
 #include "PayloadRecipe.h"
-#include "Workshop.h"
+#include "StagingFolder.h"
+#include "Vtekctl.h"
 
-#include <iostream>
-
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
 constexpr const char* kMade = "made";
 
-class SignCommand : public Command {
+class SignCommand : public tools::Command {
 public:
     void define(Options& options) override {
         recipe_.define(options);
         recipe_.defineManifest(options);
-        options.value("-o,--output", output_, "the payload to make, *.fwp; replaced when it is there")
+        options.value("-o,--output", output_, "the payload to make, *.fwp; an existing one is replaced")
             .required()
             .takes("FILE");
         options
             .flag("--unsigned", unsigned_,
-                  "make the archive alone, to be signed elsewhere; the same line with --signature then "
-                  "makes the payload")
+                  "make only the archive, to be signed elsewhere; the same command with --signature "
+                  "then makes the payload")
             .excludes(options.named("--certificate"))
             .excludes(options.named("--signature"));
     }
 
-    vtek::Status run(const Context&) override {
+    vtek::Result<ExitStatus> run(const Console& console) override {
         VTEK_ASSIGN(const auto signingTime, sourceDateEpoch());
         VTEK_ASSIGN(const vtek::Manifest manifest, recipe_.manifestFor(recipe_.packageFile()));
-        VTEK_ASSIGN(const Workshop workshop, Workshop::beside(output_));
-        VTEK_TRY(unsigned_ ? recipe_.makeArchive(workshop.path(), kMade, manifest)
-                           : recipe_.makePayload(workshop.path(), kMade, manifest, signingTime));
-        VTEK_TRY(publish(workshop / kMade, output_, Existing::Replaced));
-        std::cout << "made " << output_ << '\n';
-        return {};
+        VTEK_ASSIGN(const StagingFolder staging, StagingFolder::nextTo(output_));
+        VTEK_TRY(unsigned_ ? recipe_.makeArchive(staging.path(), kMade, manifest)
+                           : recipe_.makePayload(staging.path(), kMade, manifest, signingTime));
+        VTEK_TRY(publish(staging / kMade, output_, Existing::Replaced));
+        console.out << "made " << output_ << '\n';
+        return ExitStatus::Success;
     }
 
 private:
@@ -45,8 +42,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeSign() {
+std::unique_ptr<tools::Command> makeSign() {
     return std::make_unique<SignCommand>();
 }
 
-}  // namespace tools
+}  // namespace vtekctl

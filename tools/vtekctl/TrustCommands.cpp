@@ -1,8 +1,8 @@
-#include "Command.h"
-#include "Files.h"
-#include "PrintJson.h"
-#include "TextTable.h"
+#include "Vtekctl.h"
 #include "base/File.h"
+#include "common/InputFile.h"
+#include "common/PrintJson.h"
+#include "common/TextTable.h"
 #include "payload/EntryNames.h"
 #include "trust/TrustStore.h"
 
@@ -11,13 +11,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <iostream>
 
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
-using vtek::Error;
 using vtek::ErrorNumber;
 using vtek::Status;
 
@@ -34,34 +31,37 @@ std::string timeText(const ASN1_TIME* time) {
     return std::string(bytes, static_cast<std::size_t>(std::max(size, 0L)));
 }
 
-class AddCommand : public Command {
+class AddCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options& options) override {
-        options.value("file", file_, "a PEM file with certificates of authorities, or revocation lists")
+        options.value("file", file_, "a PEM file with certificates of authorities, or with revocation lists")
             .required()
             .takes("FILE");
-        options.value("--name", name_, "what the file is called in the trust store; else its own name");
+        options.value("--name", name_, "the file's name in the trust store; else its own name");
     }
 
-    Status run(const Context& context) override {
-        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
-        VTEK_ASSIGN(const std::string pem, readSmallFile(file_));
+    vtek::Result<ExitStatus> run(const Console&) override {
+        VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());
+        VTEK_ASSIGN(const std::string pem, tools::readInput(file_, file_));
         const std::string name = name_.empty() ? std::filesystem::path(file_).filename().string() : name_;
         if (!vtek::isPlainPath(name) || name.find('/') != std::string::npos) {
-            return Error{ErrorNumber::InvalidArgument, "'" + name + "' cannot be a name in the trust store"};
+            return tools::inputError("'" + name + "' cannot be a name in the trust store");
         }
         VTEK_ASSIGN(const vtek::TrustFile parsed, vtek::parseTrustFile(name, pem));
         const bool authorities = std::all_of(
             parsed.certificates.begin(), parsed.certificates.end(),
             [](const vtek::CertificatePtr& certificate) { return vtek::isAuthority(certificate.get()); });
         if (!authorities) {
-            return Error{ErrorNumber::InvalidArgument, file_ + " holds a certificate that is no authority"};
+            return tools::inputError(file_ + " has a certificate that is not an authority's");
         }
-        return replaceFile(root, name, pem);
+        VTEK_TRY(replaceFile(root, name, pem));
+        return ExitStatus::Success;
     }
 
 private:
-    /** The trust store never holds half a file: an unreadable one would close it. */
+    /** Replaces the file in one step: half a file would make the whole trust store unusable. */
     static Status replaceFile(const vtek::Root& root, const std::string& name, const std::string& pem) {
         VTEK_ASSIGN(const vtek::UniqueFd trust,
                     root.openFolder(vtek::kTrustFolder, ErrorNumber::TrustUnusable));
@@ -80,12 +80,14 @@ private:
     std::string name_;
 };
 
-class ListCommand : public Command {
+class ListCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options& options) override { options.flag("--json", json_, "print JSON"); }
 
-    Status run(const Context& context) override {
-        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+    vtek::Result<ExitStatus> run(const Console& console) override {
+        VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());
         VTEK_ASSIGN(const auto files, vtek::readTrustFiles(root));
         for (const auto& file : files) {
             for (const auto& certificate : file.certificates) {
@@ -102,15 +104,15 @@ public:
             for (const auto& row : rows_) {
                 json.push_back({{"file", row[0]}, {"kind", row[1]}, {"until", row[2]}, {"name", row[3]}});
             }
-            printJson(std::cout, json);
+            tools::printJson(console.out, json);
         } else {
-            TextTable table({"FILE", "KIND", "UNTIL", "NAME"});
+            tools::TextTable table({"FILE", "KIND", "UNTIL", "NAME"});
             for (const auto& row : rows_) {
                 table.addRow(row);
             }
-            std::cout << table;
+            console.out << table;
         }
-        return {};
+        return ExitStatus::Success;
     }
 
 private:
@@ -122,20 +124,21 @@ private:
     std::vector<std::vector<std::string>> rows_;
 };
 
-class RemoveCommand : public Command {
+class RemoveCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options& options) override { options.value("name", name_, "the file's name").required(); }
 
-    Status run(const Context& context) override {
-        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+    vtek::Result<ExitStatus> run(const Console&) override {
+        VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());
         VTEK_ASSIGN(const vtek::UniqueFd folder,
                     root.openFolder(vtek::kTrustFolder, ErrorNumber::TrustUnusable));
         const bool plain = name_.find('/') == std::string::npos;
         if (!plain || unlinkat(folder.get(), name_.c_str(), 0) != 0 || !vtek::syncFd(folder.get())) {
-            return Error{ErrorNumber::InvalidArgument,
-                         "the trust store has no file '" + name_ + "' to remove"};
+            return tools::inputError("the trust store has no file '" + name_ + "' to remove");
         }
-        return {};
+        return ExitStatus::Success;
     }
 
 private:
@@ -144,16 +147,16 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeTrustAdd() {
-    return std::make_unique<AddCommand>();
+std::unique_ptr<tools::Command> makeTrustAdd(const Chassis& chassis) {
+    return std::make_unique<AddCommand>(chassis);
 }
 
-std::unique_ptr<Command> makeTrustList() {
-    return std::make_unique<ListCommand>();
+std::unique_ptr<tools::Command> makeTrustList(const Chassis& chassis) {
+    return std::make_unique<ListCommand>(chassis);
 }
 
-std::unique_ptr<Command> makeTrustRemove() {
-    return std::make_unique<RemoveCommand>();
+std::unique_ptr<tools::Command> makeTrustRemove(const Chassis& chassis) {
+    return std::make_unique<RemoveCommand>(chassis);
 }
 
-}  // namespace tools
+}  // namespace vtekctl

@@ -1,8 +1,10 @@
-#include "Command.h"
 #include "Plan.h"
-#include "PrintJson.h"
-#include "TextTable.h"
+#include "Vtekctl.h"
 #include "base/File.h"
+#include "chassis/Store.h"
+#include "common/InputFile.h"
+#include "common/PrintJson.h"
+#include "common/TextTable.h"
 #include "install/PayloadCheck.h"
 #include "payload/Payload.h"
 
@@ -10,13 +12,9 @@
 
 #include <ctime>
 #include <filesystem>
-#include <iostream>
 
-namespace tools {
-
+namespace vtekctl {
 namespace {
-
-using vtek::Status;
 
 const char* nameOf(PlanStep::Outcome outcome) {
     switch (outcome) {
@@ -40,34 +38,35 @@ nlohmann::ordered_json toJson(const PlanStep& step) {
     return json;
 }
 
-class VerifyCommand : public Command {
+class VerifyCommand : public ChassisCommand {
 public:
+    using ChassisCommand::ChassisCommand;
+
     void define(Options& options) override {
         const Option payload =
             options.value("payload", payload_, "the payload; its folder holds package.xml").takes("FILE");
         options
             .value("--plan", package_,
-                   "instead of a payload: a whole package's folder; tries every step of its update and "
-                   "changes nothing")
+                   "instead of a payload: the folder of a whole package; tries every step of its update "
+                   "and changes nothing")
             .excludes(payload)
             .takes("FOLDER");
         options.flag("--json", json_, "print JSON");
     }
 
-    Status run(const Context& context) override {
+    vtek::Result<ExitStatus> run(const Console& console) override {
         if (!package_.empty()) {
-            return plan(context);
+            return plan(console);
         }
         if (payload_.empty()) {
-            return vtek::Error{vtek::ErrorNumber::InvalidArgument,
-                               "name a payload, or a package with --plan"};
+            return tools::inputError("name a payload, or a package with --plan");
         }
-        return verify(context);
+        return verify(console);
     }
 
 private:
-    Status plan(const Context& context) const {
-        const vtek::Result<vtek::Root> root = context.openRoot();
+    vtek::Result<ExitStatus> plan(const Console& console) const {
+        const vtek::Result<vtek::Root> root = chassis().openRoot();
         const Plan plan = planUpdate(root, package_, std::time(nullptr));
         const PlanStep* failure = plan.firstFailure();
         if (json_) {
@@ -75,49 +74,52 @@ private:
             for (const auto& step : plan.steps) {
                 steps.push_back(toJson(step));
             }
-            printJson(std::cout, {{"wouldSucceed", failure == nullptr}, {"steps", steps}});
+            tools::printJson(console.out, {{"wouldSucceed", failure == nullptr}, {"steps", steps}});
         } else {
-            TextTable table({"STEP", "OUTCOME", "FINDING"});
+            tools::TextTable table({"STEP", "OUTCOME", "FINDING"});
             for (const auto& step : plan.steps) {
                 table.addRow({step.name, nameOf(step.outcome), step.finding});
             }
-            std::cout << table
-                      << (failure == nullptr ? "the update would succeed\n" : "the update would fail\n");
+            console.out << table
+                        << (failure == nullptr ? "the update would succeed\n" : "the update would fail\n");
         }
-        return failure == nullptr ? Status() : Status(*failure->error);
+        if (failure != nullptr) {
+            return *failure->error;
+        }
+        return ExitStatus::Success;
     }
 
-    Status verify(const Context& context) const {
+    vtek::Result<ExitStatus> verify(const Console& console) const {
         const std::filesystem::path path(payload_);
         const std::string folderName = path.has_parent_path() ? path.parent_path().string() : ".";
         const vtek::UniqueFd folder = vtek::openAt(vtek::kWorkingFolder, folderName, O_RDONLY | O_DIRECTORY);
         if (!folder) {
             return vtek::systemError(vtek::ErrorNumber::InvalidArgument, "open " + folderName);
         }
-        VTEK_ASSIGN(const vtek::Root root, context.openRoot());
+        VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());
         VTEK_ASSIGN(vtek::Store store, vtek::Store::open(root, vtek::Store::Mode::Read));
         VTEK_ASSIGN(vtek::SignedFile payload, vtek::openPayload(folder.get(), path.filename().string()));
         VTEK_ASSIGN(const auto checked,
                     checkPayload(root, store, std::move(payload), folder.get(), std::time(nullptr)));
-        print(checked);
-        return {};
+        print(console, checked);
+        return ExitStatus::Success;
     }
 
-    void print(const vtek::CheckedPayload& checked) const {
+    void print(const Console& console, const vtek::CheckedPayload& checked) const {
         const auto& [payload, signature, manifest, fit] = checked;
         const bool override = fit == vtek::Fit::ByOverride;
         if (json_) {
-            printJson(std::cout, {{"componentID", manifest.componentId},
-                                  {"version", manifest.version},
-                                  {"chassisTypes", manifest.chassisTypes},
-                                  {"signer", signature.signer},
-                                  {"payloadDigest", signature.digest},
-                                  {"override", override}});
+            tools::printJson(console.out, {{"componentID", manifest.componentId},
+                                           {"version", manifest.version},
+                                           {"chassisTypes", manifest.chassisTypes},
+                                           {"signer", signature.signer},
+                                           {"payloadDigest", signature.digest},
+                                           {"override", override}});
             return;
         }
-        std::cout << payload.name << " would be installed: component " << manifest.componentId << " version "
-                  << manifest.version << ", signed by " << signature.signer
-                  << (override ? ", below the version floor but allowed once" : "") << '\n';
+        console.out << payload.name << " would be installed: component " << manifest.componentId
+                    << " version " << manifest.version << ", signed by " << signature.signer
+                    << (override ? ", below the version floor but allowed once" : "") << '\n';
     }
 
     std::string payload_;
@@ -127,8 +129,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeVerify() {
-    return std::make_unique<VerifyCommand>();
+std::unique_ptr<tools::Command> makeVerify(const Chassis& chassis) {
+    return std::make_unique<VerifyCommand>(chassis);
 }
 
-}  // namespace tools
+}  // namespace vtekctl

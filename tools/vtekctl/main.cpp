@@ -1,5 +1,7 @@
-#include "Application.h"
+#include "Vtekctl.h"
+
+#include <iostream>
 
 int main(int argc, char** argv) {
-    return tools::runApplication(argc, argv);
+    return vtekctl::run(argc, argv, std::cout, std::cerr);
 }

@@ -41,44 +41,44 @@ private:
     const TempDir folder_;
 };
 
-TEST_P(BadInput, NoFile) {
+TEST_P(BadInput, RefusesAMissingFile) {
     expectProblem("No such file or directory");
 }
 
-TEST_P(BadInput, AFolder) {
+TEST_P(BadInput, RefusesAFolder) {
     std::filesystem::create_directory(file());
     expectProblem("is not a regular file");
 }
 
-TEST_P(BadInput, AFifoThatNobodyWrites) {
+TEST_P(BadInput, RefusesAFifo) {
     ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
     expectProblem("is not a regular file");
 }
 
-TEST_P(BadInput, ADevice) {
+TEST_P(BadInput, RefusesADevice) {
     std::filesystem::create_symlink("/dev/zero", file());
     expectProblem("is not a regular file");
 }
 
-TEST_P(BadInput, AnEmptyFile) {
+TEST_P(BadInput, RefusesAnEmptyFile) {
     writeFile(file(), "");
     expectProblem("is empty");
 }
 
-TEST_P(BadInput, AGigabyte) {
+TEST_P(BadInput, RefusesAGigabyte) {
     writeFile(file(), "");
     std::filesystem::resize_file(file(), std::uintmax_t{1024} * 1024 * 1024);
     expectProblem("is larger than 16 MiB");
 }
 
-TEST_P(BadInput, NoXml) {
+TEST_P(BadInput, RefusesAFileThatIsNotXml) {
     writeFile(file(), "hello\n");
     expectProblem("not well-formed XML, line 1: Start tag expected, '<' not found");
 }
 
-TEST_P(BadInput, ADocumentType) {
+TEST_P(BadInput, RefusesADocumentType) {
     writeFile(file(), "<!DOCTYPE a [<!ENTITY x SYSTEM \"/etc/hostname\">]><a>&x;</a>");
-    expectProblem("carries a document type declaration");
+    expectProblem("has a document type declaration");
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEveryCommand, BadInput, testing::Values(kPackage, kResult, kPlugin), nameOf);
@@ -92,7 +92,7 @@ std::string errorForAnotherRoot(const FileCommand& command) {
     return outcome.error;
 }
 
-TEST(InspectBadInput, AnotherRootElement) {
+TEST(InspectBadInput, RefusesAnotherRootElement) {
     EXPECT_EQ(errorForAnotherRoot(kPackage),
               "qrxinspect: package.xml: the root element is \"other\", not \"SoftwareComponent\"\n");
     EXPECT_EQ(errorForAnotherRoot(kResult),
@@ -101,13 +101,13 @@ TEST(InspectBadInput, AnotherRootElement) {
               "qrxinspect: PIEConfig.xml: the root element is \"other\", not \"PIEConfig\"\n");
 }
 
-TEST(InspectBadInput, APackageFolderThatIsNotThere) {
+TEST(InspectBadInput, RefusesAMissingPackageFolder) {
     const Outcome outcome = inspect("/", {"package", "/nowhere/at/all"});
     EXPECT_EQ(outcome.exitStatus, 2);
     EXPECT_EQ(outcome.error, "qrxinspect: /nowhere/at/all/package.xml: No such file or directory\n");
 }
 
-TEST(InspectBadInput, AMarkerFileThatIsAFifoDoesNotHoldTheToolUp) {
+TEST(InspectBadInput, DoesNotWaitForAMarkerFileThatIsAFifo) {
     const TempDir folder;
     writeFile(folder / "package.xml", "<SoftwareComponent/>");
     ASSERT_EQ(mkfifo((folder / "enabledebug.txt").c_str(), 0600), 0);
@@ -120,7 +120,7 @@ TEST(InspectBadInput, AMarkerFileThatIsAFifoDoesNotHoldTheToolUp) {
     }
 }
 
-TEST(InspectBadInput, WhereNoFileIsLeftForALogInMemoryNothingIsRead) {
+TEST(InspectBadInput, ReadsNothingIfTheLogCannotBeSilenced) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "skipped: the sanitizers need descriptors of their own";
 #endif
@@ -131,20 +131,20 @@ TEST(InspectBadInput, WhereNoFileIsLeftForALogInMemoryNothingIsRead) {
     const Outcome outcome =
         run({.arguments = {"/bin/sh", "-c", narrow, inspectProgram()}, .workingDirectory = folder.path()});
     EXPECT_EQ(outcome.exitStatus, 2);
-    EXPECT_EQ(outcome.error, "qrxinspect: cannot keep the debug log quiet: /proc is not there\n");
+    EXPECT_EQ(outcome.error, "qrxinspect: cannot silence the debug log: /proc is not available\n");
 }
 
-TEST(InspectBadInput, AWrongCommandLine) {
+TEST(InspectBadInput, ReturnsTheStatusOfAWrongCommandLine) {
     EXPECT_EQ(inspect("/", {}).exitStatus, 64);
     EXPECT_EQ(inspect("/", {"unknown"}).exitStatus, 64);
 }
 
-TEST(InspectBadInput, AnOutputThatTakesNothing) {
+TEST(InspectBadInput, ReportsOutputThatIsNotWritten) {
     const Outcome outcome = run({.arguments = {inspectProgram(), "host"},
                                  .workingDirectory = "/",
                                  .output = {.kind = Redirect::Kind::File, .path = "/dev/full"}});
     EXPECT_EQ(outcome.exitStatus, 74);
-    EXPECT_EQ(outcome.error, "qrxinspect: the output could not be written\n");
+    EXPECT_EQ(outcome.error, "qrxinspect: standard output could not be written\n");
 }
 
 }  // namespace

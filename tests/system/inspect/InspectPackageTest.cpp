@@ -58,7 +58,7 @@ TEST(InspectPackage, ShowsTheQuickstartsPackage) {
               "Dependencies: none\n");
 }
 
-TEST(InspectPackage, ShowsTheSameForAFolderFromElsewhere) {
+TEST(InspectPackage, ReadsAPackageInAnotherFolder) {
     const std::string there = inspect(QUICKSTART_PACKAGE, {"package"}).output;
     EXPECT_EQ(inspect("/", {"package", QUICKSTART_PACKAGE}).output, there);
 }
@@ -108,7 +108,7 @@ TEST(InspectPackage, PrintsJsonThatProgramsRead) {
              "release": "", "name": "", "detail": "", "download": ""}]})"));
 }
 
-TEST(InspectPackage, ShowsHostileValuesWithoutDrivingTheTerminal) {
+TEST(InspectPackage, EscapesHostileValues) {
     const PackageFolder folder(
         "<SoftwareComponent vendorVersion=\"1&#10;2\"><SupportedDevices>"
         "<Device componentID=\"\u202e1\"><Display>\u009b31mred</Display></Device>"
@@ -123,14 +123,14 @@ TEST(InspectPackage, ShowsHostileValuesWithoutDrivingTheTerminal) {
         << outcome.output;
 }
 
-TEST(InspectPackage, CheckFindsNothingInTheQuickstartsPackage) {
+TEST(InspectPackage, FindsNothingInTheQuickstartsPackage) {
     const Outcome outcome = inspect(QUICKSTART_PACKAGE, {"package", "--check"});
     EXPECT_EQ(outcome.exitStatus, 0);
     EXPECT_EQ(outcome.output, "package.xml: nothing is missing or suspicious\n");
     EXPECT_EQ(outcome.error, "");
 }
 
-TEST(InspectPackage, CheckNamesFileLineAndFinding) {
+TEST(InspectPackage, PrintsFileLineAndFinding) {
     const PackageFolder folder(
         "<SoftwareComponent vendorVersion=\"1\">\n"
         "<ComponentType value=\"FRMW\"/>\n"
@@ -152,7 +152,7 @@ TEST(InspectPackage, CheckNamesFileLineAndFinding) {
                                   ":7: the dependency has no path\n");
 }
 
-TEST(InspectPackage, CheckPrintsJsonThatProgramsRead) {
+TEST(InspectPackage, PrintsFindingsAsJson) {
     const PackageFolder folder(
         "<SoftwareComponent vendorVersion=\"1\"><ComponentType value=\"FRMW\"/>\n"
         "</SoftwareComponent>");

@@ -26,43 +26,43 @@ TEST_F(ReportFolder, SumsUpSoundReports) {
     EXPECT_EQ(outcome.exitStatus, 0);
     EXPECT_EQ(outcome.error, "");
     EXPECT_EQ(outcome.output,
-              "REPORT         OPERATION  OUTCOME  COMPONENT  DEVICE  VERSION   MESSAGE\n"
-              "chassis-1.xml  inventory  success  25227      QRX     1.30.100  -\n"
-              "chassis-2.xml  inventory  success  25227      QRX     1.30.100  -\n"
-              "chassis-2.xml  update     success  25227      QRX     1.40.200  Update is successful (reboot "
+              "REPORT         OPERATION  COMPONENT  DEVICE  VERSION   OUTCOME  MESSAGE\n"
+              "chassis-1.xml  inventory  25227      QRX     1.30.100  success  -\n"
+              "chassis-2.xml  inventory  25227      QRX     1.30.100  success  -\n"
+              "chassis-2.xml  update     25227      QRX     1.40.200  success  Update is successful (reboot "
               "required)\n"
               "\n"
               "3 reports: 3 success\n");
 }
 
-TEST_F(ReportFolder, AFailureDecidesTheStatus) {
+TEST_F(ReportFolder, ReturnsTheStatusOfAFailure) {
     const Outcome outcome = inspect(folder_.path(), {"report", "chassis-3.xml", "chassis-1.xml"});
     EXPECT_EQ(outcome.exitStatus, 1);
     EXPECT_EQ(outcome.error, "");
     EXPECT_EQ(outcome.output,
-              "REPORT         OPERATION  OUTCOME  COMPONENT  DEVICE  VERSION   MESSAGE\n"
-              "chassis-3.xml  update     failure  -          -       -         The signature is not valid\n"
-              "chassis-1.xml  inventory  success  25227      QRX     1.30.100  -\n"
+              "REPORT         OPERATION  COMPONENT  DEVICE  VERSION   OUTCOME  MESSAGE\n"
+              "chassis-3.xml  update     -          -       -         failure  The signature is not valid\n"
+              "chassis-1.xml  inventory  25227      QRX     1.30.100  success  -\n"
               "\n"
               "2 reports: 1 success, 1 failure\n");
 }
 
-TEST_F(ReportFolder, ShowsDamagedAndUnreadableReportsBesideTheOthers) {
+TEST_F(ReportFolder, ShowsDamagedAndUnreadableReportsWithTheOthers) {
     const Outcome outcome =
         inspect(folder_.path(), {"report", "chassis-3.xml", "chassis-4.xml", "chassis-5.xml", "none.xml"});
     EXPECT_EQ(outcome.exitStatus, 2);
     EXPECT_NE(outcome.output.find(
-                  "\nchassis-4.xml  inventory  damaged     -          -       -        not well-formed"),
+                  "\nchassis-4.xml  inventory  -          -       -        damaged     not well-formed"),
               std::string::npos)
         << outcome.output;
     EXPECT_NE(
-        outcome.output.find("\nchassis-5.xml  -          unreadable  -          -       -        is empty\n"),
+        outcome.output.find("\nchassis-5.xml  -          -          -       -        unreadable  is empty\n"),
         std::string::npos);
-    EXPECT_NE(outcome.output.find("\nnone.xml       -          unreadable  -          -       -        No "
+    EXPECT_NE(outcome.output.find("\nnone.xml       -          -          -       -        unreadable  No "
                                   "such file or directory\n"),
               std::string::npos);
     EXPECT_TRUE(outcome.output.ends_with(
-        "\nchassis-4.xml is damaged and holds:\n"
+        "\nchassis-4.xml is damaged. Its text:\n"
         "  <?xml version=\"1.0\" encoding=\"UTF-8\"?><SVMInventory lang=\"en\">"
         "<SPStatus result = \"false\" ><Message id=\"1\"><script>alert(1)</script> & "
         "\\x1b[31m</Message></SPStatus></SVMInventory>\n"
@@ -90,7 +90,7 @@ TEST_F(ReportFolder, PrintsJsonThatProgramsRead) {
     EXPECT_EQ(json["reports"][5]["problem"], "is empty");
 }
 
-TEST_F(ReportFolder, PrintsAPageInWhichNoValueIsMarkup) {
+TEST_F(ReportFolder, PrintsAPageWithoutMarkupFromValues) {
     const Outcome outcome = inspect(folder_.path(), {"report", "--html", "chassis-1.xml", "chassis-4.xml"});
     EXPECT_EQ(outcome.exitStatus, 2);
     EXPECT_TRUE(outcome.output.starts_with("<!DOCTYPE html>\n"));
@@ -103,7 +103,7 @@ TEST_F(ReportFolder, PrintsAPageInWhichNoValueIsMarkup) {
               std::string::npos);
 }
 
-TEST_F(ReportFolder, AFileNameDrivesNoTerminalEither) {
+TEST_F(ReportFolder, EscapesFileNames) {
     const Outcome outcome = inspect(folder_.path(), {"report", "\x1b[31m.xml"});
     EXPECT_EQ(outcome.error, "qrxinspect: \\x1b[31m.xml: No such file or directory\n");
     EXPECT_EQ(outcome.output.find('\x1b'), std::string::npos);

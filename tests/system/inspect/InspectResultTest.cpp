@@ -47,7 +47,7 @@ TEST(InspectResult, ShowsInventoryAndUpdateOfOneFile) {
               "C1         QRX     FRMW  2.0      success  Update is successful\n");
 }
 
-TEST(InspectResult, TheFailedHalfDecidesTheStatus) {
+TEST(InspectResult, ReturnsTheStatusOfTheFailedHalf) {
     const Outcome outcome = resultOf(report::inventory("C1", "1.0") + report::failedUpdate("no payload"));
     EXPECT_EQ(outcome.exitStatus, 1);
     EXPECT_EQ(outcome.output,
@@ -70,7 +70,7 @@ TEST(InspectResult, SaysThatARebootIsRequired) {
               "Reboot required\n");
 }
 
-TEST(InspectResult, AReportWithoutDevicesIsNoSuccess) {
+TEST(InspectResult, CountsAReportWithoutDevicesAsAFailure) {
     const Outcome outcome = resultOf("<SVMInventory lang=\"en\"></SVMInventory>");
     EXPECT_EQ(outcome.exitStatus, 1);
     EXPECT_EQ(outcome.output, "Inventory: failure\nno device\n");
@@ -87,7 +87,7 @@ TEST(InspectResult, ShowsADamagedReportWithItsText) {
     EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), 1) << outcome.error;
 }
 
-TEST(InspectResult, ShowsADamagedHalfBesideASoundOne) {
+TEST(InspectResult, ShowsADamagedHalfAndASoundOne) {
     const std::string damaged = report::failedUpdate("a & b");
     const Outcome outcome = resultOf(report::inventory("C1", "1.0") + damaged);
     EXPECT_EQ(outcome.exitStatus, 2);
@@ -100,7 +100,7 @@ TEST(InspectResult, ShowsADamagedHalfBesideASoundOne) {
                   damaged + "\n");
 }
 
-TEST(InspectResult, ShowsHostileTextWithoutDrivingTheTerminal) {
+TEST(InspectResult, EscapesHostileText) {
     const Outcome outcome = resultOf("<SVMInventory>\x1b]0;owned\x07\n\x9b<&\xff");
     EXPECT_EQ(outcome.exitStatus, 2);
     EXPECT_EQ(outcome.output,

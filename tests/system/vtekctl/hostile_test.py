@@ -21,7 +21,7 @@ READ_ONLY = 'mount --bind "$VTEK_ROOT" "$VTEK_ROOT" && mount -o remount,bind,ro 
 class CommandLine(VtekctlCase):
     """Wrong command lines end with 2 and a line that helps, and change nothing."""
 
-    def test_wrong_command_lines(self):
+    def test_refuses_wrong_command_lines(self):
         self.make_chassis()
         before = snapshot(self.folder)
         for wrong in ([], ["unknown"], ["inventory"], ["trust"], ["inventory", "unknown"], ["--unknown", "show"],
@@ -35,40 +35,40 @@ class CommandLine(VtekctlCase):
                 self.assertIn("--help", ended.stderr)
         self.assertEqual(snapshot(self.folder), before)
 
-    def test_a_missing_or_unknown_command_is_told_with_those_there_are(self):
+    def test_lists_the_commands_if_one_is_missing_or_unknown(self):
         trust = "; vtekctl trust has add, list, remove (see vtekctl --help)\n"
         self.assertEqual(self.run_vtekctl("trust").stderr, "vtekctl: no command" + trust)
         self.assertEqual(self.run_vtekctl("trust", "ad").stderr, "vtekctl: no such command: ad" + trust)
         self.assertEqual(self.run_vtekctl("trust", "\x1b").stderr, r"vtekctl: no such command: \x1b" + trust)
         self.assertRegex(self.run_vtekctl("shwo").stderr, "^vtekctl: no such command: shwo; vtekctl has init, show, set, ")
 
-    def test_help_of_every_command_says_the_exit_statuses_or_where_to_find_them(self):
+    def test_prints_the_exit_statuses_in_help(self):
         top = self.done("--help")
         for status in (DONE, REFUSED, USAGE, OUTPUT_LOST):
             self.assertRegex(top, rf"(Exit status: |\s){status} ")
         self.assertEqual(self.done("-h"), top)
         self.assertEqual(self.done("sign", "-h"), self.done("sign", "--help"))
 
-    def test_help_of_a_command_shows_defaults_and_what_there_is_to_know(self):
+    def test_prints_defaults_in_help(self):
         self.assertIn("=Lab Signer ", self.done("keygen", "--help"))
         self.assertTrue(self.done("run", "--help").endswith("\nEnds as the program does.\n"))
 
-    def test_the_version_is_the_one_of_the_project(self):
+    def test_prints_the_version_of_the_project(self):
         self.assertRegex(self.done("--version"), r"^vtekctl \d+\.\d+\.\d+\n$")
 
-    def test_arguments_that_are_no_text(self):
+    def test_survives_arguments_that_are_not_text(self):
         self.done("init")
         ended = subprocess.run([self.program, "inventory", "add", b"\xff\xfe", b"\x80"], check=False,
                                capture_output=True, env={**os.environ, "VTEK_ROOT": str(self.root)})
         self.assertEqual(ended.returncode, USAGE)
         self.assertIn(b"is not UTF-8", ended.stderr)
 
-    def test_messages_do_not_steer_the_terminal(self):
+    def test_escapes_messages_for_the_terminal(self):
         ended = self.run_vtekctl("--root", "/no\x1b[31mwhere", "show")
         self.assertEqual(ended.returncode, REFUSED)
         self.assertNotIn("\x1b", ended.stderr)
 
-    def test_a_long_argument(self):
+    def test_survives_a_long_argument(self):
         ended = self.run_vtekctl("--root", "/" + "x" * 100_000, "show")
         self.assertEqual(ended.returncode, REFUSED, ended.stderr[:200])
 
@@ -80,14 +80,14 @@ class Output(VtekctlCase):
         super().setUp()
         self.make_chassis()
 
-    def test_a_full_disk(self):
+    def test_reports_a_full_disk(self):
         for command in READERS:
             with self.subTest(command), open("/dev/full", "w", encoding="ascii") as full:
                 ended = self.run_vtekctl(*command, capture_output=False, stdout=full, stderr=subprocess.PIPE)
                 self.assertEqual((ended.returncode, ended.stderr),
                                  (OUTPUT_LOST, "vtekctl: standard output could not be written\n"))
 
-    def test_a_closed_output(self):
+    def test_reports_a_closed_output(self):
         for command in READERS:
             with self.subTest(command):
                 ended = self.run_vtekctl(*command, capture_output=False, stderr=subprocess.PIPE,
@@ -95,27 +95,27 @@ class Output(VtekctlCase):
                 self.assertEqual((ended.returncode, ended.stderr),
                                  (OUTPUT_LOST, "vtekctl: standard output could not be written\n"))
 
-    def test_what_was_to_be_changed_is_changed(self):
+    def test_keeps_the_change_if_the_output_is_lost(self):
         with open("/dev/full", "w", encoding="ascii") as full:
             ended = self.run_vtekctl("sign", *self.recipe(), *self.signer(), "-o", "x.fwp", capture_output=False,
                                      stdout=full, stderr=subprocess.DEVNULL)
         self.assertEqual(ended.returncode, OUTPUT_LOST)
         self.done("verify", self.folder / "x.fwp")
 
-    def test_a_refusal_stays_one(self):
+    def test_reports_a_refusal_if_the_output_is_lost(self):
         with open("/dev/full", "w", encoding="ascii") as full:
             ended = self.run_vtekctl("trust", "remove", "none", capture_output=False, stdout=full,
                                      stderr=subprocess.PIPE)
         self.assertEqual(ended.returncode, USAGE, "nothing was to be printed")
 
-    def test_a_reader_that_goes_away(self):
+    def test_ends_if_the_reader_goes_away(self):
         read, write = os.pipe()
         os.close(read)
         ended = self.run_vtekctl("show", capture_output=False, stdout=write)
         os.close(write)
         self.assertEqual(ended.returncode, -signal.SIGPIPE)
 
-    def test_closed_standard_descriptors_do_no_harm(self):
+    def test_survives_closed_standard_descriptors(self):
         def close_all():
             for descriptor in (0, 1, 2):
                 os.close(descriptor)
@@ -131,7 +131,7 @@ class Files(VtekctlCase):
         super().setUp()
         self.make_chassis()
 
-    def test_every_file_argument_may_be_missing_a_folder_or_unreadable(self):
+    def test_refuses_files_that_are_missing_folders_or_unreadable(self):
         signer = dict(zip(("--certificate", "--key"), (self.keys / "signer.pem", self.keys / "signer.key")))
         for bad in ("none", self.content, "/proc/self/mem"):
             commands = [["inventory", "import", bad], ["trust", "add", bad]]
@@ -152,7 +152,7 @@ class Files(VtekctlCase):
                     self.assertEqual({name: entry[2] for name, entry in after.items()},
                                      {name: entry[2] for name, entry in before.items()})
 
-    def test_a_fifo_holds_nobody_up(self):
+    def test_never_waits_for_a_fifo(self):
         fifo = self.folder / "fifo"
         os.mkfifo(fifo)
         for command in (["sign", self.content, "--package", fifo, "--chassis", "C", *self.signer(), "-o", "x"],
@@ -163,21 +163,21 @@ class Files(VtekctlCase):
                 ended = self.run_vtekctl(*command, timeout=20)
                 self.assertIn(ended.returncode, (REFUSED, USAGE), ended.stderr)
 
-    def test_what_comes_through_a_pipe_is_not_taken(self):
+    def test_refuses_a_pipe(self):
         pipe = self.folder / "pipe"
         os.mkfifo(pipe)
         with open(os.open(pipe, os.O_RDONLY | os.O_NONBLOCK), "rb"):  # keeps in it what is written
             pipe.write_bytes((self.keys / "authority.pem").read_bytes())
             self.assert_refused(802, "trust", "add", pipe, "--name", "new.pem", status=USAGE,
-                                saying="is no plain file")
+                                saying="is not a regular file")
         self.assertEqual(os.listdir(self.root / "trust"), ["authority.pem"])
 
-    def test_outputs_that_cannot_be_made(self):
+    def test_refuses_outputs_that_cannot_be_made(self):
         for output in ("none/x.fwp", self.content, self.description / "x", "/proc/x.fwp"):
             with self.subTest(output):
                 self.assert_refused(802, "sign", *self.recipe(), *self.signer(), "-o", output, status=USAGE)
 
-    def test_what_is_no_plain_file_is_not_replaced(self):
+    def test_refuses_to_replace_a_link_or_a_fifo(self):
         os.mkfifo(self.folder / "pipe")
         (self.folder / "link").symlink_to(self.description)
         before = snapshot(self.folder)
@@ -188,7 +188,7 @@ class Files(VtekctlCase):
                 self.assertEqual(snapshot(self.folder), before)
         self.assertTrue((self.folder / "link").is_symlink())
 
-    def test_a_disk_that_takes_no_more(self):
+    def test_leaves_nothing_on_a_full_disk(self):
         def no_large_files():
             resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096))
         self.assert_refused(802, "sign", *self.recipe(), *self.signer(), "-o", "x.fwp", status=USAGE,
@@ -207,14 +207,14 @@ class Files(VtekctlCase):
                               capture_output=True, text=True, check=False,
                               env={**os.environ, "VTEK_ROOT": str(self.root)})
 
-    def test_a_plan_on_a_chassis_without_space(self):
+    def test_plans_on_a_chassis_without_space(self):
         self.pack(self.folder / "package")
         planned = self.run_mounted('mount -t tmpfs -o size=64k,mode=700 tmpfs "$VTEK_ROOT/staging"',
                                    "verify", "--plan", self.folder / "package")
         self.assertEqual(planned.returncode, REFUSED)
         self.assertRegex(planned.stdout, r"(?m)^space +failed +65536 bytes are free, \d+ are needed$")
 
-    def test_a_chassis_that_can_only_be_read(self):
+    def test_reads_a_read_only_chassis(self):
         before = snapshot(self.root)
 
         def run(*command):
@@ -234,21 +234,21 @@ class Files(VtekctlCase):
         self.assertRegex(planned.stdout, r"(?m)^repository +failed +write to state.db: Read-only file system$")
         self.assertEqual(snapshot(self.root), before)
 
-    def test_every_json_is_pure_ascii(self):
+    def test_prints_json_in_ascii(self):
         self.done("inventory", "add", "1", "2", "--display", "Gehäuse\u202e")
         for command in (["show"], ["history"], ["trust", "list"]):
             printed = self.done(*command, "--json")
             self.assertTrue(printed.isascii())
             json.loads(printed)
 
-    def test_a_damaged_state_is_told(self):
+    def test_reports_a_damaged_state(self):
         (self.root / "state.db").write_bytes(b"no database" * 1000)
         for command in (["show"], ["history"], ["inventory", "export"], ["set", "lock-wait", "1"], ["rollback"],
                         ["recover"]):
             with self.subTest(command):
                 self.assert_refused(112, *command, saying="hint: restore state.db from a backup, or create a new root")
 
-    def test_a_root_that_others_may_write_to_is_not_used(self):
+    def test_refuses_a_root_that_others_can_write(self):
         self.root.chmod(0o777)
         self.assert_refused(102, "show")
 

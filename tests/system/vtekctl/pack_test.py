@@ -33,14 +33,14 @@ class Pack(VtekctlCase):
         self.assertEqual(sorted(os.listdir(self.folder)), before)
         return ended
 
-    def test_the_folder_holds_program_description_and_payload(self):
+    def test_makes_program_description_and_payload(self):
         self.assertEqual(self.pack(self.package), f"made {self.package} and {self.archive}\n")
         self.assertEqual(sorted(os.listdir(self.package)), FILES)
         self.assertEqual(self.description.read_bytes(), (self.package / "package.xml").read_bytes())
         self.assertEqual([oct((self.package / name).stat().st_mode & 0o777) for name in FILES],
                          ["0o644", "0o644", "0o755"])
 
-    def test_the_program_finds_no_library_by_itself(self):
+    def test_packs_a_program_that_finds_no_library_by_itself(self):
         self.pack(self.package)
         dynamic = subprocess.run(["readelf", "--dynamic", "--wide", self.package / "qrxupdate"], check=True,
                                  capture_output=True, text=True).stdout
@@ -48,7 +48,7 @@ class Pack(VtekctlCase):
         self.assertNotIn("RUNPATH", dynamic)
         self.assertNotIn("RPATH", dynamic)
 
-    def test_the_package_updates_the_chassis(self):
+    def test_makes_a_package_that_updates_the_chassis(self):
         self.make_chassis()
         self.pack(self.package)
         program = ("run", "--", "./qrxupdate")
@@ -56,7 +56,7 @@ class Pack(VtekctlCase):
         self.assertIn("Update is successful", self.done(*program, "-u", cwd=self.package))
         self.assertIn(f'version="{NEW}"', self.done(*program, "-i", cwd=self.package))
 
-    def test_the_archive_holds_the_same_and_nothing_of_this_machine(self):
+    def test_keeps_this_machine_out_of_the_archive(self):
         self.pack(self.package)
         with tarfile.open(self.archive) as archive:
             members = archive.getmembers()
@@ -67,7 +67,7 @@ class Pack(VtekctlCase):
                 self.assertEqual(archive.extractfile(f"{TOP}/{name}").read(), (self.package / name).read_bytes())
         self.assertEqual(self.archive.read_bytes()[4:8], bytes(4), "the time in the head of the gzip file")
 
-    def test_the_same_input_makes_the_same_bytes_in_two_folders(self):
+    def test_makes_the_same_bytes_from_the_same_input(self):
         digests = []
         for place, name, mask in (("one", "package", 0o022), ("two", "another", 0o077)):
             (self.folder / place).mkdir()
@@ -80,23 +80,23 @@ class Pack(VtekctlCase):
             digests.append([hashlib.sha256(file.read_bytes()).hexdigest() for file in files])
         self.assertEqual(*digests)
 
-    def test_other_content_makes_other_bytes(self):
+    def test_makes_other_bytes_from_other_content(self):
         self.pack("one")
         (self.content / "release.txt").write_text("release 1.40.201\n")
         self.pack("two")
         self.assertNotEqual((self.folder / "one.tar.gz").read_bytes(), (self.folder / "two.tar.gz").read_bytes())
 
-    def test_the_source_date_is_the_time_of_every_entry_and_of_the_signature(self):
+    def test_uses_the_source_date_for_entries_and_signature(self):
         self.pack(self.package, environment={"SOURCE_DATE_EPOCH": "1700000000"})
         with tarfile.open(self.archive) as archive:
             self.assertEqual({member.mtime for member in archive}, {1700000000})
         self.assertIn("UTCTIME:Nov 14 22:13:20 2023 GMT", self.printed_signature(self.package / "firmware.fwp"))
 
-    def test_the_working_directory_need_not_be_writable(self):
+    def test_needs_no_writable_working_directory(self):
         self.pack(self.package, cwd="/proc")
         self.assertEqual(sorted(os.listdir(self.package)), FILES)
 
-    def test_a_signature_from_elsewhere(self):
+    def test_takes_a_signature_made_elsewhere(self):
         unsigned = self.folder / "firmware.tar"
         self.done("sign", *self.recipe(), "--unsigned", "-o", unsigned)
         signature = self.elsewhere_signed(unsigned)
@@ -104,18 +104,18 @@ class Pack(VtekctlCase):
         self.make_chassis()
         self.done("verify", "--plan", self.package)
 
-    def test_a_signature_of_another_archive_leaves_nothing_behind(self):
+    def test_leaves_nothing_after_a_signature_of_another_archive(self):
         other = self.folder / "other"
         other.write_text("another archive")
         signature = self.elsewhere_signed(other)
         self.refused(*self.recipe(), "--signature", signature, "-o", self.package, error=225, status=REFUSED)
 
-    def test_an_empty_folder_will_do(self):
+    def test_fills_an_empty_folder(self):
         self.package.mkdir()
         self.pack(f"{self.package}/")
         self.assertEqual(sorted(os.listdir(self.package)), FILES)
 
-    def test_what_is_there_already_stays(self):
+    def test_keeps_what_exists(self):
         self.package.mkdir()
         (self.package / "mine").write_text("mine")
         self.refused(*self.recipe(), *self.signer(), "-o", self.package, saying="Directory not empty")
@@ -124,16 +124,16 @@ class Pack(VtekctlCase):
         self.refused(*self.recipe(), *self.signer(), "-o", self.package, saying="File exists")
         self.assertEqual(self.archive.read_text(), "mine")
 
-    def test_names_that_are_no_new_folder(self):
+    def test_refuses_names_that_cannot_be_a_new_folder(self):
         self.assertEqual(self.run_vtekctl("pack", *self.recipe(), *self.signer(), "-o", "").returncode, USAGE)
         for name in (".", "..", "/", "./", "firmware/.."):
             with self.subTest(name):
-                self.refused(*self.recipe(), *self.signer(), "-o", name, saying="is no name for a new folder")
+                self.refused(*self.recipe(), *self.signer(), "-o", name, saying="cannot name a new folder")
         for name in ("nowhere/package", "package.xml/package"):
             with self.subTest(name):
                 self.refused(*self.recipe(), *self.signer(), "-o", name)
 
-    def test_a_template_of_ones_own(self):
+    def test_takes_another_template(self):
         template = self.folder / "template"
         self.refused(*self.recipe(), *self.signer(), "-o", self.package, "--template", template,
                      saying=f"copy {template}/qrxupdate: No such file or directory")
@@ -143,7 +143,7 @@ class Pack(VtekctlCase):
         self.assertEqual((self.package / "qrxupdate").read_text(), "#!/bin/sh\n")
         self.assertEqual((self.package / "qrxupdate").stat().st_mode & 0o777, 0o755)
 
-    def test_a_tool_without_its_program_says_where_it_looked(self):
+    def test_says_where_it_searched_for_the_program(self):
         (self.folder / "bin").mkdir()
         self.program = shutil.copy(self.program, self.folder / "bin")
         ended = self.refused(*self.recipe(), *self.signer(), "-o", self.package, saying="no qrxupdate in ")
@@ -153,23 +153,23 @@ class Pack(VtekctlCase):
         os.makedirs(place)
         self.refused(*self.recipe(), *self.signer(), "-o", self.package, saying=f"no qrxupdate in {place} ")
 
-    def test_a_version_that_would_lead_elsewhere_stays_a_name(self):
+    def test_keeps_a_version_with_separators_a_name(self):
         self.description.write_text(DESCRIPTION.replace(NEW, "../../x"))
         self.pack(self.package)
         with tarfile.open(self.archive) as archive:
             self.assertEqual(archive.getnames()[0], "qrxupdate-25227-.._.._x")
 
-    def test_content_that_cannot_be_packed_leaves_nothing_behind(self):
+    def test_leaves_nothing_after_bad_content(self):
         (self.content / "link").symlink_to("/etc/passwd")
         self.refused(*self.recipe(), *self.signer(), "-o", self.package)
 
-    def test_a_disk_that_takes_no_more_leaves_nothing_behind(self):
+    def test_leaves_nothing_on_a_full_disk(self):
         def no_large_files():
             resource.setrlimit(resource.RLIMIT_FSIZE, (8192, 8192))
         self.refused(*self.recipe(), *self.signer(), "-o", self.package, preexec_fn=no_large_files,
                      restore_signals=False, saying="copy ")
 
-    def test_the_key_is_in_no_message_and_in_no_file(self):
+    def test_keeps_the_key_out_of_messages_and_files(self):
         said = self.pack(self.package)
         secret = (self.keys / "signer.key").read_text().splitlines()[1]
         made = [gzip.decompress(self.archive.read_bytes()), *((self.package / name).read_bytes() for name in FILES)]

@@ -9,12 +9,12 @@
 
 #include <filesystem>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
-TEST(BaseUtils, TheLogNeverMakesAFileOnceSilenced) {
+TEST(BaseUtils, MakesNoLogFileOnceSilenced) {
     const test::TempDir folder;
-    ASSERT_EQ(silenceBaseUtils(), std::nullopt);
+    ASSERT_TRUE(silenceBaseUtils());
     CLogger::GetInstance()->Initialize((folder / "some.log").string());
     CLogSource("source")("text");
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
@@ -34,35 +34,35 @@ int emptyMemoryFiles() {
     return count;
 }
 
-TEST(BaseUtils, TheLogKeepsNothingInMemoryOnceSilenced) {
-    ASSERT_EQ(silenceBaseUtils(), std::nullopt);
+TEST(BaseUtils, KeepsNoLogInMemoryOnceSilenced) {
+    ASSERT_TRUE(silenceBaseUtils());
     CLogSource("source")("text");
     EXPECT_EQ(emptyMemoryFiles(), 1);
 }
 
-TEST(BaseUtils, Libxml2PrintsNothingOnceSilenced) {
-    ASSERT_EQ(silenceBaseUtils(), std::nullopt);
+TEST(BaseUtils, PrintsNothingFromLibxml2OnceSilenced) {
+    ASSERT_TRUE(silenceBaseUtils());
     testing::internal::CaptureStderr();
     const char text[] = "<a";
     EXPECT_EQ(xmlParseMemory(text, sizeof text - 1), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(BaseUtils, AMarkerFileThatIsAFifoIsAProblem) {
+TEST(BaseUtils, RefusesAMarkerFileThatIsAFifo) {
     const test::TempDir folder;
     const test::WorkingDirectory inside(folder.path());
     ASSERT_EQ(mkfifo("enabledebug.txt", 0600), 0);
-    ASSERT_NE(checkMarkerFile(), std::nullopt);
-    EXPECT_EQ(checkMarkerFile()->message, "enabledebug.txt: is a FIFO");
+    ASSERT_FALSE(checkMarkerFile());
+    EXPECT_EQ(checkMarkerFile().error().message, "enabledebug.txt: is a FIFO");
 }
 
-TEST(BaseUtils, AnOrdinaryMarkerFileOrNoneIsFine) {
+TEST(BaseUtils, AcceptsAnOrdinaryMarkerFileOrNone) {
     const test::TempDir folder;
     const test::WorkingDirectory inside(folder.path());
-    EXPECT_EQ(checkMarkerFile(), std::nullopt);
+    EXPECT_TRUE(checkMarkerFile());
     test::writeFile("enabledebug.txt", "");
-    EXPECT_EQ(checkMarkerFile(), std::nullopt);
+    EXPECT_TRUE(checkMarkerFile());
 }
 
 }  // namespace
-}  // namespace tools
+}  // namespace qrxinspect

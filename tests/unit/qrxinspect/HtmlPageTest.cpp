@@ -1,3 +1,4 @@
+#include "DocumentReaders.h"
 #include "HtmlPage.h"
 #include "XmlReading.h"
 
@@ -7,7 +8,7 @@
 
 #include <sstream>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
 using testing::HasSubstr;
@@ -36,11 +37,11 @@ CDeviceInfo deviceOf(const std::string& value) {
 /** Two reports in which every value is the same one. */
 std::vector<Report> reportsOf(const std::string& value) {
     return {{.file = value,
-             .operation = Report::Operation::Update,
+             .kind = kindWithRoot("SVMExecution"),
              .outcome = Report::Outcome::Failure,
              .devices = {deviceOf(value)}},
             {.file = value,
-             .operation = Report::Operation::Inventory,
+             .kind = kindWithRoot("SVMInventory"),
              .outcome = Report::Outcome::Damaged,
              .problem = value,
              .text = value}};
@@ -70,36 +71,36 @@ private:
     XPathContextPtr context_;
 };
 
-TEST(HtmlPage, EscapesWhatMeansSomethingInHtml) {
+TEST(HtmlPage, EscapesMarkup) {
     EXPECT_EQ(htmlOf("a<b>&\"c\"'d'\x1b"), "a&lt;b&gt;&amp;&quot;c&quot;&#39;d&#39;\\x1b");
     EXPECT_EQ(htmlOf("Gehäuse"), "Gehäuse");
 }
 
 TEST(HtmlPage, ShowsARowPerDevice) {
     ParsedPage page(pageOf({{.file = "a.xml",
-                             .operation = Report::Operation::Update,
+                             .kind = kindWithRoot("SVMExecution"),
                              .outcome = Report::Outcome::Failure,
                              .devices = {deviceOf("x")}}}));
     EXPECT_THAT(
         page.textsOf("//thead//button"),
-        testing::ElementsAre("Report", "Operation", "Outcome", "Device", "Component", "Version", "Message"));
+        testing::ElementsAre("Report", "Operation", "Component", "Device", "Version", "Outcome", "Message"));
     EXPECT_THAT(page.textsOf("//tbody/tr/td"),
-                testing::ElementsAre("a.xml", "update", "failure", "x", "x", "x", "x"));
+                testing::ElementsAre("a.xml", "update", "x", "x", "x", "failure", "x"));
     EXPECT_THAT(page.textsOf("//header//li"), testing::ElementsAre("1 report", "1 failure"));
 }
 
 TEST(HtmlPage, ShowsADamagedReportWithItsText) {
     ParsedPage page(pageOf({{.file = "a.xml",
-                             .operation = Report::Operation::Inventory,
+                             .kind = kindWithRoot("SVMInventory"),
                              .outcome = Report::Outcome::Damaged,
                              .problem = "line 1: no name",
                              .text = "<SVMInventory>\n& </SVMInventory>"}}));
-    EXPECT_THAT(page.textsOf("//tbody/tr/td[3]"), testing::ElementsAre("damaged"));
+    EXPECT_THAT(page.textsOf("//tbody/tr/td[6]"), testing::ElementsAre("damaged"));
     EXPECT_THAT(page.textsOf("//tbody//summary"), testing::ElementsAre("line 1: no name"));
     EXPECT_THAT(page.textsOf("//tbody//pre"), testing::ElementsAre("<SVMInventory>\n& </SVMInventory>\n"));
 }
 
-TEST(HtmlPage, NoValueBecomesMarkup) {
+TEST(HtmlPage, MakesNoMarkupOfValues) {
     const std::string text = pageOf(reportsOf(kHostile));
     ParsedPage page(text);
     ParsedPage harmless(pageOf(reportsOf("x")));
@@ -113,15 +114,15 @@ TEST(HtmlPage, NoValueBecomesMarkup) {
     EXPECT_THAT(text, Not(HasSubstr("\u202e")));
 }
 
-TEST(HtmlPage, ShowsHostileValuesAsTheyAre) {
+TEST(HtmlPage, ShowsHostileValuesVerbatim) {
     ParsedPage page(pageOf(reportsOf(kHostile)));
     EXPECT_THAT(page.textsOf("//tbody/tr[1]/td"),
-                testing::ElementsAre(kHostileShown, "update", "failure", kHostileShown, kHostileShown,
-                                     kHostileShown, kHostileShown));
+                testing::ElementsAre(kHostileShown, "update", kHostileShown, kHostileShown, kHostileShown,
+                                     "failure", kHostileShown));
     EXPECT_THAT(page.textsOf("//pre"), testing::ElementsAre(kHostileShown + "\n"));
 }
 
-TEST(HtmlPage, NeedsNothingFromOutside) {
+TEST(HtmlPage, LoadsNothing) {
     const std::string text = pageOf(reportsOf("x"));
     EXPECT_THAT(text, HasSubstr("content=\"default-src 'none'; style-src 'sha256-"));
     EXPECT_THAT(text, Not(HasSubstr("unsafe-inline")));
@@ -133,7 +134,7 @@ TEST(HtmlPage, NeedsNothingFromOutside) {
     EXPECT_TRUE(ParsedPage(text).textsOf("//link").empty());
 }
 
-TEST(HtmlPage, CaresForPhonesDarkScreensAndPaper) {
+TEST(HtmlPage, HasStylesForPhonesDarkScreensAndPaper) {
     const std::string text = pageOf({});
     EXPECT_THAT(text, HasSubstr("name=\"viewport\""));
     EXPECT_THAT(text, HasSubstr("@media (prefers-color-scheme: dark)"));
@@ -141,9 +142,9 @@ TEST(HtmlPage, CaresForPhonesDarkScreensAndPaper) {
     EXPECT_THAT(text, HasSubstr("@media print"));
 }
 
-TEST(HtmlPage, IsTheSameForTheSameReports) {
+TEST(HtmlPage, PrintsTheSamePageForTheSameReports) {
     EXPECT_EQ(pageOf(reportsOf("x")), pageOf(reportsOf("x")));
 }
 
 }  // namespace
-}  // namespace tools
+}  // namespace qrxinspect

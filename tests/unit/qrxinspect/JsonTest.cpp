@@ -1,14 +1,12 @@
+#include "DocumentReaders.h"
 #include "Json.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <sstream>
-
-namespace tools {
+namespace qrxinspect {
 namespace {
 
-TEST(Json, HoldsEveryValueOfTheReports) {
+TEST(Json, HasEveryValueOfTheReports) {
     CDeviceInfo device;
     device.setComponentID("C1");
     device.setDeviceName("QRX");
@@ -17,12 +15,12 @@ TEST(Json, HoldsEveryValueOfTheReports) {
     device.setStatus(0);
     device.setErrorMsg("done");
     const Report update{.file = "a.xml",
-                        .operation = Report::Operation::Update,
+                        .kind = kindWithRoot("SVMExecution"),
                         .outcome = Report::Outcome::Success,
                         .devices = {device},
                         .rebootRequired = true};
     const Report damaged{.file = "b.xml",
-                         .operation = Report::Operation::Inventory,
+                         .kind = kindWithRoot("SVMInventory"),
                          .outcome = Report::Outcome::Damaged,
                          .problem = "line 1",
                          .text = "<SVMInventory"};
@@ -46,23 +44,5 @@ TEST(Json, CountsTheReportsOfEachOutcome) {
               nlohmann::json::parse(R"({"success": 0, "failure": 2, "damaged": 0, "unreadable": 1})"));
 }
 
-TEST(Json, IsPrintedInAsciiWhateverItHolds) {
-    std::ostringstream out;
-    printJson(out, {{"bad", "\xff"}, {"control", "\x1b\x7f"}, {"euro", "€"}});
-    const std::string text = out.str();
-    EXPECT_TRUE(
-        std::all_of(text.begin(), text.end(), [](char c) { return c == '\n' || (c >= ' ' && c < 0x7f); }));
-    const nlohmann::json read = nlohmann::json::parse(text);
-    EXPECT_EQ(read["bad"], "\ufffd");
-    EXPECT_EQ(read["control"], "\x1b\x7f");
-    EXPECT_EQ(read["euro"], "€");
-}
-
-TEST(Json, IsPrintedInLinesThatPeopleCanRead) {
-    std::ostringstream out;
-    printJson(out, {{"counts", {1, 2}}});
-    EXPECT_EQ(out.str(), "{\n  \"counts\": [\n    1,\n    2\n  ]\n}\n");
-}
-
 }  // namespace
-}  // namespace tools
+}  // namespace qrxinspect

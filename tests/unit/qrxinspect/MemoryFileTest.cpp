@@ -8,23 +8,23 @@
 #include <csignal>
 #include <filesystem>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
-TEST(MemoryFile, HoldsItsContentUnderItsPath) {
+TEST(MemoryFile, KeepsItsContentUnderItsPath) {
     const std::string content(300'000, 'x');
     const MemoryFile file(content);
     ASSERT_TRUE(file.isUsable());
     EXPECT_EQ(test::readFile(file.path()), content);
 }
 
-TEST(MemoryFile, MayBeEmpty) {
+TEST(MemoryFile, AcceptsAnEmptyContent) {
     const MemoryFile file("");
     ASSERT_TRUE(file.isUsable());
     EXPECT_EQ(test::readFile(file.path()), "");
 }
 
-TEST(MemoryFile, IsGoneWithItsObject) {
+TEST(MemoryFile, DisappearsWithItsObject) {
     std::string path;
     {
         const MemoryFile file("x");
@@ -33,13 +33,13 @@ TEST(MemoryFile, IsGoneWithItsObject) {
     EXPECT_THROW(test::readFile(path), std::runtime_error);
 }
 
-TEST(MemoryFile, IsKeptFromOtherPrograms) {
+TEST(MemoryFile, ClosesOnExec) {
     const MemoryFile file("x");
     const int fd = std::stoi(std::filesystem::path(file.path()).filename().string());
     EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
 }
 
-TEST(MemoryFile, IsNotUsableWithAPartOfItsContent) {
+TEST(MemoryFile, RefusesAPartOfItsContent) {
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
     const rlimit narrow{1000, before.rlim_max};
@@ -51,5 +51,15 @@ TEST(MemoryFile, IsNotUsableWithAPartOfItsContent) {
     EXPECT_FALSE(usable);
 }
 
+TEST(MemoryFile, ReportsThatNoDescriptorIsLeft) {
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{0, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const bool usable = MemoryFile("").isUsable();
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_FALSE(usable);
+}
+
 }  // namespace
-}  // namespace tools
+}  // namespace qrxinspect

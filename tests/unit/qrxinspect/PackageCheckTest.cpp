@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
 using testing::ElementsAre;
@@ -12,9 +12,9 @@ using testing::IsEmpty;
 
 /** The findings about a description, each as "line: text". */
 std::vector<std::string> findingsIn(const std::string& text) {
-    const Result<XmlDocPtr> document = parseDocumentOf(text, "SoftwareComponent");
+    const vtek::Result<XmlDocPtr> document = parseDocumentOf(text, "SoftwareComponent");
     if (!document) {
-        return {document.problem().message};
+        return {document.error().message};
     }
     std::vector<std::string> findings;
     for (const Finding& finding : checkPackage(**document)) {
@@ -113,4 +113,4 @@ TEST(PackageCheck, TakesLittleTimeForManyDevices) {
 }
 
 }  // namespace
-}  // namespace tools
+}  // namespace qrxinspect

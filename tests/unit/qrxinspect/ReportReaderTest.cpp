@@ -1,12 +1,12 @@
+#include "DocumentReaders.h"
 #include "ReportReader.h"
 #include "TempDir.h"
 
 #include <gtest/gtest.h>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
-using Operation = Report::Operation;
 using Outcome = Report::Outcome;
 
 const std::string kDeclaration = R"(<?xml version="1.0" encoding="UTF-8"?>)";
@@ -41,7 +41,7 @@ Report reportIn(const std::string& text) {
 TEST(ReportReader, ReadsAnInventory) {
     const Report report = reportIn(kInventory);
     EXPECT_EQ(report.file, "file");
-    EXPECT_EQ(report.operation, Operation::Inventory);
+    EXPECT_EQ(report.kind, kindWithRoot("SVMInventory"));
     EXPECT_EQ(report.outcome, Outcome::Success);
     EXPECT_FALSE(report.rebootRequired);
     EXPECT_EQ(report.problem, "");
@@ -58,7 +58,7 @@ TEST(ReportReader, ReadsAnInventory) {
 
 TEST(ReportReader, ReadsAFailedInventory) {
     const Report report = reportIn(failureIn("SVMInventory", "Not allowed"));
-    EXPECT_EQ(report.operation, Operation::Inventory);
+    EXPECT_EQ(report.kind, kindWithRoot("SVMInventory"));
     EXPECT_EQ(report.outcome, Outcome::Failure);
     ASSERT_EQ(report.devices.size(), 1u);
     EXPECT_FALSE(isSuccess(report.devices.front()));
@@ -66,7 +66,7 @@ TEST(ReportReader, ReadsAFailedInventory) {
     EXPECT_EQ(idOf(report.devices.front()), "");
 }
 
-TEST(ReportReader, AFailureInAnInventoryIsOneOfAllItsDevices) {
+TEST(ReportReader, AppliesAnInventorysFailureToAllItsDevices) {
     const Report report = reportIn(
         kDeclaration + R"(<SVMInventory lang="en"><Device componentID="C1"/><Device componentID="C2"/>)"
                        R"(<SPStatus result="FALSE"><Message id="1">T</Message></SPStatus></SVMInventory>)");
@@ -76,13 +76,21 @@ TEST(ReportReader, AFailureInAnInventoryIsOneOfAllItsDevices) {
     EXPECT_EQ(report.devices[1].getErrorMsg(), "T");
 }
 
-TEST(ReportReader, AReportWithoutDevicesIsNoSuccess) {
+TEST(ReportReader, CountsAReportWithoutDevicesAsAFailure) {
     for (const std::string& text :
          {kDeclaration + "<SVMInventory lang=\"en\"></SVMInventory>", updateHolding("")}) {
         const Report report = reportIn(text);
         EXPECT_EQ(report.outcome, Outcome::Failure);
         EXPECT_TRUE(report.devices.empty());
     }
+}
+
+TEST(ReportReader, ReadsEveryDeviceInOrder) {
+    const Report report =
+        reportIn(R"(<SVMInventory><Device componentID="1"/><Device componentID="2"/></SVMInventory>)");
+    ASSERT_EQ(report.devices.size(), 2u);
+    EXPECT_EQ(idOf(report.devices[0]), "1");
+    EXPECT_EQ(idOf(report.devices[1]), "2");
 }
 
 TEST(ReportReader, ShowsAPciDeviceByItsFourIds) {
@@ -96,7 +104,7 @@ TEST(ReportReader, ShowsAPciDeviceByItsFourIds) {
 
 TEST(ReportReader, ReadsAnUpdate) {
     const Report report = reportIn(kUpdate);
-    EXPECT_EQ(report.operation, Operation::Update);
+    EXPECT_EQ(report.kind, kindWithRoot("SVMExecution"));
     EXPECT_EQ(report.outcome, Outcome::Success);
     EXPECT_FALSE(report.rebootRequired);
     ASSERT_EQ(report.devices.size(), 1u);
@@ -111,13 +119,13 @@ TEST(ReportReader, ReadsAnUpdate) {
 
 TEST(ReportReader, ReadsAFailedUpdate) {
     const Report report = reportIn(failureIn("SVMExecution", "Signature is not valid"));
-    EXPECT_EQ(report.operation, Operation::Update);
+    EXPECT_EQ(report.kind, kindWithRoot("SVMExecution"));
     EXPECT_EQ(report.outcome, Outcome::Failure);
     ASSERT_EQ(report.devices.size(), 1u);
     EXPECT_EQ(report.devices.front().getErrorMsg(), "Signature is not valid");
 }
 
-TEST(ReportReader, OneFailedDeviceMakesTheUpdateFail) {
+TEST(ReportReader, ReportsAFailureIfOneDeviceFailed) {
     const Report report = reportIn(updateHolding(
         R"(<Device componentID="C1"><Application><SPStatus result="true"><Message id="0">A</Message></SPStatus>)"
         R"(</Application></Device><SPStatus result="false"><Message id="1">B</Message></SPStatus>)"));
@@ -127,7 +135,7 @@ TEST(ReportReader, OneFailedDeviceMakesTheUpdateFail) {
     EXPECT_FALSE(isSuccess(report.devices[1]));
 }
 
-TEST(ReportReader, ADeviceCountsAsUpdatedOnlyWhereTheReportSaysSo) {
+TEST(ReportReader, CountsADeviceAsUpdatedOnlyIfTheReportSaysSo) {
     EXPECT_EQ(
         reportIn(updateHolding(R"(<Device componentID="C1"><Application version="1"/></Device>)")).outcome,
         Outcome::Failure);
@@ -141,14 +149,14 @@ TEST(ReportReader, ADeviceCountsAsUpdatedOnlyWhereTheReportSaysSo) {
               Outcome::Failure);
 }
 
-TEST(ReportReader, AnUpdatesResultIsReadInAnyCase) {
+TEST(ReportReader, IgnoresTheCaseOfAResult) {
     EXPECT_EQ(reportIn(updateHolding(R"(<Device componentID="C1"><Application><SPStatus result="TRUE"/>)"
                                      R"(</Application></Device>)"))
                   .outcome,
               Outcome::Success);
 }
 
-TEST(ReportReader, TheFirstMessageOfAStatusIsTheOne) {
+TEST(ReportReader, TakesTheFirstMessageOfAStatus) {
     const Report report = reportIn(updateHolding(R"(<SPStatus result="false"><Message id="1">first</Message>)"
                                                  R"(<Message id="2">second</Message></SPStatus>)"));
     ASSERT_EQ(report.devices.size(), 1u);
@@ -173,44 +181,44 @@ TEST(ReportReader, ReadsThePciDeviceOfAnUpdate) {
 TEST(ReportReader, SplitsTwoDocumentsAtTheSecondDeclaration) {
     const std::vector<Report> reports = reportsIn("both", kInventory + kUpdate);
     ASSERT_EQ(reports.size(), 2u);
-    EXPECT_EQ(reports[0].operation, Operation::Inventory);
+    EXPECT_EQ(operationOf(reports[0]), "inventory");
     EXPECT_EQ(reports[0].outcome, Outcome::Success);
-    EXPECT_EQ(reports[1].operation, Operation::Update);
+    EXPECT_EQ(operationOf(reports[1]), "update");
     EXPECT_EQ(reports[1].outcome, Outcome::Success);
     EXPECT_EQ(reports[1].file, "both");
 }
 
-TEST(ReportReader, ADamagedDocumentDoesNotSpoilTheOther) {
+TEST(ReportReader, ReadsTheOtherDocumentIfOneIsDamaged) {
     const std::vector<Report> reports = reportsIn("both", failureIn("SVMInventory", "a & b") + kUpdate);
     ASSERT_EQ(reports.size(), 2u);
     EXPECT_EQ(reports[0].outcome, Outcome::Damaged);
     EXPECT_EQ(reports[1].outcome, Outcome::Success);
 }
 
-TEST(ReportReader, AThirdDocumentIsDamage) {
+TEST(ReportReader, ReportsAThirdDocumentAsDamage) {
     const std::vector<Report> reports = reportsIn("file", kInventory + kUpdate + kUpdate);
     ASSERT_EQ(reports.size(), 2u);
     EXPECT_EQ(reports[1].outcome, Outcome::Damaged);
 }
 
-TEST(ReportReader, ShowsTheTextOfAReportThatAValueHasBroken) {
+TEST(ReportReader, KeepsTheTextOfAReportThatAValueBroke) {
     const std::string text = failureIn("SVMExecution", "chassis \"rack <4> & co\" refused");
     const Report report = reportIn(text);
-    EXPECT_EQ(report.operation, Operation::Update);
+    EXPECT_EQ(report.kind, kindWithRoot("SVMExecution"));
     EXPECT_EQ(report.outcome, Outcome::Damaged);
     EXPECT_TRUE(report.problem.starts_with("not well-formed XML, line 1: ")) << report.problem;
     EXPECT_EQ(report.text, text);
     EXPECT_TRUE(report.devices.empty());
 }
 
-TEST(ReportReader, AReportThatBreaksOffAnywhereIsNeverASuccess) {
+TEST(ReportReader, NeverReportsASuccessForATruncatedReport) {
     for (std::size_t length = 0; length < kUpdate.size(); ++length) {
         const Report report = reportIn(kUpdate.substr(0, length));
         EXPECT_TRUE(report.outcome == Outcome::Damaged || report.outcome == Outcome::Unreadable) << length;
     }
 }
 
-TEST(ReportReader, AnythingElseIsUnreadable) {
+TEST(ReportReader, ReportsEverythingElseAsUnreadable) {
     const std::vector<std::pair<std::string, std::string>> cases{
         {"", "is empty"},
         {"hello", "not well-formed XML, line 1: Start tag expected, '<' not found"},
@@ -222,20 +230,20 @@ TEST(ReportReader, AnythingElseIsUnreadable) {
     for (const auto& [text, problem] : cases) {
         const Report report = reportIn(text);
         EXPECT_EQ(report.outcome, Outcome::Unreadable) << text;
-        EXPECT_EQ(report.operation, Operation::Unknown) << text;
+        EXPECT_EQ(report.kind, nullptr) << text;
         EXPECT_EQ(report.problem, problem);
         EXPECT_EQ(report.text, "");
     }
 }
 
-TEST(ReportReader, EntitiesOfADocumentTypeAreNeverExpanded) {
+TEST(ReportReader, NeverExpandsEntities) {
     const Report report = reportIn(R"(<!DOCTYPE SVMInventory [<!ENTITY e SYSTEM "/etc/hostname">]>)"
                                    R"(<SVMInventory><Device display="&e;"/></SVMInventory>)");
     EXPECT_NE(report.outcome, Outcome::Success);
     EXPECT_TRUE(report.devices.empty());
 }
 
-TEST(ReportReader, AFileThatCannotBeReadIsUnreadable) {
+TEST(ReportReader, ReportsAMissingFileAsUnreadable) {
     const test::TempDir folder;
     const std::vector<Report> reports = readReports((folder / "none.xml").string());
     ASSERT_EQ(reports.size(), 1u);
@@ -251,4 +259,4 @@ TEST(ReportReader, ReadsAFile) {
 }
 
 }  // namespace
-}  // namespace tools
+}  // namespace qrxinspect

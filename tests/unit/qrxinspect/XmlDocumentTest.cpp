@@ -3,15 +3,15 @@
 
 #include <gtest/gtest.h>
 
-namespace tools {
+namespace qrxinspect {
 namespace {
 
 std::string problemWith(std::string_view text) {
-    const Result<XmlDocPtr> document = parseDocument(text);
-    return document ? "parsed" : document.problem().message;
+    const vtek::Result<XmlDocPtr> document = parseDocument(text);
+    return document ? "parsed" : document.error().message;
 }
 
-TEST(XmlDocument, TellsTheLineOfWhatIsNotWellFormed) {
+TEST(XmlDocument, ReportsTheLineOfAnError) {
     EXPECT_EQ(problemWith("<a>\n<b></a>"),
               "not well-formed XML, line 2: Opening and ending tag mismatch: b line 2 and a");
     EXPECT_EQ(problemWith("hello"), "not well-formed XML, line 1: Start tag expected, '<' not found");
@@ -26,7 +26,7 @@ TEST(XmlDocument, RefusesADocumentTypeDeclaration) {
     test::writeFile(folder / "secret", "secret");
     EXPECT_EQ(
         problemWith("<!DOCTYPE a [<!ENTITY e SYSTEM \"" + (folder / "secret").string() + "\">]><a>&e;</a>"),
-        "carries a document type declaration");
+        "has a document type declaration");
 }
 
 TEST(XmlDocument, PrintsNothingForBadInput) {
@@ -37,14 +37,14 @@ TEST(XmlDocument, PrintsNothingForBadInput) {
 
 TEST(XmlDocument, RefusesAnotherRoot) {
     EXPECT_TRUE(parseDocumentOf("<a/>", "a"));
-    EXPECT_EQ(parseDocumentOf("<b/>", "a").problem().message, "the root element is \"b\", not \"a\"");
-    EXPECT_EQ(parseDocumentOf("<a xmlns=\"urn:x\"/>", "a").problem().message,
+    EXPECT_EQ(parseDocumentOf("<b/>", "a").error().message, "the root element is \"b\", not \"a\"");
+    EXPECT_EQ(parseDocumentOf("<a xmlns=\"urn:x\"/>", "a").error().message,
               "the root element is \"{urn:x}a\", not \"a\"");
-    EXPECT_EQ(parseDocumentOf("", "a").problem().message, "is empty");
+    EXPECT_EQ(parseDocumentOf("", "a").error().message, "is empty");
 }
 
 TEST(XmlDocument, WalksElementsOnly) {
-    const Result<XmlDocPtr> document = parseDocument("<a> <!-- c --><b/>text<?p i?><d/><b/></a>");
+    const vtek::Result<XmlDocPtr> document = parseDocument("<a> <!-- c --><b/>text<?p i?><d/><b/></a>");
     ASSERT_TRUE(document);
     const xmlNode& root = *xmlDocGetRootElement(document->get());
     EXPECT_EQ(childElements(root).size(), 3u);
@@ -53,7 +53,7 @@ TEST(XmlDocument, WalksElementsOnly) {
 }
 
 TEST(XmlDocument, ReadsAttributesTextsAndLines) {
-    const Result<XmlDocPtr> document =
+    const vtek::Result<XmlDocPtr> document =
         parseDocument("<a x=\"1 &lt; 2\" empty=\"\">\n\n<b>one<c>two</c></b></a>");
     ASSERT_TRUE(document);
     const xmlNode& root = *xmlDocGetRootElement(document->get());
@@ -66,10 +66,11 @@ TEST(XmlDocument, ReadsAttributesTextsAndLines) {
 }
 
 TEST(XmlDocument, CountsLinesBeyondSixteenBits) {
-    const Result<XmlDocPtr> document = parseDocument("<a>" + std::string(70'000, '\n') + "<b>text</b></a>");
+    const vtek::Result<XmlDocPtr> document =
+        parseDocument("<a>" + std::string(70'000, '\n') + "<b>text</b></a>");
     ASSERT_TRUE(document);
     EXPECT_EQ(lineOf(*childElements(*xmlDocGetRootElement(document->get())).front()), 70'001);
 }
 
 }  // namespace
-}  // namespace tools
+}  // namespace qrxinspect

@@ -1,52 +1,36 @@
-#include "CommandTree.h"
-#include "Describe.h"
+#include "common/Describe.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <string>
-#include <vector>
 
 namespace tools {
 namespace {
 
+using testing::HasSubstr;
+using testing::Not;
+
 /** A tool that has something of everything that is described. */
-class Describe : public testing::Test {
-protected:
-    Describe() {
-        tool_.require_subcommand(1);
-        tool_.add_option("-r,--root", text_, "the root folder.")->type_name("ROOT_FOLDER");
-        addDescribe(tool_);
-        CLI::App& command = *tool_.add_subcommand("trust", "")->add_subcommand("add", "trust a_file");
-        command.add_option("file", text_, "back\\slash")->required()->type_name("FILE");
-        command.add_option("more", texts_, "more files")->type_name("FILE");
-        command.add_option("last", text_, "one more")->type_name("FILE");
-        command.add_flag("--json", flag_, "print JSON");
-        command.footer("May take_long");
-        tool_.add_subcommand("init", "begin");
-        tool_.footer("Exit status: 0 done; 74 *nothing* was printed.");
-    }
+CommandTree toolTree() {
+    const OptionText help{{"-h", "--help"}, "", "Print this help message and exit", false, false};
+    CommandTree add{"add", "tool trust add", "trust a_file", "May take_long", {}, {}, {}};
+    add.options = {help,
+                   {{"--json"}, "", "print JSON", false, false},
+                   {{"--format"}, "tar|zip", "the format", false, false},
+                   {{"--days"}, "DAYS", "how long", false, false}};
+    add.operands = {{{"file"}, "FILE", "back\\slash", true, false},
+                    {{"more"}, "FILE", "more files", false, true},
+                    {{"last"}, "FILE", "one more", false, false}};
+    CommandTree trust{"trust", "tool trust", "", "", {help}, {}, {add}};
+    CommandTree init{"init", "tool init", "begin", "", {help}, {}, {}};
+    CommandTree tool{"tool", "tool", "", "Exit status: 0 done; 74 *nothing* was printed.", {}, {}, {}};
+    tool.options = {help, {{"-r", "--root"}, "ROOT_FOLDER", "the root folder.", false, false}};
+    tool.commands = {trust, init};
+    return tool;
+}
 
-    /** What the tool answers; empty when it does not take the command line. */
-    std::string answerTo(const std::string& commandLine) {
-        try {
-            tool_.parse(commandLine);
-        } catch (const CLI::CallForVersion& answer) {
-            EXPECT_EQ(answer.get_exit_code(), 0);
-            return answer.what();
-        } catch (const CLI::ParseError&) {
-            return "";
-        }
-        return "";
-    }
-
-    std::string text_;
-    std::vector<std::string> texts_;
-    bool flag_ = false;
-    CLI::App tool_{"", "tool"};
-};
-
-TEST_F(Describe, AManualPageSaysWhatHelpSays) {
-    EXPECT_EQ(manualText(tool_), R"(# OPTIONS
+TEST(Describe, WritesTheManualPageLikeTheHelp) {
+    EXPECT_EQ(manualText(toolTree()), R"(# OPTIONS
 
 *-h*, *--help*
 	Print this help message and exit.
@@ -72,6 +56,12 @@ _LAST_
 *--json*
 	Print JSON.
 
+*--format* _tar|zip_
+	The format.
+
+*--days* _DAYS_
+	How long.
+
 May take\_long
 
 ## tool init
@@ -83,15 +73,18 @@ Begin.
 0 done; 74 \*nothing\* was printed.)");
 }
 
-TEST_F(Describe, IsAnsweredAtOnceWhateverElseIsAskedForOrFollows) {
-    EXPECT_EQ(answerTo("--describe scdoc"), manualText(tool_));
-    EXPECT_EQ(answerTo("--describe bash"), bashCompletion(tool_));
-    EXPECT_EQ(answerTo("--describe bash --root"), bashCompletion(tool_)) << "a value is missing";
-}
-
-TEST_F(Describe, KnowsTwoFormsAndIsNotShown) {
-    EXPECT_EQ(answerTo("--describe page"), "");
-    EXPECT_EQ(tool_.help().find("--describe"), std::string::npos);
+TEST(Describe, WritesTheTablesOfTheCompletion) {
+    const std::string script = bashCompletion(toolTree());
+    EXPECT_THAT(script, HasSubstr("    local -A commands=(\n"
+                                  "        ['tool']='trust init'\n"
+                                  "        ['tool trust']='add'\n"
+                                  "    )\n"));
+    EXPECT_THAT(script, HasSubstr("['tool trust add']='-h --help --json --format --days'\n"));
+    EXPECT_THAT(script, HasSubstr("['tool trust add --format']='tar zip'\n"));
+    EXPECT_THAT(script, HasSubstr("['tool trust add --days']='NOTHING'\n"));
+    EXPECT_THAT(script, HasSubstr("['tool trust add']='FILE'\n"));
+    EXPECT_THAT(script, Not(HasSubstr("--json']")));
+    EXPECT_THAT(script, HasSubstr("complete -F _tool tool"));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "Printable.h"
+#include "common/Printable.h"
 
 #include <gtest/gtest.h>
 
@@ -7,13 +7,13 @@ using namespace std::string_literals;
 namespace tools {
 namespace {
 
-TEST(Printable, LeavesOrdinaryTextAsItIs) {
+TEST(Printable, KeepsOrdinaryText) {
     EXPECT_EQ(toPrintable(""), "");
     EXPECT_EQ(toPrintable("plain \\text\\ \"<&'~"), "plain \\text\\ \"<&'~");
     EXPECT_EQ(toPrintable("Gehäuse €  \U0001F600"), "Gehäuse €  \U0001F600");
 }
 
-TEST(Printable, EscapesWhatDrivesATerminal) {
+TEST(Printable, EscapesControlCharacters) {
     EXPECT_EQ(toPrintable("\x1b[31mred\x1b]0;title\x07"), "\\x1b[31mred\\x1b]0;title\\x07");
     EXPECT_EQ(toPrintable("a\nb\rc\td"), "a\\nb\\rc\\td");
     EXPECT_EQ(toPrintable("\0\x7f"s), "\\x00\\x7f");
@@ -23,7 +23,7 @@ TEST(Printable, EscapesWhatDrivesATerminal) {
     EXPECT_EQ(toPrintable("\xc2\x80\xc2\x9f\xc2\xa1"), "\\u0080\\u009f\xc2\xa1");
 }
 
-TEST(Printable, EscapesWhatTurnsTheReadingDirectionOrCannotBeSeen) {
+TEST(Printable, EscapesInvisibleCharacters) {
     EXPECT_EQ(toPrintable("a\u202eb\u2066c\u200bd\ufeff"), "a\\u202eb\\u2066c\\u200bd\\ufeff");
     EXPECT_EQ(toPrintable("a\u2028b\u061c"), "a\\u2028b\\u061c");
     EXPECT_EQ(toPrintable("\U000e0041"), "\\ue0041");
@@ -65,7 +65,7 @@ TEST(Printable, ReadsNothingBeyondTheText) {
     EXPECT_EQ(toPrintable(std::string_view("\xe2\x82\xac").substr(0, 2)), "\\xe2\\x82");
 }
 
-TEST(Printable, CountsCharactersNotBytes) {
+TEST(Printable, CountsCharacters) {
     EXPECT_EQ(columnsOf(""), 0u);
     EXPECT_EQ(columnsOf("abc"), 3u);
     EXPECT_EQ(columnsOf("Gehäuse €"), 9u);

@@ -1,8 +1,8 @@
 // Every call to another library that a command of vtekctl makes, failing in a run of its own: the command
 // does all that it is asked to, or says that it failed and has changed nothing.
-#include "Application.h"
 #include "FailingCalls.h"
 #include "Lab.h"
+#include "Vtekctl.h"
 #include "payload/Payload.h"
 #include "trust/Signature.h"
 #include "trust/TrustStore.h"
@@ -31,6 +31,9 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 using Words = std::vector<std::string>;
+
+constexpr int kDone = static_cast<int>(tools::ExitStatus::Success);
+constexpr int kOutput = static_cast<int>(tools::ExitStatus::Output);
 
 /** How a run of vtekctl ended. */
 struct Ended {
@@ -71,7 +74,7 @@ protected:
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
         const auto work = [&] {
-            return tools::runApplication(static_cast<int>(arguments.size()), arguments.data());
+            return vtekctl::run(static_cast<int>(arguments.size()), arguments.data(), std::cout, std::cerr);
         };
         const int status = failing == nullptr ? work() : failing->in(work);
         std::cout.clear();
@@ -82,11 +85,11 @@ protected:
     /** Whatever goes wrong is said, with its number or as what it is. */
     static void expectSaid(const Ended& ended, const FailingCalls& failing) {
         SCOPED_TRACE(failing.name());
-        EXPECT_EQ(ended.status != tools::kDone, !ended.error.empty()) << ended.error;
-        EXPECT_TRUE(ended.status == tools::kDone || failing.happened()) << ended.error;
-        if (ended.status == tools::kOutput) {
+        EXPECT_EQ(ended.status != kDone, !ended.error.empty()) << ended.error;
+        EXPECT_TRUE(ended.status == kDone || failing.happened()) << ended.error;
+        if (ended.status == kOutput) {
             EXPECT_THAT(ended.error, HasSubstr("standard output could not be written"));
-        } else if (ended.status != tools::kDone) {
+        } else if (ended.status != kDone) {
             EXPECT_THAT(ended.error, HasSubstr(" (error "));
             EXPECT_THAT(ended.error, HasSubstr("hint: "));
         }
@@ -99,7 +102,7 @@ protected:
         do {
             const Ended ended = run(words, &failing);
             expectSaid(ended, failing);
-            EXPECT_TRUE(ended.status != tools::kDone || ended.output == whole) << failing.name();
+            EXPECT_TRUE(ended.status != kDone || ended.output == whole) << failing.name();
         } while (failing.happened());
     }
 
@@ -135,7 +138,7 @@ protected:
     void expectChangedOrFailed(const Words& words) {
         restore();
         const std::string before = state();
-        EXPECT_EQ(run(words).status, tools::kDone);
+        EXPECT_EQ(run(words).status, kDone);
         const std::string after = state();
         ASSERT_NE(before, after);
         FailingCalls failing(GetParam());
@@ -143,7 +146,7 @@ protected:
             restore();
             const Ended ended = run(words, &failing);
             expectSaid(ended, failing);
-            const bool isDone = ended.status == tools::kDone || ended.status == tools::kOutput;
+            const bool isDone = ended.status == kDone || ended.status == kOutput;
             const std::string failed = failing.name();
             // Whether the disk has taken a commit, or a renamed file, cannot be told.
             EXPECT_TRUE(state() == (isDone ? after : before) || failed == "fdatasync" || failed == "fsync")
@@ -163,7 +166,7 @@ protected:
             const Ended ended = run(words, &failing);
             expectSaid(ended, failing);
             SCOPED_TRACE(failing.name());
-            const bool isDone = ended.status == tools::kDone || ended.status == tools::kOutput;
+            const bool isDone = ended.status == kDone || ended.status == kOutput;
             if (isDone || fs::exists(made)) {
                 check(made);
             }
@@ -198,32 +201,32 @@ void expectPayload(const std::string& path) {
     EXPECT_TRUE(vtek::checkSignatureFits(*payload));
 }
 
-TEST_P(CommandFailure, OfShow) {
+TEST_P(CommandFailure, ReportsFailuresOfShow) {
     expectSameOrFailed({"show"});
     expectSameOrFailed({"show", "--json"});
 }
 
-TEST_P(CommandFailure, OfSet) {
+TEST_P(CommandFailure, ReportsFailuresOfSet) {
     expectSameOrFailed({"set"});
     expectChangedOrFailed({"set", "chassis-type", "OTHER"});
 }
 
-TEST_P(CommandFailure, OfAnOverride) {
+TEST_P(CommandFailure, ReportsFailuresOfAnOverride) {
     expectChangedOrFailed({"set", "allow-version", "1.00"});
 }
 
-TEST_P(CommandFailure, OfTheInventory) {
+TEST_P(CommandFailure, ReportsFailuresOfTheInventory) {
     expectSameOrFailed({"inventory", "export"});
     expectChangedOrFailed({"inventory", "add", "1", "1.00"});
     expectChangedOrFailed({"inventory", "remove", "25227"});
 }
 
-TEST_P(CommandFailure, OfAnImport) {
+TEST_P(CommandFailure, ReportsFailuresOfAnImport) {
     test::writeFile(file("in.xml"), "<SVMInventory><Device componentID='1'/></SVMInventory>");
     expectChangedOrFailed({"inventory", "import", file("in.xml")});
 }
 
-TEST_P(CommandFailure, OfTrust) {
+TEST_P(CommandFailure, ReportsFailuresOfTrust) {
     expectSameOrFailed({"trust", "list"});
     expectChangedOrFailed({"trust", "add", file("authority.pem"), "--name", "other.pem"});
     lab_.trust("other.pem", vtek::toPem(lab_.authority().certificate.get()));
@@ -231,33 +234,33 @@ TEST_P(CommandFailure, OfTrust) {
     expectChangedOrFailed({"trust", "remove", "other.pem"});
 }
 
-TEST_P(CommandFailure, OfVerify) {
+TEST_P(CommandFailure, ReportsFailuresOfVerify) {
     expectSameOrFailed({"verify", lab_.payload()});
     expectSameOrFailed({"verify", "--json", lab_.payload()});
 }
 
-TEST_P(CommandFailure, OfAPlan) {
+TEST_P(CommandFailure, ReportsFailuresOfAPlan) {
     expectSameOrFailed({"verify", "--plan", lab_.package()});
     expectSameOrFailed({"verify", "--plan", lab_.package(), "--json"});
 }
 
-TEST_P(CommandFailure, OfHistory) {
+TEST_P(CommandFailure, ReportsFailuresOfHistory) {
     ASSERT_EQ(lab_.update({}, std::time(nullptr)), (test::UpdateOutcome{"done"}));
     expectSameOrFailed({"history"});
     expectSameOrFailed({"history", "--json"});
 }
 
-TEST_P(CommandFailure, OfARollback) {
+TEST_P(CommandFailure, ReportsFailuresOfARollback) {
     ASSERT_EQ(lab_.update({}, std::time(nullptr)), (test::UpdateOutcome{"done"}));
     keep();
     expectChangedOrFailed({"rollback"});
 }
 
-TEST_P(CommandFailure, OfRecovery) {
+TEST_P(CommandFailure, ReportsFailuresOfRecovery) {
     expectSameOrFailed({"recover"});
 }
 
-TEST_P(CommandFailure, OfInit) {
+TEST_P(CommandFailure, ReportsFailuresOfInit) {
     const auto made = fs::path(file("out/chassis"));
     FailingCalls failing(GetParam());
     do {
@@ -265,27 +268,27 @@ TEST_P(CommandFailure, OfInit) {
         fs::create_directories(made.parent_path());
         const Ended ended = run({"--root", made, "init"}, &failing);
         expectSaid(ended, failing);
-        if (ended.status == tools::kDone || ended.status == tools::kOutput) {
-            EXPECT_EQ(run({"--root", made, "show"}).status, tools::kDone) << failing.name();
+        if (ended.status == kDone || ended.status == kOutput) {
+            EXPECT_EQ(run({"--root", made, "show"}).status, kDone) << failing.name();
         }
     } while (failing.happened());
 }
 
-TEST_P(CommandFailure, OfKeygen) {
+TEST_P(CommandFailure, ReportsFailuresOfKeygen) {
     const auto keys = file("out/keys");
     expectMadeOrFailed({"keygen", keys}, keys, expectWholePem);
     const fs::directory_iterator made(keys);
     EXPECT_EQ(std::distance(begin(made), end(made)), 5);
 }
 
-TEST_P(CommandFailure, OfSign) {
+TEST_P(CommandFailure, ReportsFailuresOfSign) {
     Words words = recipe();
     words.insert(words.begin(), "sign");
     words.insert(words.end(), {"-o", file("out/firmware.fwp")});
     expectMadeOrFailed(words, file("out/firmware.fwp"), expectPayload);
 }
 
-TEST_P(CommandFailure, OfPack) {
+TEST_P(CommandFailure, ReportsFailuresOfPack) {
     Words words = recipe();
     words.insert(words.begin(), "pack");
     words.insert(words.end(), {"-o", file("out/package"), "--template", lab_.aside()});

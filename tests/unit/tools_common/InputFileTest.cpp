@@ -1,5 +1,5 @@
-#include "InputFile.h"
 #include "TempDir.h"
+#include "common/InputFile.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -10,15 +10,15 @@ namespace tools {
 namespace {
 
 std::string problemWith(const std::filesystem::path& path) {
-    const Result<std::string> content = readInput(path.string());
-    return content ? "read" : content.problem().message;
+    const vtek::Result<std::string> content = readInput(path.string(), "");
+    return content ? "read" : content.error().message;
 }
 
 TEST(InputFile, ReadsEveryByte) {
     const test::TempDir folder;
     const std::string bytes("a\0b\xff\n", 5);
     test::writeFile(folder / "file", bytes);
-    const Result<std::string> content = readInput((folder / "file").string());
+    const vtek::Result<std::string> content = readInput((folder / "file").string(), "file");
     ASSERT_TRUE(content);
     EXPECT_EQ(*content, bytes);
 }
@@ -26,7 +26,7 @@ TEST(InputFile, ReadsEveryByte) {
 TEST(InputFile, ReadsAFileOfTheLimit) {
     const test::TempDir folder;
     test::writeFile(folder / "file", std::string(kInputLimit, 'x'));
-    const Result<std::string> content = readInput((folder / "file").string());
+    const vtek::Result<std::string> content = readInput((folder / "file").string(), "file");
     ASSERT_TRUE(content);
     EXPECT_EQ(content->size(), kInputLimit);
 }
@@ -56,7 +56,16 @@ TEST(InputFile, RefusesAFolderAndADevice) {
     EXPECT_EQ(problemWith("/dev/zero"), "is not a regular file");
 }
 
-TEST(InputFile, TellsOfAFileThatIsNotThere) {
+TEST(InputFile, NamesTheFileAsTheCallerShowsIt) {
+    const test::TempDir folder;
+    test::writeFile(folder / "large", std::string(kInputLimit + 1, 'x'));
+    EXPECT_EQ(readInput((folder / "large").string(), "a").error().message, "a is larger than 16 MiB");
+    EXPECT_EQ(readInput(folder.path().string(), "a").error().message, "a is not a regular file");
+    EXPECT_EQ(readInput((folder / "none").string(), "a").error().message,
+              "open a: No such file or directory");
+}
+
+TEST(InputFile, ReportsAMissingFile) {
     const test::TempDir folder;
     EXPECT_EQ(problemWith(folder / "none"), "No such file or directory");
     EXPECT_EQ(problemWith(""), "No such file or directory");

@@ -1,4 +1,4 @@
-#include "Workshop.h"
+#include "StagingFolder.h"
 
 #include "base/File.h"
 #include "base/Tree.h"
@@ -9,8 +9,7 @@
 
 #include <cerrno>
 
-namespace tools {
-
+namespace vtekctl {
 namespace {
 
 using vtek::ErrorNumber;
@@ -23,15 +22,15 @@ fs::path folderOf(const fs::path& target) {
 
 }  // namespace
 
-vtek::Result<Workshop> Workshop::beside(const fs::path& target) {
+vtek::Result<StagingFolder> StagingFolder::nextTo(const fs::path& target) {
     std::string path = (folderOf(target) / ".vtekctl-XXXXXX").string();
     if (mkdtemp(path.data()) == nullptr) {
         return systemError(ErrorNumber::InvalidArgument, "write to " + folderOf(target).string());
     }
-    return Workshop(path);
+    return StagingFolder(path);
 }
 
-Workshop::~Workshop() {
+StagingFolder::~StagingFolder() {
     std::error_code ignored;
     if (!path_.empty()) {
         fs::remove_all(path_, ignored);
@@ -57,4 +56,4 @@ vtek::Status publish(const fs::path& made, const fs::path& target, Existing exis
     return {};
 }
 
-}  // namespace tools
+}  // namespace vtekctl

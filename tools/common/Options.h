@@ -17,16 +17,16 @@ public:
     explicit Option(CLI::Option* option) : option_(option) {}
 
     Option& required();
-    /** What the value is, in help and completion: FILE, FOLDER, COMMAND, a|b|c or another word. */
+    /** What help and completion say of the value: FILE, FOLDER, COMMAND, a|b|c or another word. */
     Option& takes(const std::string& kind);
     Option& within(int low, int high);
     Option& oneOf(const std::vector<std::string>& values);
     Option& needs(const Option& other);
     Option& excludes(const Option& other);
-    /** Help shows the value that holds without the option. */
+    /** Help shows the default. */
     Option& showsDefault();
 
-    /** Whether the command line has it; after parsing. */
+    /** Whether the command line has it. Only after parsing. */
     bool isGiven() const;
 
 private:
@@ -34,9 +34,8 @@ private:
 };
 
 /**
- * Where a command declares what it takes; the values arrive when the command line is parsed. A name without a
- * dash is that of an operand. Only this class's source sees the parser, whose header takes the compiler half
- * a minute wherever it is used.
+ * Where a command declares its options and operands; parsing sets the values. A name without a dash declares
+ * an operand. Commands never see the parser library: its header takes the compiler half a minute.
  */
 class Options {
 public:
@@ -47,10 +46,10 @@ public:
     Option value(const std::string& names, int& value, const std::string& help);
     Option values(const std::string& names, std::vector<std::string>& values, const std::string& help);
 
-    /** One that is declared already. */
+    /** An option that is declared already. */
     Option named(const std::string& name);
 
-    /** What help says after the options. */
+    /** The paragraph of help after the options. */
     void footer(const std::string& text);
 
 private:

@@ -1,9 +1,15 @@
-#include "ExecutionReader.h"
+#include "DocumentReaders.h"
 
+#include "DeviceInventoryInfo.h"
 #include "XmlDocument.h"
 #include "XmlReading.h"
 
-namespace tools {
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <utility>
+
+namespace qrxinspect {
 namespace {
 
 /** Takes outcome and message from a status element; its first child holds the message. */
@@ -31,6 +37,7 @@ void readIdentity(const xmlNode& element, CDeviceInfo& device) {
     device.setDeviceType(CDeviceInfo::PCI_DEVICE);
 }
 
+/** A device without a status keeps the status of a new record, a failure: only "true" is a success. */
 CDeviceInfo readDevice(const xmlNode& element) {
     CDeviceInfo device;
     readIdentity(element, device);
@@ -47,10 +54,23 @@ CDeviceInfo readDevice(const xmlNode& element) {
     return device;
 }
 
-}  // namespace
+/** The base utilities' own reader decides. A failure in the document is one of all its devices. */
+void readInventory(XmlDocPtr document, Report& report) {
+    CDeviceInventoryInfo inventory(std::move(document));
+    for (CDeviceInfo* record : inventory.GetDeviceInfo()) {
+        report.devices.push_back(*std::unique_ptr<CDeviceInfo>(record));
+    }
+    std::string message;
+    if (inventory.GetInventoryStatus(message)) {
+        // The reader leaves the status of a successful record as a new one has it, a failure.
+        for (CDeviceInfo& device : report.devices) {
+            device.setStatus(0);
+        }
+    }
+}
 
-void readExecution(const xmlNode& root, Report& report) {
-    for (const xmlNode* element : childElements(root)) {
+void readUpdate(XmlDocPtr document, Report& report) {
+    for (const xmlNode* element : childElements(*xmlDocGetRootElement(document.get()))) {
         if (isNamed(*element, "Device")) {
             report.devices.push_back(readDevice(*element));
         } else if (isNamed(*element, "SPStatus")) {
@@ -63,4 +83,21 @@ void readExecution(const xmlNode& root, Report& report) {
     }
 }
 
-}  // namespace tools
+constexpr std::array kKinds{
+    ReportKind{"SVMInventory", "inventory", "Inventory", readInventory},
+    ReportKind{"SVMExecution", "update", "Update", readUpdate},
+};
+
+}  // namespace
+
+std::span<const ReportKind> reportKinds() {
+    return kKinds;
+}
+
+const ReportKind* kindWithRoot(std::string_view rootElement) {
+    const auto kind = std::find_if(kKinds.begin(), kKinds.end(),
+                                   [&](const ReportKind& row) { return row.rootElement == rootElement; });
+    return kind == kKinds.end() ? nullptr : &*kind;
+}
+
+}  // namespace qrxinspect
