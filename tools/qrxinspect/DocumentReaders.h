@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Report.h"
-#include "XmlHandles.h"
+#include "XmlReading.h"
 
 #include <span>
 #include <string_view>
