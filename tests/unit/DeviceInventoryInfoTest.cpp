@@ -269,8 +269,7 @@ TEST_F(DeviceInventoryInfo, SwitchesBlankTextNodesOffForTheProcess) {
 TEST_F(DeviceInventoryInfo, ReadsTheMessageOfAnIndentedResult) {
     xmlKeepBlanksDefault(1);
     CDeviceInventoryInfo reader(file_.string());
-    setInventory(
-        "\n  <SPStatus result=\"false\">\n    <Message id=\"1\">bad</Message>\n  </SPStatus>\n");
+    setInventory("\n  <SPStatus result=\"false\">\n    <Message id=\"1\">bad</Message>\n  </SPStatus>\n");
     reader.GetDeviceInfo();
     std::string message;
     EXPECT_FALSE(reader.GetInventoryStatus(message));

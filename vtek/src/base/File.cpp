@@ -84,7 +84,8 @@ Result<RegularFile> openRegularFile(int folder, const std::string& path, Links l
     const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | (links == Links::Refused ? O_NOFOLLOW : 0);
     RegularFile file{openAt(folder, path, flags), {}};
     if (!file.fd || fstat(file.fd.get(), &file.info) != 0) {
-        return shown.empty() ? Error{onFailure, std::strerror(errno)} : systemError(onFailure, "open " + shown);
+        return shown.empty() ? Error{onFailure, std::strerror(errno)}
+                             : systemError(onFailure, "open " + shown);
     }
     if (!S_ISREG(file.info.st_mode)) {
         return Error{onFailure, shown + (shown.empty() ? "" : " ") + "is not a regular file"};
