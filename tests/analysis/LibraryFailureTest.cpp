@@ -10,9 +10,6 @@
 namespace test {
 namespace {
 
-constexpr const char* kFoundReport = "inventory-success/expected/after/report.xml";
-constexpr const char* kNotFoundReport = "inventory-malformed-document/expected/after/report.xml";
-
 class LibraryFailure : public testing::Test {
 protected:
     Outcome runPreloaded(const std::string& library, const std::vector<std::string>& arguments,
@@ -32,6 +29,12 @@ protected:
         EXPECT_EQ(outcome.output, "");
     }
 
+    std::string foundReport() const { return place_.readCase("inventory-success").at("after/report.xml"); }
+
+    std::string notFoundReport() const {
+        return place_.readCase("inventory-malformed-document").at("after/report.xml");
+    }
+
     std::string report() const { return readFile(place_.directory() / "report.xml"); }
 
     /** The messages of the debug log that come from the readers. */
@@ -44,26 +47,26 @@ protected:
 
 TEST_F(LibraryFailure, TreatsAnUnparsedPackageAsMalformed) {
     runInventory("xmlParseFile");
-    EXPECT_EQ(report(), place_.expected("package-malformed-inventory/expected/after/report.xml"));
-    EXPECT_EQ(place_.log(), place_.expected("package-malformed-inventory/expected/after/debug.log"));
+    EXPECT_EQ(report(), place_.readCase("package-malformed-inventory").at("after/report.xml"));
+    EXPECT_EQ(place_.log(), place_.readCase("package-malformed-inventory").at("after/debug.log"));
 }
 
 TEST_F(LibraryFailure, TreatsAnUnparsedInventoryAsMalformed) {
     runInventory("xmlParseMemory");
-    EXPECT_EQ(report(), place_.expected(kNotFoundReport));
-    EXPECT_EQ(place_.log(), place_.expected("inventory-malformed-document/expected/after/debug.log"));
+    EXPECT_EQ(report(), notFoundReport());
+    EXPECT_EQ(place_.log(), place_.readCase("inventory-malformed-document").at("after/debug.log"));
 }
 
 TEST_F(LibraryFailure, ReadsNothingFromThePackageWithoutAContext) {
     runInventory("xmlXPathNewContext:1");
-    EXPECT_EQ(report(), place_.expected(kNotFoundReport));
+    EXPECT_EQ(report(), notFoundReport());
     EXPECT_TRUE(logs("CSoftwareComponentInfo::GetNodeSet() Error in xmlXPathNewContext"));
     EXPECT_TRUE(logs("Record Not Found : ComponentID is "));
 }
 
 TEST_F(LibraryFailure, FindsNoRecordWithoutAContext) {
     runInventory("xmlXPathNewContext:2");
-    EXPECT_EQ(report(), place_.expected(kNotFoundReport));
+    EXPECT_EQ(report(), notFoundReport());
     EXPECT_TRUE(logs("CIdentityModuleInventory::getnodeset :: Error in xmlXPathNewContext"));
     EXPECT_TRUE(logs("CIdentityModuleInventory::GetInvFromTVK:: component ID not found"));
     EXPECT_TRUE(logs("CQRXInventory::isTVKRecordPresent() :: bReturnCode is 1"));
@@ -71,20 +74,20 @@ TEST_F(LibraryFailure, FindsNoRecordWithoutAContext) {
 
 TEST_F(LibraryFailure, ReadsNothingFromThePackageWithoutAnEvaluation) {
     runInventory("xmlXPathEvalExpression:1");
-    EXPECT_EQ(report(), place_.expected(kNotFoundReport));
+    EXPECT_EQ(report(), notFoundReport());
     EXPECT_TRUE(logs("CSoftwareComponentInfo::GetNodeSet() Error in xmlXPathEvalExpression"));
 }
 
 TEST_F(LibraryFailure, FindsNoRecordWithoutAnEvaluation) {
     runInventory("xmlXPathEvalExpression:2");
-    EXPECT_EQ(report(), place_.expected(kNotFoundReport));
+    EXPECT_EQ(report(), notFoundReport());
     EXPECT_TRUE(logs("CIdentityModuleInventory::getnodeset :: Error in xmlXPathEvalExpression"));
     EXPECT_TRUE(logs("CIdentityModuleInventory::GetInvFromTVK:: component ID not found"));
 }
 
 TEST_F(LibraryFailure, FailsTheLookUpWithoutABuffer) {
     runInventory("xmlBufferCreate");
-    EXPECT_EQ(report(), place_.expected(kNotFoundReport));
+    EXPECT_EQ(report(), notFoundReport());
     EXPECT_TRUE(logs("CIdentityModuleInventory::GetInvFromTVK:: component ID found"));
     EXPECT_TRUE(logs("CQRXInventory::isTVKRecordPresent() :: bReturnCode is 0"));
     EXPECT_TRUE(logs("Record Not Found : ComponentID is 25227"));
@@ -112,7 +115,7 @@ TEST_F(LibraryFailure, WritesAReportWhicheverAllocationFails) {
     const std::filesystem::path count = place_.directory() / "count";
     const Outcome whole =
         runPreloaded(FAILING_XML_MEMORY_LIBRARY, {"-i"}, {{"XML_ALLOCATIONS", count.string()}});
-    const std::string found = place_.expected(kFoundReport);
+    const std::string found = foundReport();
     ASSERT_EQ(whole.output, found);
     const long allocations = std::stol(readFile(count));
     ASSERT_GT(allocations, 100);
@@ -121,7 +124,7 @@ TEST_F(LibraryFailure, WritesAReportWhicheverAllocationFails) {
     // runs out.
     const std::map<std::string, std::string> reports{
         {found, "found"},
-        {place_.expected(kNotFoundReport), "not found"},
+        {notFoundReport(), "not found"},
         {replaceAll(found, "1.30.100", ""), "found without its version"},
     };
     constexpr int kEndedInLibxml2 = 97;

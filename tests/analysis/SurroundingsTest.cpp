@@ -11,8 +11,6 @@ namespace test {
 namespace {
 
 constexpr const char* kCase = "inventory-success";
-constexpr const char* kReport = "inventory-success/expected/after/report.xml";
-constexpr const char* kCalls = "inventory-success/expected/calls";
 constexpr std::size_t kLongestArgument = 131'071;  // bytes, as the kernel has it
 
 /** Whether a program that a test needs can be run. */
@@ -36,15 +34,15 @@ protected:
 
     void expectReportOnStandardOutput(const Outcome& outcome) {
         EXPECT_EQ(outcome.exitStatus, 0);
-        EXPECT_EQ(outcome.output, place_.expected(kReport));
-        EXPECT_EQ(place_.calls(), place_.expected(kCalls));
+        EXPECT_EQ(outcome.output, place_.readCase("inventory-success").at("after/report.xml"));
+        EXPECT_EQ(place_.calls(), place_.readCase("inventory-success").at("calls"));
     }
 
     void expectReportIn(const std::filesystem::path& file, const Outcome& outcome) {
         EXPECT_EQ(outcome.exitStatus, 0);
         EXPECT_EQ(outcome.output, "");
-        EXPECT_EQ(readFile(file), place_.expected(kReport));
-        EXPECT_EQ(place_.calls(), place_.expected(kCalls));
+        EXPECT_EQ(readFile(file), place_.readCase("inventory-success").at("after/report.xml"));
+        EXPECT_EQ(place_.calls(), place_.readCase("inventory-success").at("calls"));
     }
 
     std::filesystem::path inFolder(const char* name) const { return place_.directory() / name; }
@@ -94,7 +92,7 @@ TEST_F(Surroundings, IgnoresTheLocalesDecimalPointAndGrouping) {
     Command command = place_.command({"-i", "-d", "-o", "report.xml"});
     command.environment.insert({{"LOCPATH", locales.path().string()}, {"LC_ALL", "de_DE.UTF-8"}});
     expectReportIn(inFolder("report.xml"), run(command));
-    EXPECT_EQ(place_.log(), place_.expected("inventory-success/expected/after/debug.log"));
+    EXPECT_EQ(place_.log(), place_.readCase("inventory-success").at("after/debug.log"));
 }
 
 TEST_F(Surroundings, WritesTheReportThroughALink) {
@@ -145,7 +143,7 @@ TEST_F(Surroundings, TreatsAnUnreadablePackageDescriptionAsMissing) {
     ASSERT_EQ(chmod(inFolder("package.xml").c_str(), 0), 0);
     const Outcome outcome = inventory({"-i"}, withoutOverride());
     EXPECT_EQ(outcome.exitStatus, 0);
-    EXPECT_EQ(outcome.output, place_.expected("package-missing-inventory/expected/after/report.xml"));
+    EXPECT_EQ(outcome.output, place_.readCase("package-missing-inventory").at("after/report.xml"));
 }
 
 /** The report goes to a file system of one page, which is full when the program starts. */
@@ -169,8 +167,8 @@ TEST_F(Surroundings, LosesOnlyTheReportOnAFullDisk) {
     EXPECT_EQ(outcome.exitStatus, 0);
     EXPECT_EQ(outcome.output, "");
     EXPECT_EQ(readFile(inFolder("lost.xml")), "");
-    EXPECT_EQ(place_.log(), place_.expected("inventory-success/expected/after/debug.log"));
-    EXPECT_EQ(place_.calls(), place_.expected(kCalls));
+    EXPECT_EQ(place_.log(), place_.readCase("inventory-success").at("after/debug.log"));
+    EXPECT_EQ(place_.calls(), place_.readCase("inventory-success").at("calls"));
 }
 
 }  // namespace

@@ -113,7 +113,8 @@ TEST_F(CommandLineTest, NamesOptionsWithTheirDashesShortOnesFirst) {
 }
 
 TEST_F(CommandLineTest, NamesCommandsWithTheirGroups) {
-    const CommandTree& add = CommandLine(tool_).tree().commands.front().commands.front();
+    const CommandTree tree = CommandLine(tool_).tree();
+    const CommandTree& add = tree.commands.front().commands.front();
     EXPECT_EQ(add.word, "add");
     EXPECT_EQ(add.fullName, "tool trust add");
 }
