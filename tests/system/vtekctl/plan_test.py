@@ -129,7 +129,7 @@ the update would succeed
 
     def test_reports_a_missing_package(self):
         (self.package / "package.xml").unlink()
-        self.assert_fails("package", 305, "read package.xml: No such file or directory",
+        self.assert_fails("package", 305, "open package.xml: No such file or directory",
                           ["inventory", "payload", "signature", "policy", "unpack", "space"])
 
     def test_reports_a_missing_folder(self):
@@ -144,7 +144,7 @@ the update would succeed
 
     def test_reports_a_missing_payload(self):
         (self.package / "firmware.fwp").unlink()
-        self.assert_fails("payload", 201, "the working directory has no *.fwp file",
+        self.assert_fails("payload", 201, r"the working directory has no \*\.fwp file",
                           ["signature", "policy", "unpack", "space"])
 
     def test_reports_two_payloads(self):
