@@ -92,21 +92,6 @@ Trigger withSetting(const std::string& name, const std::string& value) {
     return prepared([=](Lab& lab) { lab.set(name, value); });
 }
 
-/** The stand-in with nothing but what this folder holds beside it, and with its library of updates where only
- * the loader looks. */
-Trigger withLibraryIn(const std::filesystem::path& folder) {
-    std::filesystem::copy_file(QRX_VTEK_LIBRARY, folder / "libvtek.so.0",
-                               std::filesystem::copy_options::overwrite_existing);
-    const std::string loadersPath =
-        folder.string() + ":" + std::filesystem::path(QRX_VTEK_LIBRARY).parent_path().string();
-    return {.environment = {{"LD_LIBRARY_PATH", loadersPath}}};
-}
-
-Trigger withoutUpdateLibrary() {
-    static const test::TempDir folder;
-    return withLibraryIn(folder.path());
-}
-
 Trigger withEntries(const std::vector<Entry>& entries) {
     return prepared([entries](Lab& lab) { lab.sign(lab.archiveOf(Format::Tar, entries)); });
 }
@@ -235,7 +220,6 @@ std::map<int, Trigger> triggers() {
     all[801] = {.environment = {{"STEP_SKIP", "StartCopyFile"}}, .call = "AddFile"};
     all[802] = {.call = "set lock-wait never"};
     all[803] = {.call = "rollback"};
-    all[804] = withoutUpdateLibrary();
     all[899] = failingIn("AddFile", "memory");
     all[899].call = "AddFile";
     all[901] = withSetting("ipmi-transport", "/dev/ipmi255");
