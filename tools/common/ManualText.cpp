@@ -59,7 +59,8 @@ std::string commandText(const CommandTree& command) {
     std::string details;
     for (const OptionText& operand : command.operands) {
         title += operandText(operand);
-        details += "_" + upper(operand.names.front()) + "_\n\t" + sentence(operand.help) + "\n\n";
+        details.append("_").append(upper(operand.names.front())).append("_\n\t");
+        details.append(sentence(operand.help)).append("\n\n");
     }
     for (const OptionText& option : command.options) {
         details += isHelp(option) ? "" : optionText(option);
