@@ -366,7 +366,7 @@ TEST_P(WithoutATrigger, NothingFails) {
     EXPECT_EQ(lab_.version(), "2.00");
 }
 
-TEST(ErrorRows, EveryTriggerHasARow) {
+TEST(ErrorRows, HaveARowForEveryTrigger) {
     std::vector<int> documented;
     for (const auto& row : test::documentedErrors()) {
         documented.push_back(row.number);

@@ -34,16 +34,16 @@ class Crowd(AttackTest):
         self.assertLessEqual({int(holder) for holder in told}, {update.pid for update in updates})
         return done
 
-    def test_two_updates_wait_for_each_other(self):
+    def test_serialises_two_updates(self):
         self.assertEqual(self.assert_serialised(2, patience=120), 2)
 
-    def test_ten_updates_wait_for_each_other(self):
+    def test_serialises_ten_updates(self):
         self.assertEqual(self.assert_serialised(10, patience=300), 10)
 
-    def test_of_fifty_updates_that_do_not_wait_one_wins_at_least(self):
+    def test_lets_at_least_one_of_fifty_impatient_updates_win(self):
         self.assert_serialised(50, patience=0)
 
-    def test_an_update_beside_a_holder_is_refused(self):
+    def test_refuses_an_update_beside_a_holder(self):
         self.chassis.vtekctl("set", "lock-wait", "0")
         self.before = self.snapshot()
         with (self.chassis.root / "lock").open("r+") as lock:
@@ -53,7 +53,7 @@ class Crowd(AttackTest):
             fcntl.flock(lock, fcntl.LOCK_EX)
             self.assert_refused(self.update(), BUSY, "is held by process 4711, started 2026-01-01T00:00:00Z")
 
-    def test_a_lock_file_left_by_a_dead_process_is_harmless(self):
+    def test_ignores_a_lock_file_of_a_dead_process(self):
         (self.chassis.root / "lock").write_text("process 1, started 2026-01-01T00:00:00Z, command: init")
         self.assert_harmless(self.update())
 

@@ -38,7 +38,7 @@ class Entries(AttackTest):
                 file.write(header)
             file.write(bytes(2 * tarfile.BLOCKSIZE))
 
-    def test_a_million_small_entries_are_refused(self):
+    def test_refuses_a_million_small_entries(self):
         package = self.folder / "million"
         package.mkdir()
         shutil.copy(self.chassis.package / "package.xml", package)

@@ -22,39 +22,39 @@ class Environment(AttackTest):
     def with_variables(self, **variables):
         return self.update(env={**self.chassis.environment, **variables})
 
-    def test_an_umask_of_zero_opens_nothing_to_others(self):
+    def test_opens_nothing_to_others_with_an_umask_of_zero(self):
         self.assert_harmless(self.update(preexec_fn=lambda: os.umask(0)))
         opened = [str(path) for path in self.chassis.root.rglob("*") if path.stat().st_mode & 0o022]
         self.assertEqual(opened, [])
 
-    def test_without_standard_descriptors_nothing_is_printed_into_a_file(self):
+    def test_prints_nothing_into_a_file_without_standard_descriptors(self):
         self.update(preexec_fn=close_standard_descriptors, capture_output=False)
         versions = self.assert_old_or_new()
         self.assertNotEqual(versions, NOT_UPDATED, "the update does not need the descriptors")
 
-    def test_a_configuration_of_openssl_is_not_read(self):
+    def test_reads_no_configuration_of_openssl(self):
         configuration = self.folder / "openssl.cnf"
         configuration.write_text("openssl_conf = start\n[start]\nalg_section = algorithms\n[algorithms]\n"
                                  "default_properties = fips=yes\n")  # whoever reads it finds no algorithm
         self.assert_harmless(self.with_variables(OPENSSL_CONF=str(configuration)))
 
-    def test_trust_does_not_come_from_variables(self):
+    def test_takes_no_trust_from_variables(self):
         self.chassis.vtekctl("trust", "remove", "authority.pem")
         self.before = self.snapshot()
         authority = str(self.chassis.packages / "authority.pem")
         ended = self.with_variables(SSL_CERT_FILE=authority, SSL_CERT_DIR=str(self.chassis.packages))
         self.assert_refused(ended, "Signing the Payload failed", "error 211")
 
-    def test_no_temporary_folder_is_needed(self):
+    def test_needs_no_temporary_folder(self):
         self.assert_harmless(self.with_variables(TMPDIR="/nonexistent", SQLITE_TMPDIR="/nonexistent"))
 
-    def test_the_locale_changes_nothing(self):
+    def test_ignores_the_locale(self):
         for locale in ("tr_TR.UTF-8", "de_DE.ISO-8859-1", "nonexistent"):
             with self.subTest(locale=locale):
                 self.setUp()
                 self.assert_harmless(self.with_variables(LC_ALL=locale, LANG=locale))
 
-    def test_a_file_size_limit_leaves_the_old_state(self):
+    def test_keeps_the_old_state_at_a_file_size_limit(self):
         for limit in (0, 1000, 100_000):
             with self.subTest(limit=limit):
                 self.setUp()
@@ -71,7 +71,7 @@ class Environment(AttackTest):
     def snapshot_without_staging(self):
         return {path: content for path, content in self.snapshot().items() if not path.startswith("staging/")}
 
-    def test_a_working_directory_that_was_removed_is_refused(self):
+    def test_refuses_a_working_directory_that_was_removed(self):
         gone = self.folder / "gone"
         gone.mkdir()
         ended = self.update("sh", "-c", 'rmdir "$PWD" && exec "$@"', "sh", cwd=gone)

@@ -17,7 +17,7 @@ from system_calls import reason_not_possible
 class Holder(AttackTest):
     """Stopped by strace when its files are published but not yet in force."""
 
-    def test_when_the_holder_is_killed_the_one_that_waits_goes_on(self):
+    def test_continues_when_the_holder_is_killed(self):
         self.chassis.vtekctl("set", "lock-wait", "120")
         self.before = self.snapshot()
         holder = self.start_update("strace", "-o", "/dev/null", "-e", "inject=renameat2:signal=STOP")

@@ -26,12 +26,12 @@ class Methods(AttackTest):
         append_signature(payload, sign(payload, self.folder / "keys"))
         return self.update(cwd=package)
 
-    def test_bzip2_and_lzma_are_refused(self):
+    def test_refuses_bzip2_and_lzma(self):
         for method in (zipfile.ZIP_BZIP2, zipfile.ZIP_LZMA):
             self.assert_refused(self.update_with(method), "Complete Signed Unzip is failed",
                                 "error 601, invalid archive: archive: neither stored nor deflated: ")
 
-    def test_stored_and_deflated_are_taken(self):
+    def test_takes_stored_and_deflated(self):
         for method in (zipfile.ZIP_STORED, zipfile.ZIP_DEFLATED):
             self.assertEqual(self.update_with(method).returncode, 0)
 

@@ -53,12 +53,12 @@ def reason_not_possible():
 class Mounts(AttackTest):
     """A read-only mount and a full disk."""
 
-    def test_on_a_read_only_mount_an_update_is_refused(self):
+    def test_refuses_an_update_on_a_read_only_mount(self):
         ended = self.update(*NAMESPACE, "sh", "-c", READ_ONLY, "sh")
         self.assert_refused(ended, "Start copying file failed")
         self.assert_told_without_a_log(ended.stderr, "error 402, repository not writable: ")
 
-    def test_what_a_read_only_mount_keeps_from_the_log_goes_to_the_systems_log(self):
+    def test_uses_the_system_log_on_a_read_only_mount(self):
         address = str(self.folder / "system-log")
         with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as log:
             log.bind(address)
@@ -66,19 +66,19 @@ class Mounts(AttackTest):
             self.update(*NAMESPACE, "sh", "-c", SYSTEM_LOG, address, "sh", "-c", READ_ONLY, "sh")
             self.assert_told_without_a_log(log.recv(4096).decode(), "error 402, repository not writable: ")
 
-    def test_on_a_read_only_mount_an_inventory_works(self):
+    def test_inventories_on_a_read_only_mount(self):
         ended = self.chassis.run(*NAMESPACE, "sh", "-c", READ_ONLY, "sh", self.chassis.programs.qrxupdate, "-i")
         self.assertEqual((ended.stdout, ended.returncode), (inventory_report(OLD), 0))
 
-    def test_on_a_disk_without_space_an_update_is_refused(self):
+    def test_refuses_an_update_on_a_full_disk(self):
         self.assert_refused(self.update_with_free_space(1_500_000), "Start copying file failed", "error 403")
 
-    def test_on_a_disk_that_takes_no_byte_the_cause_goes_to_standard_error(self):
+    def test_reports_the_cause_on_standard_error_on_a_disk_that_takes_no_byte(self):
         ended = self.update_with_free_space(1_500_000, then="full")
         self.assert_refused(ended, "Start copying file failed")
         self.assert_told_without_a_log(ended.stderr, "error 403, no space left: ")
 
-    def test_on_a_disk_that_fills_up_the_old_state_stays(self):
+    def test_keeps_the_old_state_on_a_disk_that_fills_up(self):
         # Small packed, so that there seems to be space; too large unpacked.
         self.sign_package(random.Random(1).randbytes(16_384) * 160)
         ended = self.update_with_free_space(1_500_000, cwd=self.large)

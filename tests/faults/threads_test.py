@@ -38,7 +38,7 @@ class Threads(AttackTest):
                     self.assertTrue(point.is_met(self.trace.read_text(), ended.returncode), ended)
                     self.assertEqual(self.assert_old_or_new(), NOT_UPDATED)
 
-    def test_each_has_a_file(self):
+    def test_unpacks_if_each_has_a_file(self):
         paths = [argument for path in self.firmware.sizes for argument in ("-P", self.chassis.root / STAGED / path)]
         # Slow enough for the other thread to come in time, whatever else the machine does.
         self.assert_harmless(self.update("strace", "-f", "-o", self.trace, *paths, "-e", "trace=write",
@@ -46,7 +46,7 @@ class Threads(AttackTest):
         writers = {line.split()[0] for line in self.trace.read_text().splitlines() if "write(" in line}
         self.assertEqual(len(writers), 2)
 
-    def test_second_cannot_be_started(self):
+    def test_unpacks_if_the_second_cannot_be_started(self):
         self.assert_harmless(self.update("strace", "-f", "-o", self.trace, "-e", "trace=clone,clone3",
                                          "-e", "inject=clone,clone3:error=EAGAIN"))
         self.assertIn("(INJECTED)", self.trace.read_text())
@@ -54,10 +54,10 @@ class Threads(AttackTest):
     def test_killed(self):
         self.assert_old_firmware(KILL)
 
-    def test_disk_full(self):
+    def test_refuses_on_a_full_disk(self):
         self.assert_old_firmware("ENOSPC")
 
-    def test_disk_broken(self):
+    def test_refuses_on_a_broken_disk(self):
         self.assert_old_firmware("EIO")
 
 

@@ -77,7 +77,7 @@ class Hostile(unittest.TestCase):
         self.assertTrue(self.browser.value(IS_INTACT))
         self.assertEqual(self.browser.value("document.querySelector('tbody td').textContent"), name)
 
-    def test_policy_stops_injected_elements(self):
+    def test_stops_injected_elements_by_policy(self):
         page = self.page_of({"a.xml": inventory("1")})
         injected = "<script>document.title = 'ran'</script><img src=x onerror=\"document.title = 'ran'\">" \
                    "<style>table { display: none }</style></main>"

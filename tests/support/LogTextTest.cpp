@@ -29,7 +29,7 @@ TEST(LogText, KeepsTheLineEndsOfAMessage) {
                   {"QRXUpdate", 7, "one\n"}, {"QRXUpdate", 7, "two\nthree"}, {"QRXUpdate", 7, ""}}));
 }
 
-TEST(LogText, AnEmptyLogHasNoEntries) {
+TEST(LogText, ReadsNoEntriesFromAnEmptyLog) {
     EXPECT_TRUE(test::parseLog("").empty());
 }
 

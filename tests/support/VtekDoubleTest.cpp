@@ -53,7 +53,7 @@ TEST(VtekDouble, ARefusedSignatureLeavesThePathAlone) {
     EXPECT_EQ(path, "as it was");
 }
 
-TEST(VtekDouble, TheConstructorRunsOutOfMemoryWhenScripted) {
+TEST(VtekDouble, RunsOutOfMemoryInTheConstructorWhenScripted) {
     test::VtekDouble library;
     library.script.constructorThrows = true;
     EXPECT_THROW(secureWynd(), std::bad_alloc);
@@ -101,7 +101,7 @@ TEST(VtekDouble, KeepsTheLibrarysLog) {
     EXPECT_THAT(library.libraryLogMessages(), ElementsAre("a line"));
 }
 
-TEST(VtekDouble, StringHelpersWorkUntilTheScriptedCall) {
+TEST(VtekDouble, HelpsWithStringsUntilTheScriptedCall) {
     test::VtekDouble library;
     library.script.failingStringCall = 3;
     EXPECT_EQ(CStringUtils::toLowerCase("Blacklist USB"), "blacklist usb");

@@ -60,14 +60,14 @@ class ControllerTest(unittest.TestCase):
         self.assertEqual(self.machine.recv(100)[1:4], bytes.fromhex("1c 01 00"))
         self.assertEqual(self.controller.requests, [])
 
-    def test_can_be_silent(self):
+    def test_stays_silent(self):
         self.controller.answer = SILENCE
         self.machine.sendall(REQUEST_FRAME)
         with self.assertRaises(TimeoutError):
             self.machine.recv(100)
         self.assertEqual(self.controller.requests, [REQUEST])
 
-    def test_can_hang_up(self):
+    def test_hangs_up(self):
         self.controller.answer = HANG_UP
         self.machine.sendall(REQUEST_FRAME)
         self.assertEqual(self.machine.recv(100), b"")

@@ -81,11 +81,11 @@ class Arguments(unittest.TestCase):
         return dict(re.findall(r"^  (?:-\w,)?([\w-]+) ([A-Z]+(?: \.\.\.)?|\S+\|\S+)(?= |$)", help_of("vtekctl", command),
                                re.MULTILINE))
 
-    def test_of_sign(self):
+    def test_shows_sign(self):
         self.assertEqual(self.taken("sign"), {**self.SIGNING, "--output": "FILE", "--component": "ID",
                                               "--package-version": "VERSION"})
 
-    def test_of_pack(self):
+    def test_shows_pack(self):
         self.assertEqual(self.taken("pack"), {**self.SIGNING, "--output": "FOLDER", "--template": "FOLDER"})
 
 
