@@ -2,7 +2,11 @@
 
 #include "common/CommandLine.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <exception>
+#include <iostream>
 #include <string>
 
 namespace tools {
@@ -38,10 +42,26 @@ ExitStatus parseAndRun(const Tool& tool, int argc, const char* const* argv, cons
     return ExitStatus::Success;
 }
 
+/**
+ * Opens each standard descriptor that is closed on /dev/null. Otherwise the first file that a command opens
+ * could become standard output and take the results. Read-only: what cannot be written is reported.
+ */
+void occupyStandardDescriptors() {
+    int descriptor = 0;
+    do {
+        descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    } while (descriptor >= STDIN_FILENO && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO) {
+        close(descriptor);
+    }
+}
+
 }  // namespace
 
 int runTool(const Tool& tool, int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
-    const Console console{out, err, tool.name};
+    occupyStandardDescriptors();
+    const bool isTerminal = out.rdbuf() == std::cout.rdbuf() && isatty(STDOUT_FILENO) == 1;
+    const Console console{out, err, tool.name, isTerminal};
     ExitStatus status = parseAndRun(tool, argc, argv, console);
     // A full disk often shows only here, and a cut list must not look like a whole one.
     if (!out.flush()) {

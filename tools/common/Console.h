@@ -1,6 +1,7 @@
 #pragma once
 
-#include "common/Printable.h"
+#include "base/Printable.h"
+#include "common/TextTable.h"
 
 #include <ostream>
 #include <string_view>
@@ -16,14 +17,21 @@ enum class ExitStatus : int {
     Output = 74,   ///< standard output could not be written
 };
 
-/** Where a command writes. */
+/** Where a command writes. Everything that came from elsewhere goes through print, report or printJson. */
 struct Console {
-    std::ostream& out;
+    std::ostream& out;  ///< directly only for text of our own, and for documents with escaping of their own
     std::ostream& err;
     std::string_view tool = "";
+    bool isTerminal = false;  ///< whether `out` is one
+
+    /** Prints one line. */
+    void print(std::string_view line) const { out << vtek::toPrintable(line) << '\n'; }
+
+    /** Prints a table; a terminal gets long values shortened. */
+    void print(const TextTable& table) const { isTerminal ? table.printShortened(out) : table.print(out); }
 
     /** Prints one line on standard error, after the tool's name. */
-    void report(std::string_view problem) const { err << tool << ": " << toPrintable(problem) << '\n'; }
+    void report(std::string_view problem) const { err << tool << ": " << vtek::toPrintable(problem) << '\n'; }
 };
 
 }  // namespace tools

@@ -1,13 +1,16 @@
 #pragma once
 
-#include <initializer_list>
+#include <cstddef>
 #include <ostream>
 #include <string>
 #include <vector>
 
 namespace tools {
 
-/** A table for people: columns aligned, values printable, an empty value shown as "-". */
+/**
+ * A table for people: columns aligned, values printable, an empty value shown as "-". A value wider than
+ * kWidestColumn moves the rest of its own row only; it does not pad every other row.
+ */
 class TextTable {
 public:
     /** A table without headings, such as a list of facts. */
@@ -19,11 +22,16 @@ public:
 
     bool isEmpty() const { return rows_.empty(); }
 
-    friend std::ostream& operator<<(std::ostream& out, const TextTable& table);
+    /** Writes every value whole. */
+    void print(std::ostream& out) const;
+
+    /** Writes at most kLongestOnTerminal characters of a value, then "..." in place of the rest. */
+    void printShortened(std::ostream& out) const;
+
+    static constexpr std::size_t kWidestColumn = 60;
+    static constexpr std::size_t kLongestOnTerminal = 200;
 
 private:
-    std::vector<std::size_t> columnWidths() const;
-
     std::vector<std::vector<std::string>> rows_;
 };
 

@@ -1,6 +1,6 @@
 #include "DamagedText.h"
 
-#include "common/Printable.h"
+#include "base/Printable.h"
 
 #include <algorithm>
 
@@ -16,7 +16,7 @@ std::string damagedText(std::string_view text, std::string_view indent) {
     std::string_view rest = text.substr(0, kShownBytes);
     while (!rest.empty()) {
         const std::size_t length = std::min(rest.find('\n'), rest.size());
-        shown.append(indent).append(tools::toPrintable(rest.substr(0, length))) += '\n';
+        shown.append(indent).append(vtek::toPrintable(rest.substr(0, length))) += '\n';
         rest.remove_prefix(std::min(length + 1, rest.size()));
     }
     if (text.size() > kShownBytes) {

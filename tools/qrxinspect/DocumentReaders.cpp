@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace qrxinspect {
@@ -37,6 +38,17 @@ void readIdentity(const xmlNode& element, CDeviceInfo& device) {
     device.setDeviceType(CDeviceInfo::PCI_DEVICE);
 }
 
+/** Reads all statuses at and below an element, up to the first failure. @return whether there is one */
+bool readStatuses(const xmlNode& top, CDeviceInfo& device) {
+    for (const xmlNode* status : elementsNamed(top, "SPStatus")) {
+        readStatus(*status, device);
+        if (!isSuccess(device)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 /** A device without a status keeps the status of a new record, a failure: only "true" is a success. */
 CDeviceInfo readDevice(const xmlNode& element) {
     CDeviceInfo device;
@@ -44,28 +56,42 @@ CDeviceInfo readDevice(const xmlNode& element) {
     for (const xmlNode* application : childElements(element, "Application")) {
         device.setComponentType(attributeOf(*application, "componentType"));
         device.setVersion(attributeOf(*application, "version"));
-        for (const xmlNode* status : childElements(*application, "SPStatus")) {
-            readStatus(*status, device);
-            if (!isSuccess(device)) {
-                return device;
-            }
+        if (readStatuses(*application, device)) {
+            return device;
         }
     }
+    readStatuses(element, device);  // a status may stand outside every application
     return device;
 }
 
-/** The base utilities' own reader decides. A failure in the document is one of all its devices. */
+/** The message of the first failed status anywhere in a document. */
+std::optional<std::string> failureIn(const xmlDoc& document) {
+    for (const xmlNode* status : elementsNamed(*xmlDocGetRootElement(&document), "SPStatus")) {
+        if (xmlStrcasecmp(asXmlChars(attributeOf(*status, "result").c_str()), asXmlChars("false")) == 0) {
+            return status->children == nullptr ? "" : contentOf(*status->children);
+        }
+    }
+    return std::nullopt;
+}
+
+/**
+ * The base utilities' own reader decides; it does not see a failed status below a device. A failure in the
+ * document is one of all its devices.
+ */
 void readInventory(XmlDocPtr document, Report& report) {
+    const std::optional<std::string> failure = failureIn(*document);
     CDeviceInventoryInfo inventory(std::move(document));
     for (CDeviceInfo* record : inventory.GetDeviceInfo()) {
         report.devices.push_back(*std::unique_ptr<CDeviceInfo>(record));
     }
     std::string message;
-    if (inventory.GetInventoryStatus(message)) {
+    if (!inventory.GetInventoryStatus(message)) {
+        return;
+    }
+    for (CDeviceInfo& device : report.devices) {
         // The reader leaves the status of a successful record as a new one has it, a failure.
-        for (CDeviceInfo& device : report.devices) {
-            device.setStatus(0);
-        }
+        device.setStatus(failure ? 1 : 0);
+        device.setErrorMsg(failure.value_or(device.getErrorMsg()));
     }
 }
 
@@ -73,12 +99,14 @@ void readUpdate(XmlDocPtr document, Report& report) {
     for (const xmlNode* element : childElements(*xmlDocGetRootElement(document.get()))) {
         if (isNamed(*element, "Device")) {
             report.devices.push_back(readDevice(*element));
-        } else if (isNamed(*element, "SPStatus")) {
-            CDeviceInfo failure;
-            readStatus(*element, failure);
-            report.devices.push_back(failure);
         } else if (isNamed(*element, "RebootRequired")) {
             report.rebootRequired = report.rebootRequired || contentOf(*element) == "1";
+        } else {
+            for (const xmlNode* status : elementsNamed(*element, "SPStatus")) {
+                CDeviceInfo outcome;
+                readStatus(*status, outcome);
+                report.devices.push_back(outcome);
+            }
         }
     }
 }

@@ -30,12 +30,12 @@ void printFactsAsJson(std::ostream& out, const std::vector<Fact>& facts) {
     tools::printJson(out, json);
 }
 
-void printFacts(std::ostream& out, const std::vector<Fact>& facts) {
+void printFacts(const Console& console, const std::vector<Fact>& facts) {
     tools::TextTable table;
     for (const Fact& fact : facts) {
         table.addRow({fact.name, fact.found ? "yes" : "no"});
     }
-    out << table;
+    console.print(table);
 }
 
 class HostCommand : public tools::Command {
@@ -46,7 +46,7 @@ public:
         VTEK_TRY(checkMarkerFile());
         CLinuxImpl platform;
         const std::vector<Fact> facts = factsAbout(platform);
-        json_ ? printFactsAsJson(console.out, facts) : printFacts(console.out, facts);
+        json_ ? printFactsAsJson(console.out, facts) : printFacts(console, facts);
         return ExitStatus::Success;
     }
 

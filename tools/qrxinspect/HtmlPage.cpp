@@ -2,7 +2,7 @@
 
 #include "DamagedText.h"
 #include "Summary.h"
-#include "common/Printable.h"
+#include "base/Printable.h"
 
 #include <PageParts.h>  // made from page/ by the build
 
@@ -133,7 +133,7 @@ void printHtmlPage(std::ostream& out, const std::vector<Report>& reports) {
 }
 
 std::string htmlOf(std::string_view value) {
-    return escapeMarkup(tools::toPrintable(value));
+    return escapeMarkup(vtek::toPrintable(value));
 }
 
 }  // namespace qrxinspect

@@ -2,7 +2,7 @@
 
 #include "XmlDocument.h"
 #include "XmlReading.h"
-#include "common/Printable.h"
+#include "base/Printable.h"
 
 #include <nlohmann/json.hpp>
 
@@ -168,10 +168,10 @@ std::vector<Finding> checkPackage(const xmlDoc& document) {
 
 void printFindings(std::ostream& out, const std::string& file, const std::vector<Finding>& findings) {
     if (findings.empty()) {
-        out << tools::toPrintable(file) << ": nothing is missing or suspicious\n";
+        out << vtek::toPrintable(file) << ": nothing is missing or suspicious\n";
     }
     for (const Finding& finding : findings) {
-        out << tools::toPrintable(file) << ':' << finding.line << ": " << tools::toPrintable(finding.text)
+        out << vtek::toPrintable(file) << ':' << finding.line << ": " << vtek::toPrintable(finding.text)
             << '\n';
     }
 }

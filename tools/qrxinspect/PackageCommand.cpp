@@ -51,7 +51,7 @@ public:
             return tools::inputError(path + ": " + entered.error().message);
         }
         const PackageFacts facts = readPackageFacts();
-        json_ ? tools::printJson(console.out, toJson(facts)) : printFacts(console.out, facts);
+        json_ ? tools::printJson(console.out, toJson(facts)) : printFacts(console, facts);
         return ExitStatus::Success;
     }
 

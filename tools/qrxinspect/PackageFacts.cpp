@@ -18,28 +18,29 @@ const char* kindOf(const CDeviceInfo& dependency) {
 }
 
 /** A heading and a table, or the heading with "none". */
-void printSection(std::ostream& out, const char* heading, bool isEmpty, const tools::TextTable& table) {
-    out << '\n' << heading << (isEmpty ? ": none" : "") << '\n';
+void printSection(const tools::Console& console, const char* heading, bool isEmpty,
+                  const tools::TextTable& table) {
+    console.out << '\n' << heading << (isEmpty ? ": none" : "") << '\n';
     if (!isEmpty) {
-        out << table;
+        console.print(table);
     }
 }
 
-void printPciDevices(std::ostream& out, const std::vector<SPCIInfo>& devices) {
+void printPciDevices(const tools::Console& console, const std::vector<SPCIInfo>& devices) {
     tools::TextTable table({"COMPONENT", "VENDOR", "DEVICE", "SUBVENDOR", "SUBDEVICE", "NAME"});
     for (const SPCIInfo& device : devices) {
         table.addRow({device.componentID, device.vendorID, device.deviceID, device.subVendorID,
                       device.subDeviceID, device.marketingName});
     }
-    printSection(out, "Supported PCI devices", devices.empty(), table);
+    printSection(console, "Supported PCI devices", devices.empty(), table);
 }
 
-void printNames(std::ostream& out, const std::map<std::string, std::string>& names) {
+void printNames(const tools::Console& console, const std::map<std::string, std::string>& names) {
     tools::TextTable table({"COMPONENT", "NAME"});
     for (const auto& [id, name] : names) {
         table.addRow({id, name});
     }
-    printSection(out, "Names by component id", names.empty(), table);
+    printSection(console, "Names by component id", names.empty(), table);
 }
 
 /** The address of the dependency's payload; empty if the package gives no path. */
@@ -53,7 +54,7 @@ std::string pciOf(const CDeviceInfo& dependency) {
     return dependency.getDeviceType() == CDeviceInfo::PCI_DEVICE ? pciIdOf(dependency.getPCIInfo()) : "";
 }
 
-void printDependencies(std::ostream& out, const std::vector<CDeviceInfo>& dependencies) {
+void printDependencies(const tools::Console& console, const std::vector<CDeviceInfo>& dependencies) {
     tools::TextTable table(
         {"KIND", "OF", "COMPONENT", "PCI", "TYPE", "VERSION", "RELEASE", "NAME", "DOWNLOAD"});
     for (const CDeviceInfo& dependency : dependencies) {
@@ -61,7 +62,7 @@ void printDependencies(std::ostream& out, const std::vector<CDeviceInfo>& depend
                       pciOf(dependency), dependency.getComponentType(), dependency.getVersion(),
                       dependency.getReleaseID(), dependency.getDisplay(), downloadOf(dependency)});
     }
-    printSection(out, "Dependencies", dependencies.empty(), table);
+    printSection(console, "Dependencies", dependencies.empty(), table);
 }
 
 ordered_json toJson(const SPCIInfo& device) {
@@ -114,17 +115,17 @@ PackageFacts readPackageFacts() {
             .dependencies = dependenciesOf(package)};
 }
 
-void printFacts(std::ostream& out, const PackageFacts& facts) {
+void printFacts(const tools::Console& console, const PackageFacts& facts) {
     tools::TextTable table;
     table.addRow({"Component id", facts.componentId});
     table.addRow({"Type", facts.type});
     table.addRow({"Version", facts.version});
     table.addRow({"Display", facts.display});
     table.addRow({"Rollback", facts.rollback ? "yes" : "no"});
-    out << table;
-    printPciDevices(out, facts.pciDevices);
-    printNames(out, facts.names);
-    printDependencies(out, facts.dependencies);
+    console.print(table);
+    printPciDevices(console, facts.pciDevices);
+    printNames(console, facts.names);
+    printDependencies(console, facts.dependencies);
 }
 
 ordered_json toJson(const PackageFacts& facts) {

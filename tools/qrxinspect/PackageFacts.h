@@ -1,11 +1,11 @@
 #pragma once
 
 #include "DeviceInfo.h"
+#include "common/Console.h"
 
 #include <nlohmann/json_fwd.hpp>
 
 #include <map>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -27,7 +27,7 @@ struct PackageFacts {
 PackageFacts readPackageFacts();
 
 /** For people, and for programs. */
-void printFacts(std::ostream& out, const PackageFacts& facts);
+void printFacts(const tools::Console& console, const PackageFacts& facts);
 nlohmann::ordered_json toJson(const PackageFacts& facts);
 
 }  // namespace qrxinspect

@@ -16,12 +16,12 @@ vtek::Result<std::string> readConfiguration(const std::string& path) {
     return text;
 }
 
-void printPlugin(std::ostream& out, CPIEConfigInfo& configuration) {
+void printPlugin(const Console& console, CPIEConfigInfo& configuration) {
     tools::TextTable table;
     table.addRow({"Command", configuration.GetInventoryCommand()});
     table.addRow({"Output file", configuration.GetInventoryCommandOutFileName()});
     table.addRow({"Time-out", std::to_string(configuration.GetInventoryTimeout())});
-    out << table;
+    console.print(table);
 }
 
 void printPluginAsJson(std::ostream& out, CPIEConfigInfo& configuration) {
@@ -48,7 +48,7 @@ public:
             console.report(file_ + ": names no inventory plug-in with a command and an output file");
             return ExitStatus::Failure;
         }
-        json_ ? printPluginAsJson(console.out, configuration) : printPlugin(console.out, configuration);
+        json_ ? printPluginAsJson(console.out, configuration) : printPlugin(console, configuration);
         return ExitStatus::Success;
     }
 

@@ -32,7 +32,7 @@ int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
     const tools::Tool tool{
         .name = "qrxinspect",
         .version = QRX_VERSION,
-        .description = "Looks into update packages, reports and the host. Writes nothing but its output.",
+        .description = "Inspects update packages, reports and the host. Writes nothing but its output.",
         .exitStatuses = kExitStatuses,
         .wrongCommandLine = ExitStatus::Usage,
         .report = report,

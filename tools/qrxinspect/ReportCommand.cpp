@@ -21,12 +21,12 @@ std::vector<Report> readAll(const std::vector<std::string>& files) {
     return reports;
 }
 
-void printDamagedTexts(std::ostream& out, const std::vector<Report>& reports) {
+void printDamagedTexts(const Console& console, const std::vector<Report>& reports) {
     for (const Report& report : reports) {
         if (report.outcome == Report::Outcome::Damaged) {
-            out << '\n'
-                << tools::toPrintable(report.file) << " is damaged. Its text:\n"
-                << damagedText(report.text, "  ");
+            console.out << '\n';
+            console.print(report.file + " is damaged. Its text:");
+            console.out << damagedText(report.text, "  ");
         }
     }
 }
@@ -58,8 +58,8 @@ public:
         } else if (html_) {
             printHtmlPage(console.out, reports);
         } else {
-            printTable(console.out, View::Reports, summaryOf(reports));
-            printDamagedTexts(console.out, reports);
+            printTable(console, View::Reports, summaryOf(reports));
+            printDamagedTexts(console, reports);
             printCounts(console.out, reports);
         }
         return statusOf(reports);

@@ -12,30 +12,30 @@
 namespace qrxinspect {
 namespace {
 
-void printDevices(std::ostream& out, const Report& report) {
+void printDevices(const Console& console, const Report& report) {
     if (report.devices.empty()) {
-        out << "no device\n";
+        console.print("no device");
         return;
     }
     std::vector<Row> rows;
     std::transform(report.devices.begin(), report.devices.end(), std::back_inserter(rows),
                    [&](const CDeviceInfo& device) { return rowOf(report, device); });
-    printTable(out, View::Devices, rows);
+    printTable(console, View::Devices, rows);
 }
 
 /** Prints nothing for an unreadable file: the line on standard error says it all. */
-void printReport(std::ostream& out, const Report& report) {
+void printReport(const Console& console, const Report& report) {
     if (report.outcome == Report::Outcome::Unreadable) {
         return;
     }
-    out << report.kind->heading << ": " << nameOf(report.outcome) << '\n';
+    console.print(report.kind->heading + (": " + nameOf(report.outcome)));
     if (report.outcome == Report::Outcome::Damaged) {
-        out << damagedText(report.text, "  ");
+        console.out << damagedText(report.text, "  ");
         return;
     }
-    printDevices(out, report);
+    printDevices(console, report);
     if (report.rebootRequired) {
-        out << "Reboot required\n";
+        console.print("Reboot required");
     }
 }
 
@@ -58,7 +58,7 @@ public:
         const char* separator = "";
         for (const Report& report : reports) {
             console.out << separator;
-            printReport(console.out, report);
+            printReport(console, report);
             separator = "\n";
         }
         return statusOf(reports);

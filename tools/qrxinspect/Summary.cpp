@@ -89,7 +89,7 @@ std::vector<Row> summaryOf(const std::vector<Report>& reports) {
     return rows;
 }
 
-void printTable(std::ostream& out, View view, const std::vector<Row>& rows) {
+void printTable(const tools::Console& console, View view, const std::vector<Row>& rows) {
     const std::vector<Column> columns = columnsOf(view);
     std::vector<std::string> headings;
     std::transform(columns.begin(), columns.end(), std::back_inserter(headings),
@@ -101,7 +101,7 @@ void printTable(std::ostream& out, View view, const std::vector<Row>& rows) {
                        [&](const Column& column) { return row.*column.value; });
         table.addRow(cells);
     }
-    out << table;
+    console.print(table);
 }
 
 std::map<Report::Outcome, std::size_t> countOutcomes(const std::vector<Report>& reports) {

@@ -43,7 +43,7 @@ Row rowOf(const Report& report, const CDeviceInfo& device);
 std::vector<Row> summaryOf(const std::vector<Report>& reports);
 
 /** The rows as a table for people. */
-void printTable(std::ostream& out, View view, const std::vector<Row>& rows);
+void printTable(const tools::Console& console, View view, const std::vector<Row>& rows);
 
 /** The number of reports by outcome. */
 std::map<Report::Outcome, std::size_t> countOutcomes(const std::vector<Report>& reports);

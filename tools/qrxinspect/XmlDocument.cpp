@@ -105,6 +105,18 @@ std::vector<const xmlNode*> childElements(const xmlNode& parent, const char* nam
     return elements;
 }
 
+std::vector<const xmlNode*> elementsNamed(const xmlNode& top, const char* name) {
+    std::vector<const xmlNode*> found;
+    if (isNamed(top, name)) {
+        found.push_back(&top);
+    }
+    for (const xmlNode* child : childElements(top)) {
+        const std::vector<const xmlNode*> below = elementsNamed(*child, name);
+        found.insert(found.end(), below.begin(), below.end());
+    }
+    return found;
+}
+
 bool isNamed(const xmlNode& element, const char* name) {
     return xmlStrEqual(element.name, asXmlChars(name)) != 0;
 }

@@ -29,6 +29,9 @@ std::vector<const xmlNode*> childElements(const xmlNode& parent);
 /** The child elements of one name. */
 std::vector<const xmlNode*> childElements(const xmlNode& parent, const char* name);
 
+/** The elements of one name at and below an element, in document order. */
+std::vector<const xmlNode*> elementsNamed(const xmlNode& top, const char* name);
+
 bool isNamed(const xmlNode& element, const char* name);
 
 /** The attribute's text; empty if it is absent. */

@@ -51,7 +51,7 @@ private:
                           entry.fromVersion, entry.toVersion, entry.override ? "yes" : "no", entry.realUser,
                           entry.loginUser, entry.signer});
         }
-        console.out << table;
+        console.print(table);
     }
 
     bool json_ = false;

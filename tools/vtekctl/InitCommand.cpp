@@ -15,7 +15,7 @@ public:
     vtek::Result<ExitStatus> run(const Console& console) override {
         VTEK_ASSIGN(const vtek::Root root, vtek::Root::create(chassis().rootPath, geteuid()));
         VTEK_TRY(vtek::Store::create(root));
-        console.out << "made the simulated chassis " << root.path() << '\n';
+        console.print("made the simulated chassis " + root.path());
         return ExitStatus::Success;
     }
 };

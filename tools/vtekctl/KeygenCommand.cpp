@@ -66,7 +66,7 @@ public:
                            {"authority.crl", vtek::toPem(list.get()), kPublic},
                            {"signer.key", vtek::toPem(signer.key.get()), kSecret},
                            {"signer.pem", vtek::toPem(signer.certificate.get()), kPublic}}));
-        console.out << "made a lab authority and a signer in " << folder_ << '\n';
+        console.print("made a lab authority and a signer in " + folder_);
         return ExitStatus::Success;
     }
 

@@ -94,7 +94,7 @@ public:
         VTEK_TRY(
             writePackageArchive(staging / kArchive, package, archivedFolder(manifest), time.value_or(kTime)));
         VTEK_TRY(publishBoth(staging, output));
-        console.out << "made " << output.string() << " and " << archiveOf(output).string() << '\n';
+        console.print("made " + output.string() + " and " + archiveOf(output).string());
         return ExitStatus::Success;
     }
 

@@ -14,8 +14,8 @@ public:
         VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());
         VTEK_ASSIGN(vtek::Repository repository, vtek::Repository::open(root));
         VTEK_ASSIGN(const vtek::Generation undone, repository.rollBack());
-        console.out << "component " << undone.componentId << " is back from " << undone.version << " to "
-                    << undone.replacedVersion << '\n';
+        console.print("component " + undone.componentId + " is back from " + undone.version + " to " +
+                      undone.replacedVersion);
         return ExitStatus::Success;
     }
 };

@@ -43,7 +43,7 @@ private:
             table.addRow({std::string(info.name), std::string(info.initial), std::string(info.form),
                           std::string(info.meaning)});
         }
-        console.out << table;
+        console.print(table);
     }
 
     /** An override is on record from the moment it is granted, used or not. */

@@ -68,12 +68,15 @@ nlohmann::ordered_json toJson(const State& state) {
 }
 
 void print(const Console& console, const State& state) {
-    console.out << kSimulation << "\nroot: " << state.rootPath << "\ngeneration in force: " << state.current;
+    console.print(kSimulation);
+    console.print("root: " + state.rootPath);
+    std::string inForce = "generation in force: " + std::to_string(state.current);
     if (state.generation) {
-        console.out << ", component " << state.generation->componentId << " version "
-                    << state.generation->version << ", signed by " << state.generation->signer;
+        inForce += ", component " + state.generation->componentId + " version " + state.generation->version +
+                   ", signed by " + state.generation->signer;
     }
-    console.out << "\n\n";
+    console.print(inForce);
+    console.out << '\n';
     tools::TextTable settings({"SETTING", "VALUE"});
     for (const auto& [name, value] : state.settings) {
         settings.addRow({name, value});
@@ -89,7 +92,9 @@ void print(const Console& console, const State& state) {
                               application.display.value_or("")});
         }
     }
-    console.out << settings << '\n' << inventory;
+    console.print(settings);
+    console.out << '\n';
+    console.print(inventory);
 }
 
 class ShowCommand : public ChassisCommand {

@@ -30,7 +30,7 @@ public:
         VTEK_TRY(unsigned_ ? recipe_.makeArchive(staging.path(), kMade, manifest)
                            : recipe_.makePayload(staging.path(), kMade, manifest, signingTime));
         VTEK_TRY(publish(staging / kMade, output_, Existing::Replaced));
-        console.out << "made " << output_ << '\n';
+        console.print("made " + output_);
         return ExitStatus::Success;
     }
 

@@ -110,7 +110,7 @@ public:
             for (const auto& row : rows_) {
                 table.addRow(row);
             }
-            console.out << table;
+            console.print(table);
         }
         return ExitStatus::Success;
     }

@@ -80,8 +80,8 @@ private:
             for (const auto& step : plan.steps) {
                 table.addRow({step.name, nameOf(step.outcome), step.finding});
             }
-            console.out << table
-                        << (failure == nullptr ? "the update would succeed\n" : "the update would fail\n");
+            console.print(table);
+            console.print(failure == nullptr ? "the update would succeed" : "the update would fail");
         }
         if (failure != nullptr) {
             return *failure->error;
@@ -117,9 +117,9 @@ private:
                                            {"override", override}});
             return;
         }
-        console.out << payload.name << " would be installed: component " << manifest.componentId
-                    << " version " << manifest.version << ", signed by " << signature.signer
-                    << (override ? ", below the version floor but allowed once" : "") << '\n';
+        console.print(payload.name + " would be installed: component " + manifest.componentId + " version " +
+                      manifest.version + ", signed by " + signature.signer +
+                      (override ? ", below the version floor but allowed once" : ""));
     }
 
     std::string payload_;

@@ -149,6 +149,30 @@ TEST(ReportReader, CountsADeviceAsUpdatedOnlyIfTheReportSaysSo) {
               Outcome::Failure);
 }
 
+TEST(ReportReader, SeesAFailedStatusAtEveryDepth) {
+    const std::string failed = R"(<SPStatus result="false"><Message id="1">deep</Message></SPStatus>)";
+    const std::string application =
+        R"(<Application version="1"><SPStatus result="true"><Message id="0">A</Message></SPStatus></Application>)";
+    for (const std::string& content :
+         {R"(<Device componentID="C1">)" + application + failed + "</Device>",
+          R"(<Device componentID="C1">)" + application + "<Other>" + failed + "</Other></Device>",
+          R"(<Device componentID="C1"><Application><Other>)" + failed + "</Other></Application></Device>",
+          R"(<Device componentID="C1">)" + application + "</Device><Other><Other>" + failed +
+              "</Other></Other>"}) {
+        const Report report = reportIn(updateHolding(content));
+        EXPECT_EQ(report.outcome, Outcome::Failure) << content;
+        EXPECT_EQ(report.devices.back().getErrorMsg(), "deep") << content;
+    }
+    for (const std::string& content :
+         {R"(<Device componentID="C1">)" + failed + "</Device>",
+          R"(<Device componentID="C1"><Application version="1">)" + failed + "</Application></Device>",
+          R"(<Device componentID="C1"/><Other>)" + failed + "</Other>"}) {
+        const Report report = reportIn("<SVMInventory>" + content + "</SVMInventory>");
+        EXPECT_EQ(report.outcome, Outcome::Failure) << content;
+        EXPECT_EQ(report.devices.front().getErrorMsg(), "deep") << content;
+    }
+}
+
 TEST(ReportReader, IgnoresTheCaseOfAResult) {
     EXPECT_EQ(reportIn(updateHolding(R"(<Device componentID="C1"><Application><SPStatus result="TRUE"/>)"
                                      R"(</Application></Device>)"))

@@ -83,7 +83,7 @@ TEST(Summary, KeepsTheOrderOfColumnsInEveryView) {
 
 TEST(Summary, PrintsTheRowsUnderHeadings) {
     std::ostringstream out;
-    printTable(out, View::Reports, summaryOf({reportWith(Outcome::Success, {deviceWith(0, "done")})}));
+    printTable({out, out}, View::Reports, summaryOf({reportWith(Outcome::Success, {deviceWith(0, "done")})}));
     EXPECT_EQ(out.str(),
               "REPORT  OPERATION  COMPONENT  DEVICE  VERSION  OUTCOME  MESSAGE\n"
               "a.xml   update     C1         QRX     V1       success  done\n");

@@ -9,7 +9,7 @@ namespace {
 
 std::string textOf(const TextTable& table) {
     std::ostringstream out;
-    out << table;
+    table.print(out);
     return out.str();
 }
 
@@ -54,6 +54,29 @@ TEST(TextTable, EscapesControlCharactersAndAlignsWhatIsShown) {
     table.addRow({"\x1b", "x"});
     table.addRow({"abcd", "y\nz"});
     EXPECT_EQ(textOf(table), "\\x1b  x\nabcd  y\\nz\n");
+}
+
+TEST(TextTable, PadsNoRowToTheWidthOfALongValue) {
+    TextTable table;
+    table.addRow({std::string(1000, 'a'), "x"});
+    table.addRow({"b", "y"});
+    EXPECT_EQ(textOf(table), std::string(1000, 'a') + "  x\nb" + std::string(61, ' ') + "y\n");
+}
+
+TEST(TextTable, AlignsValuesUpToTheWidestColumn) {
+    TextTable table;
+    table.addRow({std::string(TextTable::kWidestColumn, 'a'), "x"});
+    table.addRow({"b", "y"});
+    EXPECT_EQ(textOf(table), std::string(60, 'a') + "  x\nb" + std::string(61, ' ') + "y\n");
+}
+
+TEST(TextTable, ShortensLongValuesForATerminal) {
+    TextTable table;
+    table.addRow({"whole", std::string(200, 'a')});
+    table.addRow({"cut", "ä" + std::string(200, 'a')});
+    std::ostringstream out;
+    table.printShortened(out);
+    EXPECT_EQ(out.str(), "whole  " + std::string(200, 'a') + "\ncut    ä" + std::string(199, 'a') + "...\n");
 }
 
 TEST(TextTable, PrintsNothingWithoutRows) {

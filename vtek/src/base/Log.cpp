@@ -1,5 +1,6 @@
 #include "base/Log.h"
 
+#include "base/Printable.h"
 #include "base/Text.h"
 
 #include <fcntl.h>
@@ -46,7 +47,7 @@ bool Log::writeLine(const std::string& line) {
         open();
     }
     const std::string text = utcText(std::time(nullptr)) + " [" + std::to_string(getpid()) + "] " + line;
-    return file_ && writeFully(file_.get(), oneLine(text) + "\n");
+    return file_ && writeFully(file_.get(), toPrintable(text) + "\n");
 }
 
 void Log::open() {
@@ -75,7 +76,7 @@ bool Log::isFull() const {
 }
 
 void reportFailure(const char* call, const Error& error) {
-    const std::string text = oneLine("libvtek (simulation): " + failureText(call, error));
+    const std::string text = toPrintable("libvtek (simulation): " + failureText(call, error));
     writeFully(STDERR_FILENO, text + "\n");
     syslog(LOG_USER | LOG_ERR, "%s", text.c_str());
 }

@@ -16,8 +16,7 @@ public:
     /** @param root  must outlive the log; null drops every line, for a process that has no usable root */
     explicit Log(const Root* root) : root_(root) {}
 
-    /** Writes a message with the caller's source file and line; "?" replaces line breaks and control
-     * characters. */
+    /** Writes a message with the caller's source file and line; toPrintable escapes both. */
     void write(const std::string& sourceFile, unsigned int line, const std::string& message);
 
     /** Writes why a call failed and how to fix it. If the log cannot be written, as on a read-only mount or a

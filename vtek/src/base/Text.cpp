@@ -27,12 +27,6 @@ std::string utcText(std::time_t time) {
     return text;
 }
 
-std::string oneLine(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
-    return text;
-}
-
 std::string shownName(std::string_view name) {
     std::string text(name.substr(0, kShownBytes));
     std::replace_if(

@@ -13,10 +13,6 @@ bool parseNumber(std::string_view text, std::uint64_t least, std::uint64_t most,
 /** Formats a time in UTC, as 2024-05-31T12:00:00Z. */
 std::string utcText(std::time_t time);
 
-/** Replaces each control character by "?", so that the text stays one line and a terminal obeys none of it.
- */
-std::string oneLine(std::string text);
-
 /** Quotes an untrusted name for a log: at most 80 bytes, "?" for each byte that is not printable ASCII. */
 std::string shownName(std::string_view name);
 

@@ -58,7 +58,7 @@ private:
     long lastId_ = 0;
 };
 
-/** How long to wait for a response. A controller under load takes up to a few seconds; the program must not
+/** How long to wait for a response. A controller under load may take seconds; the program must not
  * hang on one that does not respond. */
 inline constexpr std::chrono::milliseconds kIpmiPatience{5000};
 

@@ -65,12 +65,12 @@ TEST_F(LogTest, KeepsLinesOfConcurrentRuns) {
     EXPECT_THAT(lines[3], MatchesRegex(std::string(kStamp) + "a:3: third"));
 }
 
-TEST_F(LogTest, KeepsMessageOnOneLine) {
-    log_.write("a\nb", 1, "two\nlines\r\x1b[31m\x7f and \xC3\xBC");
+TEST_F(LogTest, EscapesWhatWouldBreakTheLineOrSteerATerminal) {
+    log_.write("a\nb", 1, "two\nlines\r\x1b[31m\x7f\xC2\x9B\u202E and \xC3\xBC");
     const auto lines = linesOf(file());
     ASSERT_EQ(lines.size(), 2U);
-    EXPECT_THAT(lines[1],
-                MatchesRegex(std::string(kStamp) + "a\\?b:1: two\\?lines\\?\\?\\[31m\\? and \xC3\xBC"));
+    EXPECT_THAT(lines[1], MatchesRegex(std::string(kStamp) +
+                                       R"(a\\nb:1: two\\nlines\\r\\x1b\[31m\\x7f\\u009b\\u202e and ü)"));
 }
 
 TEST_F(LogTest, WritesHintForFailure) {
@@ -108,7 +108,7 @@ TEST_F(LogTest, ReportsFailureOnStandardErrorWithoutFile) {
     log_.write("a", 1, "no failure");
     EXPECT_EQ(
         testing::internal::GetCapturedStderr(),
-        "libvtek (simulation): IsPayloadSigned: error 201, no payload: a?b; hint: start the update in the "
+        "libvtek (simulation): IsPayloadSigned: error 201, no payload: a\\nb; hint: start the update in the "
         "folder that contains the .fwp file\n");
 }
 

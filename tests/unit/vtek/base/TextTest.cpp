@@ -23,10 +23,6 @@ TEST(Text, WritesTimesInUtc) {
     EXPECT_EQ(vtek::utcText(1717156800), "2024-05-31T12:00:00Z");
 }
 
-TEST(Text, ReplacesControlCharactersOnOneLine) {
-    EXPECT_EQ(vtek::oneLine("a\nb\tc\x7f"), "a?b?c?");
-}
-
 TEST(Text, QuotesAndShortensUntrustedNames) {
     EXPECT_EQ(vtek::shownName("fw\x1b\xff"),
               "'fw?"

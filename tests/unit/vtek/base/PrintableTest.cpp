@@ -1,10 +1,10 @@
-#include "common/Printable.h"
+#include "base/Printable.h"
 
 #include <gtest/gtest.h>
 
 using namespace std::string_literals;
 
-namespace tools {
+namespace vtek {
 namespace {
 
 TEST(Printable, KeepsOrdinaryText) {
@@ -71,5 +71,13 @@ TEST(Printable, CountsCharacters) {
     EXPECT_EQ(columnsOf("Gehäuse €"), 9u);
 }
 
+TEST(Printable, TakesTheFirstCharacters) {
+    EXPECT_EQ(firstColumns("", 3), "");
+    EXPECT_EQ(firstColumns("abc", 3), "abc");
+    EXPECT_EQ(firstColumns("Gehäuse", 3), "Geh");
+    EXPECT_EQ(firstColumns("Gehäuse", 4), "Gehä");
+    EXPECT_EQ(firstColumns("€", 0), "");
+}
+
 }  // namespace
-}  // namespace tools
+}  // namespace vtek

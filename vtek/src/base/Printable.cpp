@@ -1,11 +1,11 @@
-#include "common/Printable.h"
+#include "base/Printable.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
 
-namespace tools {
+namespace vtek {
 namespace {
 
 /** One character of a UTF-8 text; length 0 where the bytes are none. */
@@ -39,6 +39,11 @@ Character firstCharacter(std::string_view text) {
     constexpr std::array<std::uint32_t, 5> kSmallest{0, 0, 0x80, 0x800, 0x10000};
     const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
     return code < kSmallest[length] || surrogate || code > 0x10FFFF ? Character{} : Character{code, length};
+}
+
+/** Whether a byte of valid UTF-8 begins a character. */
+bool startsCharacter(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0u) != 0x80;
 }
 
 bool between(std::uint32_t code, std::uint32_t first, std::uint32_t last) {
@@ -94,8 +99,13 @@ std::string toPrintable(std::string_view text) {
 }
 
 std::size_t columnsOf(std::string_view printable) {
-    const auto startsCharacter = [](char c) { return (static_cast<unsigned char>(c) & 0xC0u) != 0x80; };
     return static_cast<std::size_t>(std::count_if(printable.begin(), printable.end(), startsCharacter));
 }
 
-}  // namespace tools
+std::string firstColumns(std::string_view printable, std::size_t columns) {
+    const auto end = std::find_if(printable.begin(), printable.end(),
+                                  [&](char c) { return startsCharacter(c) && columns-- == 0; });
+    return {printable.begin(), end};
+}
+
+}  // namespace vtek
