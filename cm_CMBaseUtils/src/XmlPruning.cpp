@@ -10,54 +10,29 @@ namespace {
 /** The state of one parse. libxml2 passes it on to the parsers of entities. */
 struct Pruning {
     const std::function<bool(const xmlNode*)>& isWanted;
-    int skippedElements = 0;  // depth inside an unwanted child
+    const xmlParserCtxt* parser;  // of the document itself
 };
 
-xmlParserCtxt& parserOf(void* context) {
-    return *static_cast<xmlParserCtxt*>(context);
-}
-
-Pruning& pruningOf(void* context) {
-    return *static_cast<Pruning*>(parserOf(context)._private);
-}
-
-// Numbers of open nodes (xmlParserCtxt::nodeNr): the root alone, or the root and one of its children.
+/** The number of open nodes (xmlParserCtxt::nodeNr) where only the root is open. */
 constexpr int kInsideRoot = 1;
-constexpr int kInsideChild = 2;
 
-// The signatures of the next functions are libxml2's.
-void startElement(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri,
-                  int namespaceCount, const xmlChar** namespaces, int attributeCount, int defaultedCount,
-                  const xmlChar** attributes) {
-    const xmlParserCtxt& parser = parserOf(context);
-    Pruning& pruning = pruningOf(context);
-    if (pruning.skippedElements > 0 || (parser.nodeNr == kInsideChild && !pruning.isWanted(parser.node))) {
-        ++pruning.skippedElements;
-        return;
-    }
-    xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, attributeCount,
-                          defaultedCount, attributes);
-}
-
+/** Drops the child if it is unwanted. The root's first node stays: libxml2 looks at it to decide whether
+ * blank text counts. */
 void dropUnwanted(xmlNode* child, const Pruning& pruning) {
-    if (child != nullptr && !pruning.isWanted(child)) {
+    if (child != nullptr && child->prev != nullptr && !pruning.isWanted(child)) {
         xmlUnlinkNode(child);
         xmlFreeNode(child);
     }
 }
 
-/** Drops the child before the one that ends. The latter must stay until the next child has ended: without it
- *  libxml2 would join the texts before and after it. */
+/** Ends an element, and drops the root's child before it. The child that ends must stay until the next one
+ * has ended: without it libxml2 would join the texts before and after it. The signature is libxml2's. */
 void endElement(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri) {
-    Pruning& pruning = pruningOf(context);
-    if (pruning.skippedElements > 0) {
-        --pruning.skippedElements;
-        return;
-    }
-    const xmlParserCtxt& parser = parserOf(context);
+    const xmlParserCtxt& parser = *static_cast<xmlParserCtxt*>(context);
     xmlNode* const ended = parser.node;
     xmlSAX2EndElementNs(context, name, prefix, uri);
-    if (parser.nodeNr == kInsideRoot) {
+    const Pruning& pruning = *static_cast<Pruning*>(parser._private);
+    if (&parser == pruning.parser && parser.nodeNr == kInsideRoot) {
         dropUnwanted(xmlPreviousElementSibling(ended), pruning);
     }
 }
@@ -72,9 +47,8 @@ XmlDocPtr parseXmlPruned(std::string_view text, const std::function<bool(const x
     if (!parser) {
         return nullptr;
     }
-    Pruning pruning{isWanted};
+    Pruning pruning{isWanted, parser.get()};
     parser->_private = &pruning;
-    parser->sax->startElementNs = startElement;
     parser->sax->endElementNs = endElement;
     xmlParseDocument(parser.get());
     XmlDocPtr doc(parser->myDoc);
