@@ -56,8 +56,8 @@ void CInventoryXMLWriter::addInventoryFooter() {
 }
 
 void CInventoryXMLWriter::print() {
-    debugLog("CInventoryXMLWriter::print() Entering");
     try {
+        debugLog("CInventoryXMLWriter::print() Entering");
         if (m_outFile.is_open()) {
             m_outFile << m_xmlStream.str();
             m_outFile.close();
@@ -75,12 +75,13 @@ void CInventoryXMLWriter::print() {
 bool CInventoryXMLWriter::openFile(const std::string& name) {
     try {
         m_outFile.open(name, std::ios::out | std::ios::trunc);
-        debugLog("CInventoryXMLWriter::GetXML() udpate xml file opened");
-        return true;
     } catch (const std::exception& error) {
         debugLog({"CInventoryXMLWriter::GetXML() exception caught during file opening ", error.what()});
         return false;
     }
+    // Outside of the try: an exception of the log is not a failed opening.
+    debugLog("CInventoryXMLWriter::GetXML() udpate xml file opened");
+    return true;
 }
 
 void CInventoryXMLWriter::addDevice(const CDeviceInfo& device) {

@@ -68,8 +68,8 @@ void CUpdateXMLWriter::addRebootRequiredStatus(bool required) {
 }
 
 void CUpdateXMLWriter::print() {
-    debugLog("CUpdateXMLWriter::print() Entering");
     try {
+        debugLog("CUpdateXMLWriter::print() Entering");
         if (m_outFile.is_open()) {
             m_outFile << m_xmlStream.str();
             m_outFile.close();
@@ -86,13 +86,14 @@ void CUpdateXMLWriter::print() {
 bool CUpdateXMLWriter::openFile(const std::string& name) {
     try {
         m_outFile.open(name, std::ios::out | std::ios::trunc);
-        debugLog("CUpdateXMLWriter::GetXML() udpate xml file opened");
-        return true;
     } catch (const std::exception& error) {
         // The fixed text names the inventory writer.
         debugLog({"CInventoryXMLWriter::GetXML() exception caught during file opening ", error.what()});
         return false;
     }
+    // Outside of the try: an exception of the log is not a failed opening.
+    debugLog("CUpdateXMLWriter::GetXML() udpate xml file opened");
+    return true;
 }
 
 /** Adds one device to the report. True if it was updated; only those can require a reboot. */

@@ -212,6 +212,34 @@ TEST_F(InventoryXMLWriter, LogsAnExceptionWhileWritingUnderAnotherNameAndContain
     EXPECT_EQ(readFile(file_), "");
 }
 
+TEST_F(InventoryXMLWriter, ContainsAnExceptionOfTheFirstLineOfPrint) {
+    constexpr char kEntering[] = "CInventoryXMLWriter::print() Entering";
+    CInventoryXMLWriter writer;
+    log_.emplace();
+    {
+        const FailingAllocation failing(sizeof kEntering);  // the line's text
+        EXPECT_NO_THROW(writer.print());
+        EXPECT_TRUE(failing.happened());
+    }
+    EXPECT_THAT(
+        log_->messages(),
+        ElementsAre(
+            "CInventoryXMLWriter::GetXML() exception caught during file is_open function std::bad_alloc"));
+}
+
+TEST_F(InventoryXMLWriter, LetsAnExceptionOfTheLogOutAfterTheOpening) {
+    constexpr char kOpened[] = "CInventoryXMLWriter::GetXML() udpate xml file opened";
+    CInventoryXMLWriter writer;
+    log_.emplace();
+    {
+        const FailingAllocation failing(sizeof kOpened);  // the line's text
+        EXPECT_THROW(writer.GetXML({}, file_.string()), std::bad_alloc);
+        EXPECT_TRUE(failing.happened());
+    }
+    EXPECT_THAT(log_->messages(), ElementsAre("CInventoryXMLWriter::GetXML() Entering"));
+    EXPECT_TRUE(std::filesystem::exists(file_));
+}
+
 // The log, and the steps by themselves.
 
 TEST_F(InventoryXMLWriter, LogsEachStep) {

@@ -214,6 +214,34 @@ TEST_F(UpdateXMLWriter, LogsAndContainsAnExceptionWhileWriting) {
     EXPECT_EQ(readFile(file_), "");
 }
 
+TEST_F(UpdateXMLWriter, ContainsAnExceptionOfTheFirstLineOfPrint) {
+    constexpr char kEntering[] = "CUpdateXMLWriter::print() Entering";
+    CUpdateXMLWriter writer;
+    log_.emplace();
+    {
+        const FailingAllocation failing(sizeof kEntering);  // the line's text
+        EXPECT_NO_THROW(writer.print());
+        EXPECT_TRUE(failing.happened());
+    }
+    EXPECT_THAT(
+        log_->messages(),
+        ElementsAre(
+            "CUpdateXMLWriter::print() exception caught during file is_open function std::bad_alloc"));
+}
+
+TEST_F(UpdateXMLWriter, LetsAnExceptionOfTheLogOutAfterTheOpening) {
+    constexpr char kOpened[] = "CUpdateXMLWriter::GetXML() udpate xml file opened";
+    CUpdateXMLWriter writer;
+    log_.emplace();
+    {
+        const FailingAllocation failing(sizeof kOpened);  // the line's text
+        EXPECT_THROW(writer.GetXML({}, file_.string()), std::bad_alloc);
+        EXPECT_TRUE(failing.happened());
+    }
+    EXPECT_THAT(log_->messages(), ElementsAre("CUpdateXMLWriter::GetXML() Entering"));
+    EXPECT_TRUE(std::filesystem::exists(file_));
+}
+
 // The log, and the steps by themselves.
 
 TEST_F(UpdateXMLWriter, LogsEachStep) {
