@@ -45,7 +45,8 @@ std::string workingDirectory() {
 }
 
 bool opensForReading(const std::string& path) {
-    const bool opened = std::ifstream(path).is_open();
+    const std::ifstream file(path);  // stays open until the outcome is logged
+    const bool opened = file.is_open();
     debugLog({"CLinuxImpl::IsFileExistsAbs() File name ", path, opened ? " exist" : " doesnt exist"});
     return opened;
 }
@@ -158,8 +159,11 @@ bool CLinuxImpl::isKOBATOLVInstalled() {
     if (handle == nullptr) {
         handle = LoadLibrary(kHelperLibrary64);
     }
+    if (handle == nullptr) {
+        return false;
+    }
     FreeLibrary(handle);
-    return handle != nullptr;
+    return true;
 }
 
 bool CLinuxImpl::InstallTolv() {

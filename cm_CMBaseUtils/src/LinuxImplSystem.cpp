@@ -18,10 +18,10 @@ constexpr const char* kModprobeBlacklistFile = "/etc/modprobe.d/blacklist.conf";
 /** Room for the release file's first line and its terminator, in bytes. */
 constexpr std::streamsize kReleaseLineSize = 1024;
 
-/** The first line of the file, cut to the room above; empty if the file cannot be opened. */
-std::string firstLineOf(const char* path) {
+/** The file's first line, cut to the room above; empty if the file is not open. */
+std::string firstLineOf(std::istream& file) {
     char line[kReleaseLineSize] = "";
-    std::ifstream(path).getline(line, kReleaseLineSize);
+    file.getline(line, kReleaseLineSize);
     return line;
 }
 
@@ -57,7 +57,8 @@ bool CLinuxImpl::isESXSystem() {
     if (stat(kVmwareReleaseFile, &status) != 0) {
         return false;
     }
-    const std::string line = firstLineOf(kVmwareReleaseFile);
+    std::ifstream release(kVmwareReleaseFile);  // stays open until the outcome is logged
+    const std::string line = firstLineOf(release);
     if (contains(line, "VMware ESX Server 3")) {
         debugLog("getLinuxOSVer: ESX 3 Found");
         return true;

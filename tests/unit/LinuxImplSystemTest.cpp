@@ -72,6 +72,15 @@ TEST_F(LinuxImplSystem, RecognizesEsx41) {
     EXPECT_THAT(log(), ElementsAre(kEsx4));
 }
 
+TEST_F(LinuxImplSystem, ClosesTheReleaseFileAfterTheLogLine) {
+    for (const std::string release : {"VMware ESX Server 3", "VMware ESX 4.1", "VMware ESX 4", "another"}) {
+        setFile("etc/vmware-release", release);
+        EXPECT_THAT(askAll({"isESXSystem", "wasReleaseFileOpen", "isReleaseFileOpen"}),
+                    ElementsAre(release == "another" ? "false" : "true", "true", "false"))
+            << release;
+    }
+}
+
 TEST_F(LinuxImplSystem, FindsTheNameAnywhereInTheLine) {
     EXPECT_EQ(esxWith("release: VMware ESX 4"), "true");
     EXPECT_THAT(log(), ElementsAre(kEsx4));

@@ -11,7 +11,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <ctime>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -21,6 +24,8 @@ namespace {
 bool readlinkFails = false;
 bool readlinkFindsNothing = false;
 std::optional<unsigned> slept;
+/** Runs for every line that the log writes. */
+std::function<void()> onLogLine;
 
 }  // namespace
 
@@ -33,6 +38,19 @@ ssize_t readlink(const char* path, char* buffer, size_t size) noexcept {
         return -1;
     }
     return readlinkFindsNothing ? 0 : syscall(SYS_readlink, path, buffer, size);
+}
+
+/** The log asks for the time once for each line. */
+time_t time(time_t* result) noexcept {
+    if (onLogLine) {
+        onLogLine();
+    }
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    if (result != nullptr) {
+        *result = now.tv_sec;
+    }
+    return now.tv_sec;
 }
 
 unsigned sleep(unsigned seconds) {
@@ -144,6 +162,26 @@ TEST_F(LinuxImpl, FindsAFileAtThePathAsGiven) {
     EXPECT_THAT(log_.messages(), ElementsAre(exists(folder_.text() + "/x"),  //
                                              exists("x"),                    //
                                              doesNotExist(folder_.text() + "/y")));
+}
+
+bool isOpen(const std::filesystem::path& file) {
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return std::any_of(begin(descriptors), end(descriptors), [&file](const auto& descriptor) {
+        std::error_code closedMeanwhile;
+        return std::filesystem::read_symlink(descriptor.path(), closedMeanwhile) == file;
+    });
+}
+
+TEST_F(LinuxImpl, ClosesAnExistingFileAfterTheLogLine) {
+    const std::filesystem::path file = std::filesystem::canonical(folder_.text()) / "x";
+    writeFile(file, "");
+    std::vector<bool> wasOpen;
+    onLogLine = [&] { wasOpen.push_back(isOpen(file)); };
+    platform_.IsFileExits("x");
+    platform_.IsFileExistsAbs(file.string());
+    onLogLine = nullptr;
+    EXPECT_THAT(wasOpen, ElementsAre(true, true));
+    EXPECT_FALSE(isOpen(file));
 }
 
 TEST_F(LinuxImpl, TakesAFolderForAnExistingFile) {
@@ -339,6 +377,33 @@ TEST_F(LinuxImpl, ListsNothingForAMissingOrEmptyFolder) {
     EXPECT_THAT(platform_.GetFileList(missing), IsEmpty());
     std::string empty = folder_.text();
     EXPECT_THAT(platform_.GetFileList(empty), IsEmpty());
+}
+
+// The agent's library.
+
+/** Loads libraries by the test's word and notes what is freed. */
+class RecordingPlatform final : public CLinuxImpl {
+public:
+    explicit RecordingPlatform(std::string loadable) : loadable_(std::move(loadable)) {}
+
+    void* LoadLibrary(const std::string& name) override { return name == loadable_ ? this : nullptr; }
+    void FreeLibrary(void* handle) override { freed.push_back(handle); }
+
+    std::vector<void*> freed;
+
+private:
+    std::string loadable_;
+};
+
+TEST_F(LinuxImpl, FreesOnlyAnAgentsLibraryThatLoaded) {
+    RecordingPlatform none("");
+    EXPECT_FALSE(none.isKOBATOLVInstalled());
+    EXPECT_THAT(none.freed, IsEmpty());
+    for (const std::string name : {"libqtrmod.so", "libqtrmod64.so"}) {
+        RecordingPlatform platform(name);
+        EXPECT_TRUE(platform.isKOBATOLVInstalled()) << name;
+        EXPECT_THAT(platform.freed, ElementsAre(&platform)) << name;
+    }
 }
 
 }  // namespace

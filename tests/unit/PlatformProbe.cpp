@@ -13,11 +13,39 @@
 #include "TempDir.h"
 #include "VtekDouble.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <ctime>
+#include <filesystem>
 #include <functional>
 #include <iostream>
 #include <map>
 #include <string>
+
+namespace {
+
+bool wasReleaseFileOpen = false;  // when the log wrote its last line
+
+bool isOpen(const std::filesystem::path& file) {
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return std::any_of(begin(descriptors), end(descriptors), [&file](const auto& descriptor) {
+        std::error_code closedMeanwhile;
+        return std::filesystem::read_symlink(descriptor.path(), closedMeanwhile) == file;
+    });
+}
+
+}  // namespace
+
+/** Stands in front of the C library's own. The log asks for the time once for each line. */
+extern "C" time_t time(time_t* result) noexcept {
+    wasReleaseFileOpen = isOpen("/etc/vmware-release");
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    if (result != nullptr) {
+        *result = now.tv_sec;
+    }
+    return now.tv_sec;
+}
 
 namespace {
 
@@ -37,6 +65,8 @@ const std::map<std::string, Probe> kProbes = {
     {"InstallTolv", &CLinuxImpl::InstallTolv},
     {"UninstallTolv", &CLinuxImpl::UninstallTolv},
     {"isHelperLibraryMapped", isHelperLibraryMapped},
+    {"wasReleaseFileOpen", [](CLinuxImpl&) { return wasReleaseFileOpen; }},
+    {"isReleaseFileOpen", [](CLinuxImpl&) { return isOpen("/etc/vmware-release"); }},
 };
 
 /** Loads the library and asks it where it comes from. */
