@@ -95,6 +95,15 @@ bool addFailure(const SInventoryStatus& status, CDeviceInfo& record) {
     return true;
 }
 
+/** Answers GetAttributeValue, which logs a missing node or name. */
+const xmlChar* attributeOrNull(const xmlNode* node, const char* name) {
+    if (node == nullptr || name == nullptr) {
+        debugLog("CDeviceInventoryInfo::GetAttributeValue() NULL == cur || NULL == propName");
+        return nullptr;
+    }
+    return attributeText(node, name);
+}
+
 void readIdentity(const xmlNode* device, CDeviceInfo& record) {
     if (const xmlChar* componentID = attributeText(device, "componentID")) {
         record.setComponentID(asChars(componentID));
@@ -113,13 +122,10 @@ void readDevice(xmlNode* device, CDeviceInfo& record) {
         record.setDeviceName(asChars(display));
     }
     const xmlNode* application = xmlFirstElementChild(device);
-    if (application == nullptr) {
-        return;
-    }
-    if (const xmlChar* componentType = attributeText(application, "componentType")) {
+    if (const xmlChar* componentType = attributeOrNull(application, "componentType")) {
         record.setComponentType(asChars(componentType));
     }
-    if (const xmlChar* version = attributeText(application, "version")) {
+    if (const xmlChar* version = attributeOrNull(application, "version")) {
         record.setVersion(asChars(version));
     }
 }
@@ -177,9 +183,5 @@ XPathObjectPtr CDeviceInventoryInfo::GetNodeSet(const char* xpath) {
 }
 
 const xmlChar* CDeviceInventoryInfo::GetAttributeValue(xmlNode* node, const char* name) {
-    if (node == nullptr || name == nullptr) {
-        debugLog("CDeviceInventoryInfo::GetAttributeValue() NULL == cur || NULL == propName");
-        return nullptr;
-    }
-    return attributeText(node, name);
+    return attributeOrNull(node, name);
 }

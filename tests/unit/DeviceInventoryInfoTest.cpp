@@ -28,6 +28,7 @@ constexpr const char* kEmpty = "CDeviceInventoryInfo::GetNodeSet() Empty nodeset
 constexpr const char* kNoStatus = "CDeviceInventoryInfo::GetInventoryStatus() pXpathObj is NULL";
 constexpr const char* kNoDevices = "CDeviceInventoryInfo::GetDeviceInfo() pXpathObj is NULL";
 constexpr const char* kGotMessage = "CDeviceInventoryInfo::GetInventoryStatus() got message";
+constexpr const char* kNoNode = "CDeviceInventoryInfo::GetAttributeValue() NULL == cur || NULL == propName";
 constexpr const char* kUntouched = "untouched";
 
 /** Type, component id, ids, name, component type and version of a record. */
@@ -191,7 +192,8 @@ TEST_F(DeviceInventoryInfo, LogsTheStatusQuestionForEachRecord) {
     EXPECT_EQ(records().size(), 2U);
     EXPECT_THAT(log_.messages(), ElementsAre(kStart, kEnd,               // the devices
                                              kStart, kEmpty, kNoStatus,  // the first record
-                                             kStart, kEmpty, kNoStatus));
+                                             kNoNode, kNoNode,           // without component type and version
+                                             kStart, kEmpty, kNoStatus, kNoNode, kNoNode));
     for (const LogLine& line : log_.lines()) {
         EXPECT_EQ(line.source, "DeviceInventoryInfo");
     }
@@ -201,8 +203,9 @@ TEST_F(DeviceInventoryInfo, LogsTheFailureForEachRecord) {
     setInventory(
         R"(<Device componentID="1"/><Device componentID="2"/><SPStatus result="false">m</SPStatus>)");
     EXPECT_EQ(records().size(), 2U);
-    EXPECT_THAT(log_.messages(),
-                ElementsAre(kStart, kEnd, kStart, kEnd, kGotMessage, kStart, kEnd, kGotMessage));
+    EXPECT_THAT(log_.messages(), ElementsAre(kStart, kEnd,                                 //
+                                             kStart, kEnd, kGotMessage, kNoNode, kNoNode,  //
+                                             kStart, kEnd, kGotMessage, kNoNode, kNoNode));
 }
 
 TEST_F(DeviceInventoryInfo, LogsASuccessForEachRecord) {
