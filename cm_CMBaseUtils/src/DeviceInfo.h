@@ -11,6 +11,8 @@ struct SPCIInfo {
     std::string vendorID;
     std::string subVendorID;
     std::string marketingName;
+
+    bool operator==(const SPCIInfo& other) const = default;
 };
 
 /** The place of a device on the PCI bus. */

@@ -245,6 +245,17 @@ TEST(DeviceInfo, KeepsTheTurnedPathInTheRecord) {
     EXPECT_TRUE(turned == slashes);
 }
 
+TEST(DeviceInfoEquality, ComparesAllSixTextsOfAPciIdentity) {
+    const SPCIInfo identity = {"1", "2", "3", "4", "5", "6"};
+    EXPECT_TRUE(identity == (SPCIInfo{"1", "2", "3", "4", "5", "6"}));
+    EXPECT_FALSE(identity == (SPCIInfo{"x", "2", "3", "4", "5", "6"}));
+    EXPECT_FALSE(identity == (SPCIInfo{"1", "x", "3", "4", "5", "6"}));
+    EXPECT_FALSE(identity == (SPCIInfo{"1", "2", "x", "4", "5", "6"}));
+    EXPECT_FALSE(identity == (SPCIInfo{"1", "2", "3", "x", "5", "6"}));
+    EXPECT_FALSE(identity == (SPCIInfo{"1", "2", "3", "4", "x", "6"}));
+    EXPECT_FALSE(identity == (SPCIInfo{"1", "2", "3", "4", "5", "x"}));
+}
+
 TEST(DeviceInfoEquality, HoldsForNewRecordsAndCopies) {
     CDeviceInfo record;
     EXPECT_TRUE(record == CDeviceInfo());
