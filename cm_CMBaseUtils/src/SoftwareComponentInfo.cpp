@@ -51,7 +51,6 @@ CSoftwareComponentInfo::CSoftwareComponentInfo() {
 }
 
 CSoftwareComponentInfo::~CSoftwareComponentInfo() {
-    m_pInventoryDoc.reset();
     if (m_pXmlDoc) {
         m_pXmlDoc.reset();
         xmlCleanupParser();
@@ -158,20 +157,19 @@ bool CSoftwareComponentInfo::getPresenceOfRollbackInfo() {
 
 bool CSoftwareComponentInfo::GetInvFromTVK(std::string componentID, std::stringstream& record,
                                            std::stringstream& inventory) {
-    m_pInventoryDoc = parseXml(inventory.str());
-    xmlDoc* const doc = m_pInventoryDoc.get();
-    if (doc == nullptr) {
+    const XmlDocPtr doc = parseXml(inventory.str());
+    if (!doc) {
         return false;
     }
     const std::string expression = QUERYCOMPID + std::move(componentID) + XPATH_SUFFIX;
-    const XPathObjectPtr devices = getnodeset(doc, asXmlChars(expression.c_str()));
+    const XPathObjectPtr devices = getnodeset(doc.get(), asXmlChars(expression.c_str()));
     if (!devices) {
         debugLog("CIdentityModuleInventory::GetInvFromTVK:: component ID not found");
         return true;
     }
     debugLog("CIdentityModuleInventory::GetInvFromTVK:: component ID found");
     for (xmlNode* device : nodesOf(devices)) {
-        if (!appendElement(doc, device, record)) {
+        if (!appendElement(doc.get(), device, record)) {
             return false;
         }
     }

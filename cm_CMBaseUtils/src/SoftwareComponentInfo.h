@@ -116,9 +116,6 @@ private:
 
     std::string m_strPackageXmlPath;
     XmlDocPtr m_pXmlDoc;
-    /** The inventory of the latest look-up. Kept until the next one, because freeing it takes a fifth of the
-     *  look-up's time and most processes end before. */
-    XmlDocPtr m_pInventoryDoc;
 
     void parsePackageXml();
     std::string lastAttributeOf(const char* expression, const char* name);

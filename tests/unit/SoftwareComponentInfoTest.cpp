@@ -15,6 +15,8 @@ using ::testing::IsNull;
 using ::testing::NotNull;
 
 static_assert(!std::is_polymorphic_v<CSoftwareComponentInfo>);
+// The path and the document.
+static_assert(sizeof(CSoftwareComponentInfo) == sizeof(std::string) + sizeof(xmlDoc*));
 
 constexpr std::string_view kNotWellFormed = "<SoftwareComponent>";
 
@@ -369,6 +371,20 @@ TEST_F(SoftwareComponentInfo, FreesTheFormerDocumentBeforeItReadsTheNext) {
     xmlDeregisterNodeDefault(nullptr);
     EXPECT_EQ(documents.now, 0);
     EXPECT_EQ(documents.most, 1);
+}
+
+TEST_F(SoftwareComponentInfo, FreesTheInventoryAfterTheLookUp) {
+    static int documents = 0;
+    CSoftwareComponentInfo reader;
+    xmlRegisterNodeDefault([](xmlNode* node) { documents += node->type == XML_DOCUMENT_NODE ? 1 : 0; });
+    xmlDeregisterNodeDefault([](xmlNode* node) { documents -= node->type == XML_DOCUMENT_NODE ? 1 : 0; });
+    std::stringstream record;
+    std::stringstream inventory(R"(<SVMInventory><Device componentID="1"/></SVMInventory>)");
+    EXPECT_TRUE(reader.GetInvFromTVK("1", record, inventory));
+    EXPECT_EQ(documents, 0);
+    xmlRegisterNodeDefault(nullptr);
+    xmlDeregisterNodeDefault(nullptr);
+    EXPECT_EQ(record.str(), R"(<Device componentID="1"/>)");
 }
 
 TEST_F(SoftwareComponentInfo, RecoversFromAnEarlierFailure) {
