@@ -37,7 +37,7 @@ const xmlChar* lastText(xmlNode* node, const char* name) {
 
 }  // namespace
 
-CPIEConfigInfo::CPIEConfigInfo() : m_nTimeout(0) {}
+CPIEConfigInfo::CPIEConfigInfo() : m_pXmlDoc(nullptr), m_nTimeout(0) {}
 
 CPIEConfigInfo::~CPIEConfigInfo() = default;
 
@@ -45,8 +45,8 @@ bool CPIEConfigInfo::Init(const std::string& path) {
     if (path.empty()) {
         debugLog("PIE file path is empty ");
     }
-    m_pXmlDoc.reset(xmlParseFile(path.c_str()));
-    if (!m_pXmlDoc) {
+    m_pXmlDoc = xmlParseFile(path.c_str());  // never freed: results of GetPlugins may still refer to it
+    if (m_pXmlDoc == nullptr) {
         // The text for the failure is fixed, although it says the opposite.
         debugLog({"CPIEConfigInfo::Init() Document ", path, "  parsed successfully "});
         return false;
@@ -77,7 +77,7 @@ XPathObjectPtr CPIEConfigInfo::GetPlugins() {
 
 XPathObjectPtr CPIEConfigInfo::GetNodeSet(const char* xpath) {
     debugLog("CPIEConfigInfo::GetNodeSet() Start");
-    SXPathResult result = evaluateXPath(m_pXmlDoc.get(), asXmlChars(xpath));
+    SXPathResult result = evaluateXPath(m_pXmlDoc, asXmlChars(xpath));
     switch (result.outcome) {
         case eXPathOutcome::FOUND:
             debugLog("CPIEConfigInfo::GetNodeSet() END");

@@ -9,8 +9,8 @@
  * line, the file that the command writes, and its time-out.
  *
  * Values that were not found keep their state: empty texts and a time-out of 0 in a new reader. The reader
- * owns the document of its last Init; nodes and XPath results must not be used after the next Init or after
- * the reader's destruction.
+ * never frees a document, so nodes and XPath results outlive it and its next Init. A caller that needs the
+ * memory back frees the documents itself: GetNodeSet("/") returns the document of the last Init.
  */
 class CPIEConfigInfo {
 public:
@@ -47,7 +47,7 @@ public:
     const xmlChar* GetAttributeValue(xmlNode* node, const char* name);
 
 private:
-    XmlDocPtr m_pXmlDoc;
+    xmlDoc* m_pXmlDoc;
     std::string m_strInventoryCommand;
     std::string m_strOutputFileName;
     int m_nTimeout;

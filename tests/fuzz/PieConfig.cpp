@@ -67,13 +67,17 @@ int leadingNumber(const std::string& text) {
     return static_cast<int>(number);
 }
 
+bool isText(const xmlNode* node) {
+    return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
+}
+
 std::string lastTextOf(const xmlNode* parent, const char* name) {
     std::string last;
     for (const xmlNode* child = parent->children; child != nullptr; child = child->next) {
         if (child->type == XML_ELEMENT_NODE &&
             sameLetters(reinterpret_cast<const char*>(child->name), name) && child->children != nullptr &&
-            (child->children->type == XML_TEXT_NODE || child->children->type == XML_CDATA_SECTION_NODE) &&
-            child->children->content != nullptr && *child->children->content != '\0') {
+            isText(child->children) && child->children->content != nullptr &&
+            *child->children->content != '\0') {
             last = reinterpret_cast<const char*>(child->children->content);
         }
     }
@@ -108,8 +112,17 @@ Plugin walk(const std::filesystem::path& file) {
     return plugin;
 }
 
+/** Frees the document of the last Init, which the reader leaves to its caller. */
+void freeDocument(CPIEConfigInfo& reader) {
+    XmlDocPtr doc;
+    if (const XPathObjectPtr root = reader.GetNodeSet("/")) {
+        doc.reset(nodesOf(root)[0]->doc);
+    }
+}
+
 Plugin ask(CPIEConfigInfo& reader, const std::filesystem::path& file) {
     const bool found = reader.Init(file.string());
+    freeDocument(reader);
     return {reader.GetInventoryCommand(), reader.GetInventoryCommandOutFileName(),
             reader.GetInventoryTimeout(), found};
 }

@@ -269,6 +269,28 @@ TEST_F(PIEConfigInfo, ReturnsAllPlugins) {
     EXPECT_EQ(plugins->nodesetval->nodeNr, 2);
 }
 
+TEST_F(PIEConfigInfo, KeepsEachDocumentForItsNodes) {
+    static bool freedOne = false;
+    XPathObjectPtr first;
+    XPathObjectPtr second;
+    xmlDeregisterNodeDefault([](xmlNode* node) { freedOne = freedOne || node->type == XML_DOCUMENT_NODE; });
+    {
+        CPIEConfigInfo reader;
+        writeFile(file_, configWith(R"(<Plugin description="first"/>)"));
+        reader.Init(file_.string());
+        first = reader.GetPlugins();
+        writeFile(file_, configWith(R"(<Plugin description="second"/>)"));
+        reader.Init(file_.string());
+        second = reader.GetPlugins();
+    }
+    xmlDeregisterNodeDefault(nullptr);
+    ASSERT_THAT(first, NotNull());
+    ASSERT_THAT(second, NotNull());
+    EXPECT_THAT(asChars(attributeText(nodesOf(first)[0], "description")), StrEq("first"));
+    EXPECT_THAT(asChars(attributeText(nodesOf(second)[0], "description")), StrEq("second"));
+    EXPECT_FALSE(freedOne);
+}
+
 TEST_F(PIEConfigInfo, ReturnsNoNodesWithoutADocument) {
     EXPECT_THAT(config_.GetPlugins(), IsNull());
     EXPECT_THAT(log_.messages(), ElementsAre("CPIEConfigInfo::GetNodeSet() Start",

@@ -16,6 +16,12 @@ vtek::Result<std::string> readConfiguration(const std::string& path) {
     return text;
 }
 
+/** The document, which the reader leaves to its caller. */
+XmlDocPtr documentOf(CPIEConfigInfo& configuration) {
+    const XPathObjectPtr root = configuration.GetNodeSet("/");
+    return XmlDocPtr(root ? nodesOf(root)[0]->doc : nullptr);
+}
+
 void printPlugin(const Console& console, CPIEConfigInfo& configuration) {
     tools::TextTable table;
     table.addRow({"Command", configuration.GetInventoryCommand()});
@@ -44,7 +50,9 @@ public:
         }
         const MemoryFile copy(*text);
         CPIEConfigInfo configuration;
-        if (!configuration.Init(copy.path())) {
+        const bool found = configuration.Init(copy.path());
+        const XmlDocPtr document = documentOf(configuration);
+        if (!found) {
             console.report(file_ + ": names no inventory plug-in with a command and an output file");
             return ExitStatus::Failure;
         }
