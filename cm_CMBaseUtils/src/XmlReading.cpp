@@ -15,8 +15,10 @@ void readPciId(const xmlNode* element, const char* name, std::string& id) {
     }
 }
 
+/** An entity reference counts as its replacement text, as in an attribute. */
 bool isText(const xmlNode* node) {
-    return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
+    return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE ||
+           node->type == XML_ENTITY_REF_NODE;
 }
 
 }  // namespace

@@ -97,7 +97,8 @@ xmlNode* findElement(xmlNode* node, const char* name);
 /** The text of an element's attribute; null if it is absent or empty. */
 const xmlChar* attributeText(const xmlNode* node, const char* name);
 
-/** The text of the node's first child; null if there is no child, or if it is not a text, or is empty. */
+/** The text of the node's first child, which for an entity reference is the entity's replacement text, as in
+ *  an attribute; null if there is no child, or if it is not a text, or is empty. */
 const xmlChar* firstChildText(const xmlNode* node);
 
 /** Replaces each PCI id that the element has an attribute for, unchanged in form. The other ids stay. */

@@ -67,8 +67,10 @@ int leadingNumber(const std::string& text) {
     return static_cast<int>(number);
 }
 
+/** True also for an entity reference, whose content is the entity's. */
 bool isText(const xmlNode* node) {
-    return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
+    return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE ||
+           node->type == XML_ENTITY_REF_NODE;
 }
 
 std::string lastTextOf(const xmlNode* parent, const char* name) {

@@ -208,6 +208,12 @@ TEST_F(PIEConfigInfo, UsesTheLastCommandAndOutputWithAText) {
     EXPECT_EQ(found(), "d|c|1");
 }
 
+TEST_F(PIEConfigInfo, ReadsAnEntityAsItsReplacementText) {
+    EXPECT_TRUE(init(R"(<!DOCTYPE PIEConfig [<!ENTITY c "qrxupdate -i"><!ENTITY o "inv.xml">]>)" +
+                     configWith(inventoryPlugin("1", "<Command>&c;</Command><Output>&o;</Output>"))));
+    EXPECT_EQ(found(), "qrxupdate -i|inv.xml|1");
+}
+
 TEST_F(PIEConfigInfo, UsesOnlyTheFirstCliToFile) {
     EXPECT_FALSE(
         init(configWith(R"(<Plugin description="Inventory" type="0" timeout="1"><CliToFile/><CliToFile>)" +

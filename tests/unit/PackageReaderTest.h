@@ -11,6 +11,10 @@
 
 namespace test {
 
+/** Declares the entities name, nested and empty for the document that follows. */
+inline constexpr const char* kEntities =
+    R"(<!DOCTYPE SoftwareComponent [<!ENTITY name "Name"><!ENTITY nested "a &name; b"><!ENTITY empty "">]>)";
+
 /** A package folder and readers of it. */
 class PackageReaderTest : public ::testing::Test {
 protected:

@@ -411,5 +411,18 @@ TEST_F(SoftwareComponentInfoDependencies, ReturnsTheSameListAsAddingOneByOne) {
     }
 }
 
+TEST_F(SoftwareComponentInfoDependencies, ReadsAnEntityAsItsReplacementText) {
+    package_.setPackage(std::string(kEntities) +
+                        R"(<SoftwareComponent><SupportedDevices><Device><Dependency version="&nested;">)"
+                        "<Display>&nested;</Display><Detail>&name;</Detail></Dependency>"
+                        "<Dependency><Display>&empty;</Display><Detail><!--c-->x</Detail></Dependency>"
+                        "</Device></SupportedDevices></SoftwareComponent>");
+    const Records records = owned(CSoftwareComponentInfo().getDependencyInfo());
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_EQ(records[0]->getDisplay(), records[0]->getVersion());
+    EXPECT_EQ(textOf(*records[0]), "||a &name; b|a &name; b|Name");
+    EXPECT_EQ(textOf(*records[1]), "||||");
+}
+
 }  // namespace
 }  // namespace test

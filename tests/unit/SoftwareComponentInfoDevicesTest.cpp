@@ -21,6 +21,10 @@ class SoftwareComponentInfoDevices : public PackageReaderTest {
 protected:
     std::vector<std::string> devicesIn(std::string_view devices) {
         setDevices(devices);
+        return supportedDevices();
+    }
+
+    static std::vector<std::string> supportedDevices() {
         std::vector<std::string> texts;
         for (const SPCIInfo& device : CSoftwareComponentInfo().GetSupportedDevices()) {
             texts.push_back(textOf(device));
@@ -40,6 +44,25 @@ protected:
 
 TEST_F(SoftwareComponentInfoDevices, KeepsTheIdsOfADeviceAsWritten) {
     EXPECT_THAT(devicesIn(kOneDevice), ElementsAre("7|10DE|8abc|14E4|1028|Card"));
+}
+
+TEST_F(SoftwareComponentInfoDevices, ReadsAnEntityAsItsReplacementText) {
+    package_.setPackage(
+        std::string(kEntities) +
+        "<SoftwareComponent><SupportedDevices>"
+        R"(<Device componentID="&name;"><PCIInfo deviceID="1"/><Display>&name;</Display></Device>)"
+        R"(<Device componentID="&nested;"><PCIInfo/><Display>&nested; x</Display></Device>)"
+        "<Device><PCIInfo/><Display>&empty;</Display><Display>Card</Display></Device>"
+        "<Device><PCIInfo/><Display><!--c-->Comment</Display></Device>"
+        "<Device><PCIInfo/><Display><?p i?>Instruction</Display></Device>"
+        "</SupportedDevices></SoftwareComponent>");
+    for (const SPCIInfo& device : CSoftwareComponentInfo().GetSupportedDevices()) {
+        // An attribute with the same reference gives the same text.
+        EXPECT_TRUE(device.componentID.empty() || device.marketingName == device.componentID)
+            << textOf(device);
+    }
+    EXPECT_THAT(supportedDevices(), ElementsAre("Name|0001||||Name", "a &name; b|0001||||a &name; b",
+                                                "|0001||||Card", "|0001||||Card", "|0001||||Card"));
 }
 
 TEST_F(SoftwareComponentInfoDevices, PadsAShortIdWithZerosToFourCharacters) {

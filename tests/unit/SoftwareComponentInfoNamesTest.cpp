@@ -57,6 +57,18 @@ TEST_F(SoftwareComponentInfoNames, UsesTheFirstDisplayWithAText) {
         ElementsAre(Pair("1", "Later")));
 }
 
+TEST_F(SoftwareComponentInfoNames, ReadsAnEntityAsItsReplacementText) {
+    package_.setPackage(std::string(kEntities) +
+                        R"(<SoftwareComponent><SupportedDevices><Device componentID="&name;">)"
+                        "<Display>&name;</Display></Device></SupportedDevices></SoftwareComponent>");
+    CSoftwareComponentInfo reader;
+    const std::string name = reader.GetComponentID();  // what an attribute with the reference gives
+    EXPECT_THAT(name, ::testing::StrEq("Name"));
+    EXPECT_THAT(reader.getCompIDMarkNameInfo(), ElementsAre(Pair(name, name)));
+    EXPECT_EQ(reader.getMarketingNameForNonPCIDevice(name), name);
+    EXPECT_EQ(reader.GetComponentDisplayString(), name);
+}
+
 TEST_F(SoftwareComponentInfoNames, ListsPciDevicesToo) {
     EXPECT_THAT(namesIn(R"(<Device componentID="1"><PCIInfo deviceID="1"/><Display>Card</Display></Device>)"),
                 ElementsAre(Pair("1", "Card")));
