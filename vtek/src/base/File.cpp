@@ -71,6 +71,15 @@ UniqueFd openAt(int folder, const std::string& path, int flags, mode_t mode) {
         UniqueFd(uninterrupted([&] { return openat(folder, path.c_str(), flags | O_CLOEXEC, mode); })));
 }
 
+UniqueFd createFileAt(int folder, const std::string& name, mode_t mode) {
+    UniqueFd file = openAt(folder, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+    return file && fchmod(file.get(), mode) == 0 ? std::move(file) : UniqueFd();
+}
+
+bool makeFolderAt(int folder, const std::string& name, mode_t mode) {
+    return mkdirat(folder, name.c_str(), mode) == 0 && fchmodat(folder, name.c_str(), mode, 0) == 0;
+}
+
 UniqueFd aboveStandard(UniqueFd fd) {
     if (fd && fd.get() <= STDERR_FILENO) {
         return UniqueFd(fcntl(fd.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));

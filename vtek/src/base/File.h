@@ -51,6 +51,18 @@ extern const int kWorkingFolder;
  */
 UniqueFd openAt(int folder, const std::string& path, int flags, mode_t mode = 0);
 
+/**
+ * Creates a file, open for reading and writing. It has exactly this mode: a umask could keep even its owner
+ * from opening it again.
+ *
+ * @return empty on failure or if the name exists, with errno set
+ */
+UniqueFd createFileAt(int folder, const std::string& name, mode_t mode);
+
+/** Makes a folder with exactly this mode. Nobody else may be able to write to the folder above it.
+ * @return false with errno set on failure */
+bool makeFolderAt(int folder, const std::string& name, mode_t mode);
+
 /** Moves an open file to a descriptor above 2. Returns an empty descriptor, or one above 2, unchanged. */
 UniqueFd aboveStandard(UniqueFd fd);
 

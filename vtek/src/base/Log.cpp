@@ -66,6 +66,8 @@ void Log::open() {
     }
     struct stat info {};
     if (file_ && fstat(file_.get(), &info) == 0 && info.st_size == 0) {
+        // The umask may have taken rights that the next process needs. A failure shows then.
+        static_cast<void>(fchmod(file_.get(), kLogMode));
         writeFully(file_.get(), std::string(kBanner) + "\n");
     }
 }

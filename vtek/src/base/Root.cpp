@@ -13,6 +13,7 @@ namespace vtek {
 namespace {
 
 constexpr const char* kDefaultRoot = "/var/lib/vtek";
+constexpr mode_t kModeBits = 07777;  // of st_mode; the others are the type of the file
 
 Result<std::filesystem::path> absolutePath(const std::string& path) {
     std::error_code failure;
@@ -24,6 +25,11 @@ Result<std::filesystem::path> absolutePath(const std::string& path) {
         absolute = absolute.parent_path();
     }
     return absolute;
+}
+
+/** The name of a root in the folder above it. */
+std::string nameOf(const std::filesystem::path& root) {
+    return root.has_filename() ? root.filename().string() : ".";
 }
 
 /** Checks a folder above the root. A sticky one may be writable by all: nobody can rename what others own. */
@@ -39,6 +45,29 @@ Error cannotEnter(const std::string& name) {
     const bool link = errno == ELOOP || errno == ENOTDIR;
     const Error error = systemError(missing ? ErrorNumber::RootMissing : ErrorNumber::RootUnsafe, name);
     return link ? Error{error.number, name + " is a symlink or not a folder"} : error;
+}
+
+/**
+ * Opens the folder above a root. Opens one name after the other, each relative to the checked folder above
+ * it, so that nobody can swap a folder between its check and its use.
+ */
+Result<UniqueFd> openParent(const std::filesystem::path& root, uid_t caller) {
+    // O_PATH needs no read access, which a folder above may deny.
+    UniqueFd folder = openAt(kWorkingFolder, "/", O_PATH | O_DIRECTORY);
+    std::filesystem::path reached = "/";
+    const std::filesystem::path names = root.relative_path().parent_path();
+    for (auto name = names.begin();; ++name) {
+        struct stat info {};
+        if (!folder || fstat(folder.get(), &info) != 0) {
+            return cannotEnter(reached.string());
+        }
+        VTEK_TRY(checkParent(info, caller, reached.string()));
+        if (name == names.end()) {
+            return folder;
+        }
+        reached /= *name;
+        folder = openAt(folder.get(), name->string(), O_PATH | O_DIRECTORY | O_NOFOLLOW);
+    }
 }
 
 }  // namespace
@@ -61,25 +90,10 @@ Status checkOwner(const struct stat& info, uid_t caller, const std::string& name
 
 Result<Root> Root::open(const std::string& path, uid_t caller) {
     VTEK_ASSIGN(const std::filesystem::path absolute, absolutePath(path));
-    // Opens one name after the other, each relative to the checked folder above it, so that nobody can swap a
-    // folder between its check and its use. O_PATH needs no read access, which a folder above may deny.
-    UniqueFd folder = openAt(kWorkingFolder, "/", O_PATH | O_DIRECTORY);
-    std::filesystem::path reached = "/";
-    for (const auto& name : absolute.relative_path()) {
-        struct stat info {};
-        if (!folder || fstat(folder.get(), &info) != 0) {
-            return cannotEnter(reached.string());
-        }
-        VTEK_TRY(checkParent(info, caller, reached.string()));
-        reached /= name;
-        folder = openAt(folder.get(), name.string(), O_PATH | O_DIRECTORY | O_NOFOLLOW);
-        if (!folder) {
-            return cannotEnter(reached.string());
-        }
-    }
-    struct stat info {};
+    VTEK_ASSIGN(const UniqueFd parent, openParent(absolute, caller));
     // Listing and syncing the root need a readable descriptor, which O_PATH does not give.
-    UniqueFd readable = openAt(folder.get(), ".", O_RDONLY | O_DIRECTORY);
+    UniqueFd readable = openAt(parent.get(), nameOf(absolute), O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+    struct stat info {};
     if (!readable || fstat(readable.get(), &info) != 0) {
         return cannotEnter(absolute.string());
     }
@@ -89,7 +103,12 @@ Result<Root> Root::open(const std::string& path, uid_t caller) {
 
 Result<Root> Root::create(const std::string& path, uid_t caller) {
     VTEK_ASSIGN(const std::filesystem::path absolute, absolutePath(path));
-    if (mkdir(absolute.c_str(), kReadableFolder) != 0 && errno != EEXIST) {
+    // Without a folder above it, the root cannot be made; that is not a matter of safety.
+    if (!openAt(kWorkingFolder, absolute.parent_path().string(), O_PATH | O_DIRECTORY)) {
+        return systemError(ErrorNumber::RootMissing, "make " + absolute.string());
+    }
+    VTEK_ASSIGN(const UniqueFd parent, openParent(absolute, caller));
+    if (!makeFolderAt(parent.get(), nameOf(absolute), kReadableFolder) && errno != EEXIST) {
         return systemError(ErrorNumber::RootMissing, "make " + absolute.string());
     }
     VTEK_ASSIGN(Root root, open(absolute.string(), caller));
@@ -105,7 +124,7 @@ Result<Root> Root::create(const std::string& path, uid_t caller) {
                                                       {kStagingFolder, kPrivateFolder},
                                                       {kLogFolder, kReadableFolder}};
     for (const auto& [name, mode] : folders) {
-        if (mkdirat(root.folder(), name, mode) != 0) {
+        if (!makeFolderAt(root.folder(), name, mode)) {
             return systemError(ErrorNumber::RootMissing, "make " + root.path() + "/" + name);
         }
     }
@@ -124,11 +143,27 @@ Result<UniqueFd> Root::openFolder(const char* name, ErrorNumber onFailure) const
 }
 
 Status Root::checkFile(const std::string& name, Presence presence, ErrorNumber onFailure) const {
+    const auto mode = modeOf(name, presence, onFailure);
+    return mode ? Status() : Status(mode.error());
+}
+
+Status Root::makePrivate(const std::string& name, Presence presence, ErrorNumber onFailure) const {
+    VTEK_ASSIGN(const std::optional<mode_t> mode, modeOf(name, presence, onFailure));
+    // By name, because the mode may keep even its owner from opening it. Only the owner of the root and user
+    // 0 can put another file in its place.
+    if (mode && *mode != kPrivateFile && fchmodat(folder_.get(), name.c_str(), kPrivateFile, 0) != 0) {
+        return systemError(ErrorNumber::RepositoryUnwritable, "change the mode of " + path_ + "/" + name);
+    }
+    return {};
+}
+
+Result<std::optional<mode_t>> Root::modeOf(const std::string& name, Presence presence,
+                                           ErrorNumber onFailure) const {
     const std::string shown = path_ + "/" + name;
     struct stat info {};
     if (fstatat(folder_.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
         if (errno == ENOENT && presence == Presence::Optional) {
-            return {};
+            return std::optional<mode_t>();
         }
         return systemError(onFailure, shown);
     }
@@ -136,7 +171,8 @@ Status Root::checkFile(const std::string& name, Presence presence, ErrorNumber o
     if (!S_ISREG(info.st_mode) || info.st_nlink != 1) {
         return Error{onFailure, shown + " is a link or not a regular file"};
     }
-    return checkOwner(info, caller_, shown, onFailure);
+    VTEK_TRY(checkOwner(info, caller_, shown, onFailure));
+    return std::optional(info.st_mode & kModeBits);
 }
 
 }  // namespace vtek

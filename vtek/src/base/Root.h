@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 
 namespace vtek {
@@ -24,6 +25,9 @@ inline constexpr const char* kLockFile = "lock";
 /** The modes of its folders: staging is private until its content is published. */
 inline constexpr mode_t kPrivateFolder = 0700;
 inline constexpr mode_t kReadableFolder = 0755;
+
+/** The mode of the files that processes lock: a user who can open a file can lock it. */
+inline constexpr mode_t kPrivateFile = 0600;
 
 /** The path of the root: $VTEK_ROOT, else /var/lib/vtek. A privileged program ignores the variable. */
 std::string rootPathFromEnvironment();
@@ -64,9 +68,17 @@ public:
      * others. */
     Status checkFile(const std::string& name, Presence presence, ErrorNumber onFailure) const;
 
+    /** Refuses the same files, and gives the file the mode kPrivateFile. Fails with RepositoryUnwritable if
+     * the mode cannot be changed. */
+    Status makePrivate(const std::string& name, Presence presence, ErrorNumber onFailure) const;
+
 private:
     Root(std::string path, UniqueFd folder, uid_t caller)
         : path_(std::move(path)), folder_(std::move(folder)), caller_(caller) {}
+
+    /** Checks a file as checkFile does. @return its mode; empty if it is missing */
+    Result<std::optional<mode_t>> modeOf(const std::string& name, Presence presence,
+                                         ErrorNumber onFailure) const;
 
     std::string path_;
     UniqueFd folder_;

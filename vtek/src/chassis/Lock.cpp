@@ -20,7 +20,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr mode_t kLockMode = 0600;  // whoever can open the file can lock it and block every update
 constexpr std::chrono::milliseconds kPause{20};  // between two attempts to take the lock
 constexpr int kHolderAttempts = 50;              // with kPause between them, one second
 constexpr std::size_t kDescriptionBound = 512;   // bytes of a holder's description; its command gets half
@@ -70,11 +69,12 @@ bool isCurrent(const Root& root, const UniqueFd& file) {
 
 Result<UniqueFd> openLockFile(const Root& root) {
     // A planted symlink must not be followed (O_NOFOLLOW), and a planted FIFO must not block (O_NONBLOCK).
-    UniqueFd file = openAt(root.folder(), kLockFile, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, kLockMode);
+    UniqueFd file =
+        openAt(root.folder(), kLockFile, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, kPrivateFile);
     if (!file) {
         return repositoryError("open " + root.path() + "/" + kLockFile);
     }
-    VTEK_TRY(root.checkFile(kLockFile, Root::Presence::Required, ErrorNumber::RepositoryUnwritable));
+    VTEK_TRY(root.makePrivate(kLockFile, Root::Presence::Required, ErrorNumber::RepositoryUnwritable));
     return file;
 }
 

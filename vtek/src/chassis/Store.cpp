@@ -1,7 +1,9 @@
 #include "chassis/Store.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace vtek {
@@ -10,7 +12,6 @@ namespace {
 
 constexpr std::int64_t kApplicationId = 0x5654454B;  // "VTEK" in the header of the SQLite file
 constexpr std::int64_t kLayout = 1;                  // the version of the schema below
-constexpr mode_t kReadableState = 0644;              // anyone may read an inventory
 
 /**
  * The schema. kApplicationId and kLayout stand in it as literals, because a PRAGMA takes no parameters.
@@ -43,8 +44,32 @@ constexpr const char* kSchema = R"(
     COMMIT;
 )";
 
+/** What SQLite may put next to a database: a journal, or the log and the index of WAL mode. */
+constexpr const char* kCompanions[] = {"-journal", "-wal", "-shm"};
+
 std::string statePath(const Root& root) {
     return root.path() + "/" + kStateFile;
+}
+
+/** SQLite would only say that it cannot open the file. */
+Status checkReadable(const Root& root) {
+    if (faccessat(root.folder(), kStateFile, R_OK, AT_EACCESS) == 0) {
+        return {};
+    }
+    const bool denied = errno == EACCES;
+    const Error error = systemError(ErrorNumber::StateUnreadable, statePath(root));
+    return denied ? Error{error.number, error.message + "; only the owner of the root may read it"} : error;
+}
+
+/** Closes the database to others, who could otherwise hold a read lock on it and block every commit. Roots
+ * made by earlier versions let everybody read it. */
+Status makePrivate(const Root& root) {
+    VTEK_TRY(root.makePrivate(kStateFile, Root::Presence::Required, ErrorNumber::StateUnreadable));
+    for (const char* suffix : kCompanions) {
+        VTEK_TRY(root.makePrivate(std::string(kStateFile) + suffix, Root::Presence::Optional,
+                                  ErrorNumber::StateUnreadable));
+    }
+    return {};
 }
 
 Status checkLayout(Database& database) {
@@ -61,8 +86,8 @@ Status checkLayout(Database& database) {
 
 Status Store::create(const Root& root) {
     // Created here and not by SQLite, to refuse an existing file or symlink and to choose the mode.
-    const UniqueFd file =
-        openAt(root.folder(), kStateFile, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, kReadableState);
+    // SQLite gives the same mode to the files that it puts next to this one.
+    const UniqueFd file = createFileAt(root.folder(), kStateFile, kPrivateFile);
     if (!file) {
         return systemError(ErrorNumber::StateUnreadable, "create " + statePath(root));
     }
@@ -74,8 +99,11 @@ Status Store::create(const Root& root) {
 Result<Store> Store::open(const Root& root, Mode mode) {
     VTEK_TRY(root.checkFile(kStateFile, Root::Presence::Required, ErrorNumber::StateUnreadable));
     // SQLite plays back a journal next to the database, so the journal must be just as trustworthy.
-    VTEK_TRY(root.checkFile(std::string(kStateFile) + "-journal", Root::Presence::Optional,
-                            ErrorNumber::StateUnreadable));
+    for (const char* suffix : kCompanions) {
+        VTEK_TRY(root.checkFile(std::string(kStateFile) + suffix, Root::Presence::Optional,
+                                ErrorNumber::StateUnreadable));
+    }
+    VTEK_TRY(checkReadable(root));
     if (mode == Mode::Read) {
         VTEK_ASSIGN(Database reader, Database::open(statePath(root), Database::Access::ReadOnly));
         const Status layout = checkLayout(reader);
@@ -87,6 +115,7 @@ Result<Store> Store::open(const Root& root, Mode mode) {
             return layout.error();
         }
     }
+    VTEK_TRY(makePrivate(root));
     VTEK_ASSIGN(Database database, Database::open(statePath(root), Database::Access::ReadWrite));
     VTEK_TRY(checkLayout(database));
     // None of these is stored in the file. Temporary tables in memory leave no file for others to tamper

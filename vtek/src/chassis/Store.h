@@ -51,8 +51,8 @@ public:
     /** Creates the database of a new root. */
     static Status create(const Root& root);
 
-    /** Opens the database after checking its owner, mode and layout. Reading falls back to a writable
-     * connection if a process died inside its commit. */
+    /** Opens the database after checking its owner, mode and layout. A writer takes all rights on it from
+     * others. Reading falls back to a writable connection if a process died inside its commit. */
     static Result<Store> open(const Root& root, Mode mode);
 
     Database& database() { return database_; }

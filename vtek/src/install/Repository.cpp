@@ -125,7 +125,7 @@ Result<UniqueFd> Repository::stage() {
     VTEK_ASSIGN(number_, store_.nextGeneration());
     const std::string name = std::to_string(number_);
     UniqueFd folder;
-    if (mkdirat(staging_.get(), name.c_str(), kPrivateFolder) == 0) {
+    if (makeFolderAt(staging_.get(), name, kPrivateFolder)) {
         folder = openAt(staging_.get(), name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
     }
     if (!folder) {

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace vtek {
 
@@ -93,11 +94,13 @@ bool ConfinedFolder::makeFolders(const std::string& path) {
     }
     const UniqueFd above = openFolder(parent);
     const std::string name = parent.empty() ? path : path.substr(parent.size() + 1);
-    return above && mkdirat(above.get(), name.c_str(), kFolderMode) == 0;
+    return above && makeFolderAt(above.get(), name, kFolderMode);
 }
 
 UniqueFd ConfinedFolder::createFile(const std::string& path) {
-    return open(path, O_RDWR | O_CREAT | O_EXCL, kFileMode);
+    UniqueFd file = open(path, O_RDWR | O_CREAT | O_EXCL, kFileMode);
+    // The umask may have taken rights that the owner needs to read the firmware.
+    return file && fchmod(file.get(), kFileMode) == 0 ? std::move(file) : UniqueFd();
 }
 
 }  // namespace vtek

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -46,6 +47,16 @@ TEST_F(LogTest, StartsWithSimulationNotice) {
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_EQ(lines[0], "This log belongs to a SIMULATED platform library (stand-in for libvtek.so.0).");
     EXPECT_THAT(lines[1], MatchesRegex(std::string(kStamp) + "../src/Source:12: message"));
+}
+
+TEST_F(LogTest, HasSameModeWithEveryUmask) {
+    for (const mode_t mask : {0U, 077U, 0777U}) {
+        std::filesystem::remove(file());
+        const mode_t before = umask(mask);
+        vtek::Log(&root_).write("a", 1, "line");
+        umask(before);
+        EXPECT_EQ(std::filesystem::status(file()).permissions(), std::filesystem::perms(0640));
+    }
 }
 
 TEST_F(LogTest, AppendsToExistingFile) {

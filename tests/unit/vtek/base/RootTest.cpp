@@ -118,21 +118,66 @@ TEST(Root, CreatesOnlyInNewOrEmptyFolder) {
 
 // The content of the root follows the same rules.
 
-TEST(Root, CreatesReadableFoldersAndPrivateStaging) {
-    const test::TempDir folder;
-    const mode_t before = umask(0);
-    const auto root = Root::create((folder / "new").string(), geteuid());
-    const bool made = root && vtek::Store::create(*root);
-    umask(before);
-    ASSERT_TRUE(made);
-    std::map<std::string, unsigned int> modes;
-    for (const auto& entry : std::filesystem::directory_iterator(folder / "new")) {
-        modes[entry.path().filename()] = static_cast<unsigned int>(entry.status().permissions());
+/** Modes by the path below a folder; "." is the folder itself. */
+using Modes = std::map<std::string, unsigned int>;
+
+Modes modesIn(const std::filesystem::path& folder) {
+    Modes modes{{".", static_cast<unsigned int>(std::filesystem::status(folder).permissions())}};
+    for (const auto& item : std::filesystem::recursive_directory_iterator(folder)) {
+        modes[item.path().lexically_relative(folder)] =
+            static_cast<unsigned int>(item.status().permissions());
     }
-    EXPECT_EQ(
-        modes,
-        (std::map<std::string, unsigned int>{
-            {"log", 0755}, {"repository", 0755}, {"staging", 0700}, {"state.db", 0644}, {"trust", 0755}}));
+    return modes;
+}
+
+// The last ones would keep the owner of the root from opening it again.
+constexpr mode_t kMasks[] = {0, 022, 077, 0100, 0200, 0400, 0777};
+
+TEST(Root, CreatesSameModesWithEveryUmask) {
+    for (const mode_t mask : kMasks) {
+        const test::TempDir folder;
+        const mode_t before = umask(mask);
+        const auto root = Root::create((folder / "new").string(), geteuid());
+        const bool made = root && vtek::Store::create(*root);
+        umask(before);
+        ASSERT_TRUE(made) << std::oct << mask;
+        EXPECT_EQ(modesIn(folder / "new"), (Modes{{".", 0755},
+                                                  {"log", 0755},
+                                                  {"repository", 0755},
+                                                  {"staging", 0700},
+                                                  {"state.db", 0600},
+                                                  {"trust", 0755}}))
+            << std::oct << mask;
+    }
+}
+
+TEST(Root, GetsSameModesFromUpdateWithEveryUmask) {
+    for (const mode_t mask : kMasks) {
+        const Lab lab;
+        const mode_t before = umask(mask);
+        const UpdateOutcome outcome = lab.update();
+        umask(before);
+        EXPECT_EQ(outcome, (UpdateOutcome{"done"})) << std::oct << mask;
+        EXPECT_EQ(modesIn(lab.rootPath() / "repository"), (Modes{{".", 0755},
+                                                                 {"1", 0755},
+                                                                 {"1/Chassis", 0755},
+                                                                 {"1/Chassis/fw.fwp", 0644},
+                                                                 {"1/Chassis/main.bin", 0644},
+                                                                 {"1/Chassis/manifest.xml", 0644},
+                                                                 {"1/Chassis/sub", 0755},
+                                                                 {"1/Chassis/sub/readme.txt", 0644}}))
+            << std::oct << mask;
+        EXPECT_EQ(std::filesystem::status(lab.rootPath() / "lock").permissions(), perms(0600));
+    }
+}
+
+TEST(Root, MakesNothingInFolderThatOthersCanWrite) {
+    const test::TempDir folder;
+    std::filesystem::permissions(folder.path(), perms::others_write, perm_options::add);
+    const auto root = Root::create((folder / "new").string(), geteuid());
+    ASSERT_FALSE(root);
+    EXPECT_EQ(root.error().number, ErrorNumber::RootUnsafe);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
 TEST(Root, RefusesUnsafeStateFile) {

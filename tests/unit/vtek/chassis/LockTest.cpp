@@ -87,6 +87,16 @@ TEST(Lock, ReplacesFileContentWithHolder) {
     EXPECT_EQ(test::readFile(file), vtek::describeProcess());
 }
 
+TEST(Lock, TakesExistingFileFromOthers) {
+    const Lab lab;
+    const auto file = lab.rootPath() / "lock";
+    test::writeFile(file, "");
+    std::filesystem::permissions(file, std::filesystem::perms(0644));
+    const vtek::Root root = lab.root();
+    ASSERT_TRUE(Lock::acquire(root, milliseconds(0)));
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
+}
+
 TEST(Lock, DescribesProcessInOnePrintableLine) {
     const std::string description = vtek::describeProcess();
     EXPECT_TRUE(std::all_of(description.begin(), description.end(), [](char c) {

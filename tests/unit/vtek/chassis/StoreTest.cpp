@@ -1,19 +1,26 @@
+#include "ChildProcess.h"
 #include "Lab.h"
 #include "chassis/Store.h"
 #include "install/Repository.h"
 
 #include <gmock/gmock.h>
+#include <signal.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
+#include <iostream>
 #include <memory>
 #include <thread>
 
 namespace {
 
+using std::filesystem::perms;
 using test::Lab;
 using test::UpdateOutcome;
 using testing::ElementsAre;
@@ -188,6 +195,150 @@ TEST(Store, RefusesUnsafeJournal) {
     test::writeFile(lab.aside() / "journal", "junk");
     std::filesystem::create_symlink(lab.aside() / "journal", journal);
     EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::StateUnreadable}));
+}
+
+constexpr uid_t kStranger = 12345;
+
+perms modeOf(const std::filesystem::path& file) {
+    return std::filesystem::status(file).permissions();
+}
+
+/** Opens the way to the chassis for other users, as /var/lib is open; a temporary folder is not. */
+void openWay(const Lab& lab) {
+    std::filesystem::permissions(lab.rootPath().parent_path(), perms(0755));
+}
+
+/** Another user's process that takes a read lock on the database and keeps it. */
+class Stranger {
+public:
+    explicit Stranger(const Lab& lab) {
+        if (pipe(told_.data()) != 0) {
+            std::abort();
+        }
+        process_ = fork();
+        if (process_ == 0) {
+            const bool changed = setgid(kStranger) == 0 && setuid(kStranger) == 0;
+            const char found = !changed ? '?' : holdLock(lab.rootPath() / "state.db") ? 'y' : 'n';
+            if (write(told_[1], &found, 1) == 1) {
+                pause();
+            }
+            _exit(0);
+        }
+        if (read(told_[0], &answer_, 1) != 1) {
+            std::abort();
+        }
+    }
+    ~Stranger() {
+        kill(process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
+        close(told_[0]);
+        close(told_[1]);
+    }
+    Stranger(const Stranger&) = delete;
+    Stranger& operator=(const Stranger&) = delete;
+
+    /** 'y' if the process holds a lock, 'n' if it does not, '?' if it is not another user. */
+    char holdsLock() const { return answer_; }
+
+private:
+    static bool holdLock(const std::filesystem::path& state) {
+        sqlite3* raw = nullptr;
+        return sqlite3_open_v2(state.c_str(), &raw, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
+               sqlite3_exec(raw, "BEGIN; SELECT * FROM setting", nullptr, nullptr, nullptr) == SQLITE_OK;
+    }
+
+    std::array<int, 2> told_{};
+    pid_t process_ = 0;
+    char answer_ = 0;
+};
+
+TEST(Store, KeepsStrangersFromHoldingLock) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "skipped: only root can become another user";
+    }
+    const Lab lab;
+    openWay(lab);
+    const Stranger stranger(lab);
+    EXPECT_EQ(stranger.holdsLock(), 'n');
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"done"}));
+}
+
+TEST(Store, TakesExistingDatabaseFromStrangersBeforeWriting) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "skipped: only root can become another user";
+    }
+    const Lab lab;
+    openWay(lab);
+    std::filesystem::permissions(lab.rootPath() / "state.db", perms(0644));
+    {
+        const Stranger stranger(lab);
+        ASSERT_EQ(stranger.holdsLock(), 'y');
+    }
+    lab.set("lock-wait", "1");
+    const Stranger stranger(lab);
+    EXPECT_EQ(stranger.holdsLock(), 'n');
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"done"}));
+}
+
+TEST(Store, MakesEveryFileOfDatabasePrivateBeforeWriting) {
+    const Lab lab;
+    EXPECT_EQ(modeOf(lab.rootPath() / "state.db"), perms(0600));
+    for (const mode_t mode : {0644U, 0640U, 0604U, 0700U, 04600U}) {
+        for (const std::string name : {"state.db", "state.db-journal", "state.db-wal", "state.db-shm"}) {
+            const auto file = lab.rootPath() / name;
+            if (!std::filesystem::exists(file)) {
+                test::writeFile(file, "");
+            }
+            std::filesystem::permissions(file, perms(mode));
+        }
+        const vtek::Root root = lab.root();
+        ASSERT_TRUE(Store::open(root, Store::Mode::Read));
+        EXPECT_EQ(modeOf(lab.rootPath() / "state.db"), perms(mode)) << "a reader changes nothing";
+        auto store = Store::open(root, Store::Mode::Write);
+        ASSERT_TRUE(store);
+        for (const auto& item : std::filesystem::directory_iterator(lab.rootPath())) {
+            if (item.path().filename().string().starts_with("state.db")) {
+                EXPECT_EQ(item.status().permissions(), perms(0600)) << item.path();
+            }
+        }
+    }
+}
+
+TEST(Store, WritesPrivateJournal) {
+    for (const mode_t mask : {0U, 022U, 0777U}) {
+        const Lab lab;
+        const vtek::Root root = lab.root();
+        auto store = Store::open(root, Store::Mode::Write);
+        const mode_t before = umask(mask);
+        auto transaction = vtek::Transaction::begin(store->database());
+        const bool changed = static_cast<bool>(store->setSetting("lock-wait", "7"));
+        umask(before);
+        ASSERT_TRUE(changed);
+        EXPECT_EQ(modeOf(lab.rootPath() / "state.db-journal"), perms(0600));
+        EXPECT_TRUE(transaction->commit());
+    }
+}
+
+TEST(Store, NamesThoseWhoMayReadIt) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "skipped: only root can become another user";
+    }
+    const Lab lab;
+    openWay(lab);
+    for (const auto mode : {Store::Mode::Read, Store::Mode::Write}) {
+        const test::Outcome outcome = test::runInChild([&] {
+            if (setgid(kStranger) != 0 || setuid(kStranger) != 0) {
+                return 2;
+            }
+            const vtek::Root root = lab.root();
+            const auto store = Store::open(root, mode);
+            std::cout << (store ? "opened" : store.error().message);
+            return store || store.error().number != ErrorNumber::StateUnreadable ? 1 : 0;
+        });
+        EXPECT_EQ(outcome.exitStatus, 0) << outcome.output;
+        EXPECT_EQ(outcome.output, (lab.rootPath() / "state.db").string() +
+                                      ": Permission denied; only the owner of the root may read it");
+    }
 }
 
 TEST(Store, NeverReusesGenerationNumbers) {
