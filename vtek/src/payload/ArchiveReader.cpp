@@ -18,8 +18,7 @@ namespace vtek {
 
 namespace {
 
-// libarchive counts the gzip of a tar.gz, and the end of its own chain of filters.
-constexpr int kMaxFilters = 2;
+constexpr std::string_view kGzip = "\x1F\x8B";  // the first bytes of a gzip
 
 // A zip, all numbers little-endian. Each entry starts with a local header. The directory lists the entries
 // again; behind it stands the end record:
@@ -73,9 +72,17 @@ Status checkZipDirectory(int fd, std::uint64_t length, std::uint64_t maxEntries)
     return {};
 }
 
-void supportTar(archive* reader) {
-    archive_read_support_format_tar(reader);
-    archive_read_support_filter_gzip(reader);
+/**
+ * Lets a reader take a tar, or a tar in one gzip. Left to itself, libarchive would search what it has
+ * decompressed for a compression again: a gzip that unpacks to itself keeps it busy for minutes.
+ *
+ * @param start  the first bytes of the archive
+ * @return what libarchive returns
+ */
+int supportTar(archive* reader, std::string_view start) {
+    const int outcome = archive_read_support_format_tar(reader);
+    const bool isGzip = outcome == ARCHIVE_OK && start.starts_with(kGzip);
+    return isGzip ? archive_read_append_filter(reader, ARCHIVE_FILTER_GZIP) : outcome;
 }
 
 }  // namespace
@@ -142,30 +149,31 @@ Result<ArchiveReader> ArchiveReader::open(int fd, std::uint64_t length, std::uin
     ReaderPtr reader = makeReader();
     if (isZip) {
         VTEK_TRY(checkZipDirectory(fd, length, maxEntries));
-        // By its directory: a zip that is read as a stream may have entries that the directory does not list.
-        archive_read_support_format_zip_seekable(reader.get());
-    } else {
-        supportTar(reader.get());
     }
+    // By its directory: a zip that is read as a stream may have entries that the directory does not list.
+    const int prepared = isZip ? archive_read_support_format_zip_seekable(reader.get())
+                               : supportTar(reader.get(), {start, sizeof start});
     archive_read_set_read_callback(reader.get(), Source::read);
     archive_read_set_skip_callback(reader.get(), Source::skip);
     archive_read_set_seek_callback(reader.get(), Source::seek);
     archive_read_set_callback_data(reader.get(), source.get());
     ArchiveReader opened(std::move(source), std::move(reader));
-    VTEK_TRY(opened.checkOpened(archive_read_open1(opened.reader_.get())));
+    if (prepared != ARCHIVE_OK || archive_read_open1(opened.reader_.get()) != ARCHIVE_OK) {
+        return opened.invalid();
+    }
     return opened;
 }
 
 Result<ArchiveReader> ArchiveReader::openStart(std::string_view start) {
-    ReaderPtr reader = makeReader();
-    if (beginsZip(start)) {
-        // The directory is at the end, which is not here. An update compares both manifests.
-        archive_read_support_format_zip_streamable(reader.get());
-    } else {
-        supportTar(reader.get());
+    ArchiveReader opened(nullptr, makeReader());
+    archive* const reader = opened.reader_.get();
+    // The directory of a zip is at the end, which is not here. An update compares both manifests.
+    const int prepared =
+        beginsZip(start) ? archive_read_support_format_zip_streamable(reader) : supportTar(reader, start);
+    if (prepared != ARCHIVE_OK ||
+        archive_read_open_memory(reader, start.data(), start.size()) != ARCHIVE_OK) {
+        return opened.invalid();
     }
-    ArchiveReader opened(nullptr, std::move(reader));
-    VTEK_TRY(opened.checkOpened(archive_read_open_memory(opened.reader_.get(), start.data(), start.size())));
     return opened;
 }
 
@@ -175,17 +183,6 @@ ArchiveReader::ReaderPtr ArchiveReader::makeReader() {
         throw std::bad_alloc();
     }
     return reader;
-}
-
-/** Refuses a second gzip: a few bytes in a gzip of gzips can take hours before a limit is reached. */
-Status ArchiveReader::checkOpened(int outcome) const {
-    if (outcome != ARCHIVE_OK) {
-        return invalid();
-    }
-    if (archive_filter_count(reader_.get()) > kMaxFilters) {
-        return Error{ErrorNumber::ArchiveInvalid, "archive: compressed more than once"};
-    }
-    return {};
 }
 
 Result<std::optional<ArchiveEntry>> ArchiveReader::next() {

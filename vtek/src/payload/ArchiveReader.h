@@ -73,7 +73,6 @@ private:
     ArchiveReader(std::unique_ptr<Source> source, ReaderPtr reader);
 
     static ReaderPtr makeReader();
-    Status checkOpened(int outcome) const;
     Error invalid() const;
     Status checkMethod() const;
 

@@ -1,10 +1,13 @@
 // The formats of archives. UnpackTest.cpp is about the names in them.
+#include "ChildProcess.h"
 #include "Lab.h"
+#include "payload/ArchiveReader.h"
 #include "payload/ConfinedFolder.h"
 #include "payload/Unpack.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <array>
@@ -79,6 +82,54 @@ TEST(ArchiveReader, RefusesHardLinkWithContent) {
     const Lab lab;
     const std::string archive = asHardLink(lab.archiveOf(Format::Tar, {{"hard", "body"}}), "hard");
     EXPECT_EQ(updateWith(lab, archive), (UpdateOutcome{"unpack", ErrorNumber::EntryKind}));
+}
+
+TEST(ArchiveReader, RefusesEveryDepthOfNestedCompression) {
+    const Lab lab;
+    std::string archive = lab.archive(Format::TarGz);
+    // libarchive's own bound is 25 filters: both sides of it.
+    for (int depth = 2; depth <= 30; ++depth) {
+        archive = test::gzipped(archive);
+        EXPECT_EQ(updateWith(lab, archive), (UpdateOutcome{"check", ErrorNumber::ArchiveInvalid})) << depth;
+    }
+    EXPECT_EQ(updateWith(lab, test::gzipped(lab.archive(Format::Zip))),
+              (UpdateOutcome{"check", ErrorNumber::ArchiveInvalid}));
+}
+
+/** A gzip in a gzip. To see where the name in the inner one ends takes as much memory as the name. */
+std::string nestedBomb(std::size_t nameLength) {
+    return test::gzipped("\x1F\x8B\x08\x08" + std::string(6, '\0') + std::string(nameLength, 'n'));
+}
+
+/** The most memory that this process has used so far, in KiB. */
+long peakMemory() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+TEST(ArchiveReader, DecompressesNothingTwice) {
+    const test::TempDir folder;
+    constexpr long kBomb = 32 * 1024;   // KiB
+    constexpr long kEnough = 4 * 1024;  // KiB; libarchive's buffers take some hundred
+    const std::string bomb = nestedBomb(kBomb * 1024);
+    for (const std::string& archive : {bomb, test::gzipped(bomb)}) {
+        test::writeFile(folder / "archive", archive);
+        const test::Outcome outcome = test::runInChild([&] {
+            const long before = peakMemory();
+            const auto file = vtek::openAt(vtek::kWorkingFolder, (folder / "archive").string(), O_RDONLY);
+            const auto reader = vtek::ArchiveReader::open(file.get(), archive.size(), 10);
+            const bool refused = !reader && reader.error().number == ErrorNumber::ArchiveInvalid;
+            return refused && peakMemory() - before < kEnough ? 0 : 1;
+        });
+        EXPECT_EQ(outcome.exitStatus, 0);
+    }
+}
+
+TEST(ArchiveReader, AcceptsGzipOfSeveralMembers) {
+    const Lab lab;
+    const std::string tar = lab.archive(Format::Tar);
+    EXPECT_EQ(updateWith(lab, test::gzipped(tar.substr(0, 5000)) + test::gzipped(tar.substr(5000))), kDone);
 }
 
 /** Sets a byte in both headers of a zip's entry. The local header has 30 bytes before the name; the one in
