@@ -3,6 +3,7 @@
 #include "Vtekctl.h"
 #include "authoring/ArchiveWriter.h"
 #include "base/File.h"
+#include "base/Rules.h"
 
 #include <fcntl.h>
 
@@ -25,13 +26,25 @@ constexpr const char* kArchive = "package.tar.gz";
 constexpr std::time_t kTime = 315532800;  // 1980-01-01; a zip entry cannot be older
 constexpr mode_t kPublic = 0644;
 
-Status copyFile(const fs::path& from, const fs::path& to, fs::perms mode) {
+Status copyProgram(const fs::path& from, const fs::path& to) {
     std::error_code failure;
     if (fs::copy_file(from, to, failure)) {
-        fs::permissions(to, mode, failure);
+        fs::permissions(to, fs::perms(0755), failure);
     }
     if (failure) {
         return Error{ErrorNumber::InvalidArgument, "copy " + from.string() + ": " + failure.message()};
+    }
+    return {};
+}
+
+/** Copies a package.xml; refuses one that no update accepts before anything is read. */
+Status copyDescription(const fs::path& from, const fs::path& to) {
+    VTEK_ASSIGN(const std::string xml,
+                vtek::readRegularFile(vtek::kWorkingFolder, from.string(), vtek::Links::Followed,
+                                      vtek::kPackageBound, from.string(), ErrorNumber::InvalidArgument));
+    const vtek::UniqueFd copy = vtek::createFileAt(vtek::kWorkingFolder, to.string(), kPublic);
+    if (!copy || !vtek::writeFully(copy.get(), xml)) {
+        return vtek::systemError(ErrorNumber::InvalidArgument, "write " + to.string());
     }
     return {};
 }
@@ -87,8 +100,8 @@ public:
         VTEK_ASSIGN(const StagingFolder staging, StagingFolder::nextTo(output));
         const fs::path package = staging / kFolder;
         fs::create_directory(package);
-        VTEK_TRY(copyFile(program, package / kProgram, fs::perms(0755)));
-        VTEK_TRY(copyFile(recipe_.packageFile(), package / kDescription, fs::perms(kPublic)));
+        VTEK_TRY(copyProgram(program, package / kProgram));
+        VTEK_TRY(copyDescription(recipe_.packageFile(), package / kDescription));
         VTEK_ASSIGN(const vtek::Manifest manifest, recipe_.manifestFor(package / kDescription));
         VTEK_TRY(recipe_.makePayload(package, kPayload, manifest, time));
         VTEK_TRY(

@@ -103,7 +103,7 @@ Result<Manifest> PayloadRecipe::manifestFor(const fs::path& package) const {
         manifest.componentId = component_.empty() ? description.componentId : component_;
         manifest.version = version_.empty() ? description.version : version_;
     }
-    VTEK_ASSIGN(manifest.packageDigest, vtek::digestOf(package));
+    VTEK_ASSIGN(manifest.packageDigest, vtek::digestOfPackage(package));
     if (auto checked = vtek::parseManifest(formatManifest(manifest)); !checked) {
         return tools::inputError(checked.error().message);
     }

@@ -159,8 +159,10 @@ private:
         if (*checked_) {
             return "signed by " + (*checked_)->signature.signer;
         }
-        if ((*checked_).error().number < ErrorNumber::ManifestInvalid) {
-            return (*checked_).error();
+        const Error& error = (*checked_).error();
+        // A payload that is too large is refused before its signature is read.
+        if (error.number < ErrorNumber::ManifestInvalid || error.number == ErrorNumber::ArchiveTooLarge) {
+            return error;
         }
         return std::string("holds");
     }

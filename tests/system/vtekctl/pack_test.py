@@ -92,6 +92,12 @@ class Pack(VtekctlCase):
             self.assertEqual({member.mtime for member in archive}, {1700000000})
         self.assertIn("UTCTIME:Nov 14 22:13:20 2023 GMT", self.printed_signature(self.package / "firmware.fwp"))
 
+    def test_refuses_a_package_xml_of_holes(self):
+        os.truncate(self.description, 2**40)
+        self.refused(*self.recipe(), *self.signer(), "-o", self.package, saying="is larger than 16777216 bytes")
+        self.assert_refused(802, "sign", *self.recipe(), *self.signer(), "-o", "firmware.fwp", "--component", "1",
+                            "--package-version", "1", status=USAGE, saying="is larger than 16777216 bytes")
+
     def test_needs_no_writable_working_directory(self):
         self.pack(self.package, cwd="/proc")
         self.assertEqual(sorted(os.listdir(self.package)), FILES)

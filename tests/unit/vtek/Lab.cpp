@@ -30,12 +30,6 @@ void require(const Outcome& outcome) {
     }
 }
 
-std::string digestOf(const std::string& text) {
-    vtek::Digest digest;
-    digest.update(text.data(), text.size());
-    return digest.hex();
-}
-
 vtek::Store openStore(const vtek::Root& root, vtek::Store::Mode mode) {
     auto store = vtek::Store::open(root, mode);
     require(store);
@@ -69,7 +63,7 @@ vtek::Root Lab::root() const {
 }
 
 vtek::Manifest Lab::manifest() const {
-    return {"25227", "2.00", {"LAB-CHASSIS"}, digestOf(kPackage)};
+    return {"25227", "2.00", {"LAB-CHASSIS"}, vtek::digestOfText(kPackage)};
 }
 
 std::string Lab::archive(Format format) const {
@@ -151,7 +145,7 @@ Snapshot Lab::snapshot() const {
             continue;
         }
         const bool regular = std::filesystem::is_regular_file(item.symlink_status());
-        found[name] = regular ? digestOf(readFile(item.path())) : "not a regular file";
+        found[name] = regular ? vtek::digestOfText(readFile(item.path())) : "not a regular file";
     }
     return found;
 }

@@ -1,6 +1,7 @@
 #include "authoring/PackageDescription.h"
 
 #include "base/File.h"
+#include "base/Rules.h"
 #include "base/Xml.h"
 
 #include <libxml/parser.h>
@@ -12,8 +13,6 @@
 namespace vtek {
 
 namespace {
-
-constexpr std::size_t kMaxFile = 16 * 1024 * 1024;  // bytes; a package with 10,000 dependencies has a few MiB
 
 // The first device and the last version: what the update program takes from a document with several.
 constexpr const char* kComponentId = "string((//SoftwareComponent/SupportedDevices/Device)[1]/@componentID)";
@@ -36,11 +35,8 @@ std::optional<std::string> textAt(xmlXPathContext* context, const char* expressi
 
 Result<PackageDescription> readPackageDescription(int folder, const std::string& path,
                                                   ErrorNumber onFailure) {
-    VTEK_ASSIGN(const RegularFile file, openRegularFile(folder, path, Links::Followed, path, onFailure));
-    std::string xml;
-    if (!readWhole(file.fd.get(), kMaxFile, xml)) {
-        return systemError(onFailure, "read " + path);
-    }
+    VTEK_ASSIGN(const std::string xml,
+                readRegularFile(folder, path, Links::Followed, kPackageBound, path, onFailure));
     const XmlDocPtr document(
         xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr, kXmlOptions));
     if (!document || document->intSubset != nullptr) {

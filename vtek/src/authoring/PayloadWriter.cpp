@@ -1,6 +1,7 @@
 #include "authoring/PayloadWriter.h"
 
 #include "base/File.h"
+#include "base/Rules.h"
 #include "payload/EntryNames.h"
 #include "payload/Payload.h"
 #include "trust/Digest.h"
@@ -128,10 +129,11 @@ Status appendSignature(int fd, const std::string& signature) {
     return {};
 }
 
-Result<std::string> digestOf(const std::filesystem::path& file) {
-    VTEK_ASSIGN(const RegularFile opened, openRegularFile(kWorkingFolder, file.string(), Links::Followed,
-                                                          file.string(), ErrorNumber::InvalidArgument));
-    return digestOfFile(opened.fd.get(), ErrorNumber::InvalidArgument);
+Result<std::string> digestOfPackage(const std::filesystem::path& file) {
+    VTEK_ASSIGN(const std::string xml,
+                readRegularFile(kWorkingFolder, file.string(), Links::Followed, kPackageBound, file.string(),
+                                ErrorNumber::InvalidArgument));
+    return digestOfText(xml);
 }
 
 }  // namespace vtek

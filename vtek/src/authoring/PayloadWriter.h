@@ -37,7 +37,8 @@ Result<std::string> signFile(const std::filesystem::path& file, const Identity& 
  * the archive's end. */
 Status appendSignature(int fd, const std::string& signature);
 
-/** The SHA-256 of a file as a manifest holds it: 64 lower-case hexadecimal digits. */
-Result<std::string> digestOf(const std::filesystem::path& file);
+/** The SHA-256 of a package.xml of at most kPackageBound bytes, as a manifest holds it: 64 lower-case
+ * hexadecimal digits. */
+Result<std::string> digestOfPackage(const std::filesystem::path& file);
 
 }  // namespace vtek

@@ -102,6 +102,20 @@ Result<RegularFile> openRegularFile(int folder, const std::string& path, Links l
     return file;
 }
 
+Result<std::string> readRegularFile(int folder, const std::string& path, Links links, std::size_t bound,
+                                    const std::string& shown, ErrorNumber onFailure) {
+    VTEK_ASSIGN(const RegularFile file, openRegularFile(folder, path, links, shown, onFailure));
+    std::string content;
+    const bool fits = file.size() <= bound;
+    if (fits && readWhole(file.fd.get(), bound, content)) {
+        return content;
+    }
+    if (!fits || errno == EFBIG) {
+        return Error{onFailure, shown + " is larger than " + std::to_string(bound) + " bytes"};
+    }
+    return systemError(onFailure, "read " + shown);
+}
+
 ssize_t readFully(int fd, void* buffer, std::size_t size) {
     return readUntilFull(buffer, size,
                          [fd](char* to, std::size_t left, std::size_t) { return read(fd, to, left); });

@@ -87,6 +87,15 @@ enum class Links { Followed, Refused };
 Result<RegularFile> openRegularFile(int folder, const std::string& path, Links links,
                                     const std::string& shown, ErrorNumber onFailure);
 
+/**
+ * Reads all of a regular file, which is opened as by openRegularFile. A larger file than allowed is refused
+ * before anything is read, and again if it grows meanwhile.
+ *
+ * @param bound  bytes
+ */
+Result<std::string> readRegularFile(int folder, const std::string& path, Links links, std::size_t bound,
+                                    const std::string& shown, ErrorNumber onFailure);
+
 /** Reads until the buffer is full or the file ends. @return bytes read, or -1 with errno set */
 ssize_t readFully(int fd, void* buffer, std::size_t size);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace vtek {
@@ -14,5 +15,8 @@ struct UnpackLimits {
     std::uint64_t totalBytes;  ///< of all files together, unpacked
     std::uint64_t ratio;       ///< unpacked bytes per byte of the archive, beyond the first MiB
 };
+
+/** The largest package.xml that is read, in bytes. One with 10,000 dependencies has a few MiB. */
+inline constexpr std::size_t kPackageBound = std::size_t{16} * 1024 * 1024;
 
 }  // namespace vtek

@@ -1,7 +1,9 @@
 #include "install/PayloadCheck.h"
 
 #include "base/Progress.h"
+#include "base/Rules.h"
 #include "payload/Manifest.h"
+#include "payload/Payload.h"
 #include "payload/Unpack.h"
 #include "trust/Digest.h"
 
@@ -18,6 +20,8 @@ constexpr const char* kPackageFile = "package.xml";
 Result<CheckedPayload> checkPayload(const Root& root, Store& store, SignedFile payload, int folder,
                                     std::time_t now) {
     VTEK_ASSIGN(const Settings settings, loadSettings(store));
+    // Before anything in it is read: anybody may have written it.
+    VTEK_TRY(checkPayloadSize(payload, settings.unpack));
     VTEK_ASSIGN(const TrustStore trust, loadTrustStore(root));
     Progress progress("verify", payload.signedLength);
     VTEK_ASSIGN(VerifiedSignature signature,
@@ -31,10 +35,9 @@ Result<CheckedPayload> checkPayload(const Root& root, Store& store, SignedFile p
 }
 
 Status checkPackage(int folder, const Manifest& manifest, ErrorNumber unreadable, ErrorNumber mismatch) {
-    VTEK_ASSIGN(const RegularFile file,
-                openRegularFile(folder, kPackageFile, Links::Refused, kPackageFile, unreadable));
-    VTEK_ASSIGN(const std::string digest, digestOfFile(file.fd.get(), unreadable));
-    if (digest != manifest.packageDigest) {
+    VTEK_ASSIGN(const std::string xml, readRegularFile(folder, kPackageFile, Links::Refused, kPackageBound,
+                                                       kPackageFile, unreadable));
+    if (digestOfText(xml) != manifest.packageDigest) {
         return Error{mismatch, "package.xml does not match the digest in the signed manifest"};
     }
     return {};

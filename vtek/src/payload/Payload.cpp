@@ -1,6 +1,11 @@
 #include "payload/Payload.h"
 
+#include "payload/UnpackBudget.h"
+
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 namespace vtek {
@@ -8,6 +13,26 @@ namespace vtek {
 namespace {
 
 constexpr std::uint64_t kTrailerLength = 8;  // bytes: the length of the signature
+
+// A tar has two blocks of 512 bytes per entry, a zip two headers; the rest is room for long names.
+constexpr std::uint64_t kOverheadPerEntry = 4096;
+
+/** Whether a file has at least so many bytes outside of holes. Stops as soon as it has: there may be millions
+ * of holes. */
+bool hasData(int fd, std::uint64_t wanted) {
+    std::uint64_t found = 0;
+    off_t end = 0;
+    while (found < wanted) {
+        const off_t begin = lseek(fd, end, SEEK_DATA);
+        end = begin < 0 ? begin : lseek(fd, begin, SEEK_HOLE);
+        if (end < 0) {
+            // ENXIO: no data follows. Anything else: this file system has no notion of holes.
+            return errno != ENXIO;
+        }
+        found += static_cast<std::uint64_t>(end - begin);
+    }
+    return true;
+}
 
 Error malformed(const std::string& name, const char* reason) {
     return {ErrorNumber::PayloadFormat, name + ": " + reason};
@@ -66,6 +91,19 @@ Result<SignedFile> openPayload(int folder, const std::string& name) {
     VTEK_TRY(readTail(file, name, signature.data(), length, archiveLength));
     return SignedFile{std::move(opened.fd), name, archiveLength, std::move(signature),
                       std::move(trailer),   size};
+}
+
+Status checkPayloadSize(const SignedFile& payload, const UnpackLimits& limits) {
+    // What an archive holds besides content: headers and padding, and a zip's directory.
+    const std::uint64_t overhead = limits.entries * kOverheadPerEntry;
+    if (payload.size > limits.totalBytes + overhead + kSignatureBound + kTrailerLength) {
+        return archiveTooLarge("it has more bytes than it may unpack to");
+    }
+    const std::uint64_t limited = payload.size - std::min(payload.size, kFreeBytes);
+    if (!hasData(payload.file.get(), limited / limits.ratio)) {
+        return archiveTooLarge("it consists of holes");
+    }
+    return {};
 }
 
 std::string payloadTrailer(std::uint64_t signatureLength) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Result.h"
+#include "base/Rules.h"
 #include "base/SignedFile.h"
 
 #include <cstdint>
@@ -19,6 +20,12 @@ Result<SignedFile> findPayload(int folder);
 
 /** Opens a payload and reads its signature. Nothing in it is authentic yet. */
 Result<SignedFile> openPayload(int folder, const std::string& name);
+
+/**
+ * Refuses a payload that costs more to read than its archive may unpack to: one that is larger, or one of
+ * holes, which counts as compressed. Fails with ArchiveTooLarge; reads nothing.
+ */
+Status checkPayloadSize(const SignedFile& payload, const UnpackLimits& limits);
 
 /** The last eight bytes of a payload. */
 std::string payloadTrailer(std::uint64_t signatureLength);

@@ -4,13 +4,6 @@
 
 namespace vtek {
 
-namespace {
-
-// Content that no ratio limits: a small archive of text or zeros may well compress a thousandfold.
-constexpr std::uint64_t kFreeBytes = 1024 * 1024;
-
-}  // namespace
-
 Status UnpackBudget::spend(std::uint64_t content, std::uint64_t archive, std::uint64_t decompressed) {
     const std::lock_guard lock(mutex_);
     counter_(archive);

@@ -47,6 +47,9 @@ private:
     std::uint64_t archive_ = 0;
 };
 
+/** Bytes that no ratio limits: a small archive of text or zeros may well compress a thousandfold. */
+inline constexpr std::uint64_t kFreeBytes = 1024 * 1024;
+
 /** The error of an archive that exceeds a limit. */
 Error archiveTooLarge(const std::string& reason);
 

@@ -1,14 +1,11 @@
 #include "trust/Digest.h"
 
-#include "base/File.h"
-
 #include <array>
 
 namespace vtek {
 
 namespace {
 
-constexpr std::size_t kBlockSize = 64 * 1024;  // bytes of one read
 constexpr const char* kName = "SHA-256";
 
 }  // namespace
@@ -41,19 +38,10 @@ std::string Digest::hex() {
     return text;
 }
 
-Result<std::string> digestOfFile(int fd, ErrorNumber onFailure) {
+std::string digestOfText(std::string_view text) {
     Digest digest;
-    std::string block(kBlockSize, '\0');
-    for (;;) {
-        const ssize_t n = readFully(fd, block.data(), block.size());
-        if (n < 0) {
-            return systemError(onFailure, "read");
-        }
-        digest.update(block.data(), static_cast<std::size_t>(n));
-        if (static_cast<std::size_t>(n) < block.size()) {
-            return digest.hex();
-        }
-    }
+    digest.update(text.data(), text.size());
+    return digest.hex();
 }
 
 }  // namespace vtek

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "base/Result.h"
 #include "trust/Crypto.h"
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace vtek {
 
@@ -27,7 +27,7 @@ private:
     int outcome_ = 1;  ///< 0 once an update has failed
 };
 
-/** The SHA-256 of a file from the descriptor's offset to its end. @param onFailure  for a failed read */
-Result<std::string> digestOfFile(int fd, ErrorNumber onFailure);
+/** The SHA-256 of a text as 64 lower-case hexadecimal digits. */
+std::string digestOfText(std::string_view text);
 
 }  // namespace vtek

@@ -170,17 +170,31 @@ TEST_F(PayloadWriter, MakesSignatureThatVerifies) {
     EXPECT_TRUE(verified) << verified.error().message;
 }
 
+TEST_F(PayloadWriter, RefusesArchiveCompressedTwice) {
+    const test::Lab lab;
+    writeFile(folder_ / "source", test::gzipped(lab.archiveOf(test::Format::TarGz, {})));
+    EXPECT_EQ(write(ArchiveFormat::Tar, folder_ / "source").error().number, ErrorNumber::ArchiveInvalid);
+}
+
+TEST_F(PayloadWriter, RefusesLargePackageXml) {
+    writeFile(folder_ / "package.xml", "");
+    fs::resize_file(folder_ / "package.xml", std::uintmax_t{1} << 40);
+    const auto digest = vtek::digestOfPackage(folder_ / "package.xml");
+    ASSERT_FALSE(digest);
+    EXPECT_EQ(digest.error().number, ErrorNumber::InvalidArgument);
+}
+
 TEST_F(PayloadWriter, RefusesMissingFile) {
     test::Lab lab;
     EXPECT_EQ(vtek::signFile(folder_ / "missing", lab.signer(), {}).error().number,
               ErrorNumber::InvalidArgument);
-    EXPECT_EQ(vtek::digestOf(folder_ / "missing").error().number, ErrorNumber::InvalidArgument);
+    EXPECT_EQ(vtek::digestOfPackage(folder_ / "missing").error().number, ErrorNumber::InvalidArgument);
     EXPECT_FALSE(vtek::appendSignature(-1, "signature"));
 }
 
 TEST_F(PayloadWriter, ComputesSha256) {
     writeFile(folder_ / "abc", "abc");
-    const auto digest = vtek::digestOf(folder_ / "abc");
+    const auto digest = vtek::digestOfPackage(folder_ / "abc");
     ASSERT_TRUE(digest);
     EXPECT_EQ(*digest, "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
 }

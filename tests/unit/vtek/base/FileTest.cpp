@@ -48,6 +48,43 @@ TEST(File, RefusesContentBeyondTheBound) {
     EXPECT_EQ(errno, EFBIG);
 }
 
+TEST(File, RefusesLargeFileBeforeReadingIt) {
+    const test::TempDir folder;
+    const auto read = [&](std::size_t bound) {
+        return vtek::readRegularFile(vtek::kWorkingFolder, (folder / "file").string(), vtek::Links::Refused,
+                                     bound, "file", vtek::ErrorNumber::PackageUnreadable);
+    };
+    test::writeFile(folder / "file", std::string(20000, 'x'));
+    EXPECT_EQ(*read(20000), std::string(20000, 'x'));
+    EXPECT_EQ(read(19999).error().message, "file is larger than 19999 bytes");
+    EXPECT_EQ(read(19999).error().number, vtek::ErrorNumber::PackageUnreadable);
+    // A terabyte of nothing takes minutes to read.
+    std::filesystem::resize_file(folder / "file", std::uintmax_t{1} << 40);
+    EXPECT_EQ(read(20000).error().message, "file is larger than 20000 bytes");
+}
+
+TEST(File, RefusesLargeFileWhoseSizeIsUnknown) {
+    const auto whole = vtek::readRegularFile(vtek::kWorkingFolder, "/proc/self/maps", vtek::Links::Followed,
+                                             10, "maps", vtek::ErrorNumber::InvalidArgument);
+    ASSERT_FALSE(whole) << "the kernel reports a size of 0";
+    EXPECT_EQ(whole.error().message, "maps is larger than 10 bytes");
+}
+
+TEST(File, CreatesFilesAndFoldersWithGivenMode) {
+    for (const mode_t mask : {0U, 077U, 0777U}) {
+        const test::TempDir folder;
+        const auto opened = vtek::openAt(vtek::kWorkingFolder, folder.path().string(), O_RDONLY);
+        const mode_t before = umask(mask);
+        EXPECT_TRUE(vtek::createFileAt(opened.get(), "file", 0640));
+        EXPECT_FALSE(vtek::createFileAt(opened.get(), "file", 0640));
+        EXPECT_TRUE(vtek::makeFolderAt(opened.get(), "folder", 0750));
+        EXPECT_FALSE(vtek::makeFolderAt(opened.get(), "folder", 0750));
+        umask(before);
+        EXPECT_EQ(std::filesystem::status(folder / "file").permissions(), std::filesystem::perms(0640));
+        EXPECT_EQ(std::filesystem::status(folder / "folder").permissions(), std::filesystem::perms(0750));
+    }
+}
+
 TEST(File, ReportsFailedSync) {
     const auto device = vtek::openAt(vtek::kWorkingFolder, "/dev/null", O_WRONLY);
     EXPECT_FALSE(vtek::syncFd(device.get()));

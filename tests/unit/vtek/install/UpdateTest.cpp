@@ -276,6 +276,20 @@ TEST(Update, RefusesFifoOrFolderAsPayload) {
 
 // package.xml
 
+TEST(Update, RefusesLargePackageXmlBeforeReadingIt) {
+    const Lab lab;
+    const auto grow = [&] {
+        std::filesystem::resize_file(lab.package() / "package.xml", std::uintmax_t{1} << 40);
+    };
+    EXPECT_EQ(lab.update([&](const std::string& step) {
+        if (step == "commit") {
+            grow();
+        }
+    }),
+              (UpdateOutcome{"commit", ErrorNumber::PackageChanged}));
+    EXPECT_EQ(lab.update(), (UpdateOutcome{"check", ErrorNumber::PackageUnreadable}));
+}
+
 TEST(Update, RefusesOtherPackageXml) {
     const Lab lab;
     append(lab.package() / "package.xml", " ");
