@@ -136,8 +136,8 @@ Outcome unpack(int archive, std::uint64_t length, const Surroundings& surroundin
         vtek::openAt(vtek::kWorkingFolder, surroundings.target().string(), O_RDONLY | O_DIRECTORY);
     ConfinedFolder target(folder.get(), method);
     std::uint64_t counted = 0;
-    const auto unpacked = vtek::unpackArchive(archive, length, target, kPrefix, kLimits,
-                                              [&counted](std::uint64_t bytes) { counted += bytes; });
+    const auto unpacked = vtek::unpackArchive(archive, length, target, std::string(kPrefix) + "/payload",
+                                              kLimits, [&counted](std::uint64_t bytes) { counted += bytes; });
     const vtek::UnpackedContent found = requireHarmless(surroundings.content());
     Outcome outcome{vtek::ErrorNumber::None, std::nullopt, surroundings.takeContent()};
     surroundings.requireUntouched();

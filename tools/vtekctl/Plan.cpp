@@ -7,7 +7,6 @@
 #include "install/Update.h"
 #include "ipmi/Ipmi.h"
 #include "payload/Payload.h"
-#include "payload/Unpack.h"
 #include <vtek/permission.h>
 
 #include <fcntl.h>
@@ -15,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <utility>
 
 namespace vtekctl {
@@ -25,6 +25,8 @@ using vtek::Error;
 using vtek::ErrorNumber;
 using vtek::Result;
 using vtek::Status;
+
+constexpr const char* kDestination = "Chassis/";  // where the program puts the payload in a generation
 
 /** Discards everything that is unpacked. */
 class Nowhere : public vtek::UnpackTarget {
@@ -120,11 +122,18 @@ private:
         if (settings_->repositoryKind == NO_WYND) {
             return Error{ErrorNumber::RepositoryAbsent, "this chassis is set to have no repository"};
         }
-        for (const char* name : {vtek::kStateFile, vtek::kStagingFolder, vtek::kRepositoryFolder, "."}) {
-            if (faccessat(root_->folder(), name, W_OK, AT_EACCESS) != 0) {
+        for (const char* name :
+             {vtek::kStateFile, vtek::kLockFile, vtek::kStagingFolder, vtek::kRepositoryFolder, "."}) {
+            // The first update makes the lock file; everything else is there, or an earlier step has failed.
+            if (faccessat(root_->folder(), name, W_OK, AT_EACCESS) != 0 && errno != ENOENT) {
                 return vtek::systemError(ErrorNumber::RepositoryUnwritable, std::string("write to ") + name);
             }
         }
+        for (const char* name : {vtek::kStagingFolder, vtek::kRepositoryFolder}) {
+            VTEK_ASSIGN(const auto folder, root_->openFolder(name, ErrorNumber::RepositoryUnwritable));
+        }
+        VTEK_TRY(root_->checkFile(vtek::kLockFile, vtek::Root::Presence::Optional,
+                                  ErrorNumber::RepositoryUnwritable));
         return "kind " + std::to_string(settings_->repositoryKind);
     }
 
@@ -178,10 +187,12 @@ private:
     }
 
     Result<std::string> unpack() {
-        const vtek::SignedFile& payload = (*checked_)->payload;
+        const vtek::CheckedPayload& checked = **checked_;
+        const std::string destination = kDestination + checked.payload.name;
+        VTEK_TRY(vtek::checkDestination(destination));
         Nowhere nowhere;
-        VTEK_ASSIGN(const auto content, vtek::unpackArchive(payload.file.get(), payload.signedLength, nowhere,
-                                                            "", settings_->unpack, [](std::uint64_t) {}));
+        VTEK_ASSIGN(const auto content, unpackChecked(checked, checked.payload.file.get(), nowhere,
+                                                      destination, settings_->unpack, [](std::uint64_t) {}));
         unpackedBytes_ = content.bytes;
         return std::to_string(content.files) + " files, " + std::to_string(content.bytes) + " bytes";
     }

@@ -212,6 +212,46 @@ the update would succeed
         self.done("sign", *self.recipe(), *self.signer(), "-o", self.package / "firmware.fwp")
         self.assert_fails("unpack", 604, "archive: the name 'release.txt' is already taken")
 
+    def test_reports_a_payload_name_that_is_not_ascii(self):
+        (self.package / "firmware.fwp").rename(self.package / "firmw\u00e4re.fwp")
+        self.assert_fails("unpack", 502, r"not a path within the repository: 'Chassis/firmw\?\?re.fwp'")
+
+    def test_reports_an_entry_with_the_name_of_the_payload(self):
+        (self.content / "firmware.fwp").write_text("")
+        self.done("sign", *self.recipe(), *self.signer(), "-o", self.package / "firmware.fwp")
+        self.assert_fails("unpack", 604, "archive: the name 'firmware.fwp' is already taken")
+
+    def test_reports_an_unsafe_staging_folder_or_lock(self):
+        for name in ("staging", "lock"):
+            with self.subTest(name):
+                place = self.root / name
+                if place.exists():
+                    place.rmdir()
+                place.symlink_to(self.folder)
+                self.assert_fails("repository", 402, "", ["space"])
+                place.unlink()
+                if name == "staging":
+                    place.mkdir(mode=0o700)
+
+    def assert_refuses_holes(self, step, error, finding):
+        """As assert_fails, which would read the whole file."""
+        planned = self.run_vtekctl("verify", "--plan", self.package)
+        self.assertEqual(planned.returncode, REFUSED)
+        self.assertRegex(planned.stdout, rf"(?m)^{step} +failed +{finding}$")
+        self.assertIn(f"{finding} (error {error})\n", planned.stderr)
+
+    def test_reports_a_payload_of_holes(self):
+        payload = self.package / "firmware.fwp"
+        signature = payload.read_bytes()[-4096:]
+        os.truncate(payload, 2**43 - len(signature))
+        with payload.open("ab") as grown:
+            grown.write(signature)
+        self.assert_refuses_holes("signature", 605, "archive: it has more bytes than it may unpack to")
+
+    def test_reports_a_package_xml_of_holes(self):
+        os.truncate(self.package / "package.xml", 2**40)
+        self.assert_refuses_holes("package", 305, "package.xml is larger than 16777216 bytes")
+
     def test_refuses_a_payload_and_a_plan(self):
         self.assert_refused(802, "verify", status=2, saying="name a payload, or a package with --plan")
         self.assertEqual(self.run_vtekctl("verify", self.package / "firmware.fwp", "--plan", ".").returncode, 2)

@@ -3,10 +3,10 @@
 #include "base/File.h"
 #include "base/FileWriter.h"
 #include "base/Progress.h"
+#include "base/Text.h"
 #include "payload/ConfinedFolder.h"
 #include "payload/EntryNames.h"
 #include "payload/Payload.h"
-#include "payload/Unpack.h"
 #include "trust/Fingerprint.h"
 
 #include <cerrno>
@@ -22,6 +22,25 @@ constexpr std::uint64_t kSpareBytes = 1024 * 1024;  // for the database, its jou
 
 std::uint64_t spaceToStart(std::uint64_t payloadSize) {
     return 2 * payloadSize + kSpareBytes;
+}
+
+Status checkDestination(const std::string& destination) {
+    if (!isPlainPath(destination)) {
+        return Error{ErrorNumber::DestinationInvalid,
+                     "not a path within the repository: " + shownName(destination)};
+    }
+    return {};
+}
+
+Result<UnpackedContent> unpackChecked(const CheckedPayload& checked, int fd, UnpackTarget& target,
+                                      const std::string& destination, const UnpackLimits& limits,
+                                      const ByteCounter& counter) {
+    VTEK_ASSIGN(UnpackedContent content,
+                unpackArchive(fd, checked.payload.signedLength, target, destination, limits, counter));
+    if (content.manifest != checked.manifest) {
+        return Error{ErrorNumber::ManifestChanged, "the manifest of the copy is not the checked one"};
+    }
+    return content;
 }
 
 Result<std::string> Update::check() {
@@ -47,16 +66,13 @@ Status Update::add(const std::string& destination) {
     VTEK_TRY(require(Step::Started));
     VTEK_ASSIGN(copy_, createCopy(destination));
     VTEK_TRY(copyPayload(copy_.get()));
-    place_ = parentOf(destination);
+    destination_ = destination;
     step_ = Step::Added;
     return {};
 }
 
 Result<UniqueFd> Update::createCopy(const std::string& destination) {
-    if (!isPlainPath(destination)) {
-        return Error{ErrorNumber::DestinationInvalid,
-                     "not a path within the repository: '" + destination + "'"};
-    }
+    VTEK_TRY(checkDestination(destination));
     ConfinedFolder staging(staged_.get());
     UniqueFd copy;
     if (staging.makeFolders(std::string(parentOf(destination)))) {
@@ -100,12 +116,8 @@ Status Update::unpack() {
     VTEK_ASSIGN(const Settings settings, loadSettings(repository_->store()));
     Progress progress("unpack", checked_->payload.signedLength);
     ConfinedFolder staging(staged_.get());
-    VTEK_ASSIGN(const UnpackedContent content,
-                unpackArchive(copy_.get(), checked_->payload.signedLength, staging, place_, settings.unpack,
-                              [&](std::uint64_t bytes) { progress.add(bytes); }));
-    if (content.manifest != checked_->manifest) {
-        return Error{ErrorNumber::ManifestChanged, "the manifest of the copy is not the checked one"};
-    }
+    VTEK_TRY(unpackChecked(*checked_, copy_.get(), staging, destination_, settings.unpack,
+                           [&](std::uint64_t bytes) { progress.add(bytes); }));
     step_ = Step::Unpacked;
     return {};
 }

@@ -2,6 +2,7 @@
 
 #include "install/PayloadCheck.h"
 #include "install/Repository.h"
+#include "payload/Unpack.h"
 
 #include <cstdint>
 #include <ctime>
@@ -13,6 +14,20 @@ namespace vtek {
 /** Free bytes that an update needs to start: room for the copy, as much again for its unpacked files, and a
  * reserve. Both sizes are in bytes. */
 std::uint64_t spaceToStart(std::uint64_t payloadSize);
+
+/** Refuses a destination that Update::add refuses, with DestinationInvalid. */
+Status checkDestination(const std::string& destination);
+
+/**
+ * Unpacks a payload as Update::unpack does. Fails with ManifestChanged if the archive's manifest is not the
+ * checked one.
+ *
+ * @param fd           the copy of the payload, or the payload itself
+ * @param destination  of the copy in the target
+ */
+Result<UnpackedContent> unpackChecked(const CheckedPayload& checked, int fd, UnpackTarget& target,
+                                      const std::string& destination, const UnpackLimits& limits,
+                                      const ByteCounter& counter);
 
 /**
  * One update of the controller's firmware. The steps must be called once each, in this order. If the object
@@ -63,7 +78,7 @@ private:
     std::optional<Repository> repository_;
     UniqueFd staged_;
     UniqueFd copy_;
-    std::string place_;  ///< the folder part of the destination
+    std::string destination_;
 };
 
 }  // namespace vtek

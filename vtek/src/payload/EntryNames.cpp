@@ -46,16 +46,25 @@ std::string_view parentOf(std::string_view path) {
 }
 
 bool EntryNames::claim(const ArchiveEntry& entry) {
-    // "d/a" and "D/b" share a folder on a file system that ignores case, and have two on others.
-    for (std::string_view above = parentOf(entry.name); !above.empty(); above = parentOf(above)) {
-        if (spellings_.try_emplace(lowered(above), above).first->second != above) {
+    return claimAs(entry.name, entry.kind);
+}
+
+bool EntryNames::claimAs(std::string_view name, ArchiveEntry::Kind kind) {
+    for (std::string_view above = parentOf(name); !above.empty(); above = parentOf(above)) {
+        if (!claimFolder(above)) {
             return false;
         }
     }
-    const auto [spelling, isNew] = spellings_.try_emplace(lowered(entry.name), entry.name);
-    // Archives may list a folder after its files, or twice.
-    const bool isSameFolder = entry.kind == ArchiveEntry::Kind::Folder && spelling->second == entry.name;
-    return isNew || isSameFolder;
+    return kind == ArchiveEntry::Kind::Folder
+               ? claimFolder(name)
+               : claims_.try_emplace(lowered(name), Claim{std::string(name), kind}).second;
+}
+
+/** Archives may list a folder after its files, or twice. "d/a" and "D/b" share a folder on a file system that
+ * ignores case, and have two on others: the spelling must be the same. */
+bool EntryNames::claimFolder(std::string_view name) {
+    const Claim wanted{std::string(name), ArchiveEntry::Kind::Folder};
+    return claims_.try_emplace(lowered(name), wanted).first->second == wanted;
 }
 
 }  // namespace vtek

@@ -23,12 +23,26 @@ public:
     /**
      * Claims the name of an entry and the folders above it. Names that differ only in case are the same.
      *
-     * @return false when another entry has the name; a folder may be claimed again with the same spelling
+     * @return false when another entry has the name, or a file has the name of a folder above the entry; a
+     * folder may be claimed again with the same spelling
      */
     bool claim(const ArchiveEntry& entry);
 
+    /** Claims the name of a file that is not from the archive. @return as claim */
+    bool claimFile(std::string_view name) { return claimAs(name, ArchiveEntry::Kind::File); }
+
 private:
-    std::map<std::string, std::string> spellings_;  ///< name in lower case to its first spelling
+    struct Claim {
+        std::string spelling;
+        ArchiveEntry::Kind kind;
+
+        bool operator==(const Claim&) const = default;
+    };
+
+    bool claimAs(std::string_view name, ArchiveEntry::Kind kind);
+    bool claimFolder(std::string_view name);
+
+    std::map<std::string, Claim> claims_;  ///< the first claim of each name, by the name in lower case
 };
 
 }  // namespace vtek

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 namespace vtek {
@@ -21,14 +22,19 @@ constexpr std::uint64_t kLargeEntry = 1024 * 1024;
 class Unpacker {
 public:
     Unpacker(ArchiveReader reader, std::uint64_t archiveLength, LargeEntries::OpenArchive openAgain,
-             UnpackTarget& target, std::string prefix, const UnpackLimits& limits, const ByteCounter& counter)
+             UnpackTarget& target, const std::string& copy, const UnpackLimits& limits,
+             const ByteCounter& counter)
         : budget_(limits, archiveLength, counter),
           skipsContent_(reader.skipsContent()),
           extractor_(std::move(reader), budget_),
           largeEntries_(std::move(openAgain), budget_),
           target_(target),
-          prefix_(std::move(prefix)),
-          limits_(limits) {}
+          prefix_(parentOf(copy)),
+          limits_(limits) {
+        if (!copy.empty()) {
+            names_.claimFile(std::string_view(copy).substr(prefix_.empty() ? 0 : prefix_.size() + 1));
+        }
+    }
 
     Result<UnpackedContent> run() {
         VTEK_TRY(unpackEntries());
@@ -99,7 +105,6 @@ private:
     Status writeFile(const ArchiveEntry& entry) {
         VTEK_TRY(makeFolder(std::string(parentOf(entry.name))));
         UniqueFd file = target_.createFile(placed(entry.name));
-        // The copy of the payload is in the same folder: an entry may bear its name.
         if (!file && errno == EEXIST) {
             return repeated(entry.name);
         }
@@ -132,11 +137,11 @@ private:
 }  // namespace
 
 Result<UnpackedContent> unpackArchive(int fd, std::uint64_t archiveLength, UnpackTarget& target,
-                                      const std::string& prefix, const UnpackLimits& limits,
+                                      const std::string& copy, const UnpackLimits& limits,
                                       const ByteCounter& counter) {
     const auto open = [&] { return ArchiveReader::open(fd, archiveLength, limits.entries); };
     VTEK_ASSIGN(ArchiveReader reader, open());
-    return Unpacker(std::move(reader), archiveLength, open, target, prefix, limits, counter).run();
+    return Unpacker(std::move(reader), archiveLength, open, target, copy, limits, counter).run();
 }
 
 }  // namespace vtek

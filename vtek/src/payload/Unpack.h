@@ -37,12 +37,12 @@ struct UnpackedContent {
  *
  * @param fd             a regular file that starts with the archive; stays the caller's
  * @param archiveLength  of the archive in bytes; later bytes of the file are not read
- * @param prefix         an existing folder of the target that receives the entries; empty for the target
- * itself
+ * @param copy           the path of the payload's copy in the target. Entries go into its folder, which
+ * exists, and none may have its name. Empty: entries go into the target itself, which has no copy
  * @param counter        called with the number of archive bytes read, from one thread at a time
  */
 Result<UnpackedContent> unpackArchive(int fd, std::uint64_t archiveLength, UnpackTarget& target,
-                                      const std::string& prefix, const UnpackLimits& limits,
+                                      const std::string& copy, const UnpackLimits& limits,
                                       const ByteCounter& counter);
 
 }  // namespace vtek

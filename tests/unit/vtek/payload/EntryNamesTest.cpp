@@ -56,6 +56,26 @@ TEST(EntryNames, RefusesNameThatIsTaken) {
     EXPECT_FALSE(names.claim(file("D/b")));
 }
 
+TEST(EntryNames, RefusesEntryBelowFile) {
+    vtek::EntryNames names;
+    EXPECT_TRUE(names.claim(file("a")));
+    EXPECT_FALSE(names.claim(file("a/b")));
+    EXPECT_FALSE(names.claim(folder("a/b/c")));
+    EXPECT_FALSE(names.claim(folder("a")));
+    EXPECT_TRUE(names.claim(file("d/f")));
+    EXPECT_FALSE(names.claim(file("d/f/g/h")));
+}
+
+TEST(EntryNames, RefusesNameOfOtherFile) {
+    vtek::EntryNames names;
+    EXPECT_TRUE(names.claimFile("fw.fwp"));
+    EXPECT_FALSE(names.claim(file("fw.fwp")));
+    EXPECT_FALSE(names.claim(file("FW.fwp")));
+    EXPECT_FALSE(names.claim(folder("fw.fwp")));
+    EXPECT_FALSE(names.claim(file("fw.fwp/below")));
+    EXPECT_TRUE(names.claim(file("sub/fw.fwp")));
+}
+
 TEST(EntryNames, AcceptsFolderAgain) {
     vtek::EntryNames names;
     EXPECT_TRUE(names.claim(file("d/a")));
