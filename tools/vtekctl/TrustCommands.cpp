@@ -3,10 +3,13 @@
 #include "common/InputFile.h"
 #include "common/PrintJson.h"
 #include "common/TextTable.h"
+#include "install/Repository.h"
 #include "payload/EntryNames.h"
 #include "trust/TrustStore.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -65,13 +68,19 @@ private:
     static Status replaceFile(const vtek::Root& root, const std::string& name, const std::string& pem) {
         VTEK_ASSIGN(const vtek::UniqueFd trust,
                     root.openFolder(vtek::kTrustFolder, ErrorNumber::TrustUnusable));
-        const std::string unfinished = ".trust-" + std::to_string(getpid());
-        const vtek::UniqueFd file =
-            vtek::openAt(root.folder(), unfinished, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, kTrustMode);
-        if (!file || !vtek::writeFully(file.get(), pem) || !vtek::syncFd(file.get()) ||
+        if (const auto tidied = vtek::removeUnfinishedTrust(root); !tidied) {
+            return tidied.error();
+        }
+        const std::string unfinished = vtek::kUnfinishedTrust + std::to_string(getpid());
+        // Locked, so that no recovery removes it; private until it is complete, so that nobody else locks it.
+        const vtek::UniqueFd file = vtek::createFileAt(root.folder(), unfinished, vtek::kPrivateFile);
+        if (!file || flock(file.get(), LOCK_EX | LOCK_NB) != 0 || !vtek::writeFully(file.get(), pem) ||
+            fchmod(file.get(), kTrustMode) != 0 || !vtek::syncFd(file.get()) ||
             renameat(root.folder(), unfinished.c_str(), trust.get(), name.c_str()) != 0 ||
             !vtek::syncFd(trust.get())) {
-            return vtek::systemError(ErrorNumber::TrustUnusable, "write trust/" + name);
+            const vtek::Error error = vtek::systemError(ErrorNumber::TrustUnusable, "write trust/" + name);
+            unlinkat(root.folder(), unfinished.c_str(), 0);
+            return error;
         }
         return {};
     }

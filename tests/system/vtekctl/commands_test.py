@@ -261,6 +261,14 @@ lab.pem certificate TIME CN=Lab Authority
         self.assertEqual(stat.S_IMODE((self.root / "trust" / "one").stat().st_mode), 0o644)
         self.assertEqual(sorted(os.listdir(self.root)), ["log", "repository", "staging", "state.db", "trust"])
 
+    def test_adds_trust_after_an_interrupted_change(self):
+        (self.root / ".trust-1").write_text("half a certif")
+        self.assertEqual(self.done("recover"), "removed 1 leftovers\n")
+        (self.root / ".trust-1").write_text("half a certif")
+        self.done("trust", "add", self.keys / "authority.pem", umask=0o777)
+        self.assertEqual(sorted(os.listdir(self.root)), ["lock", "log", "repository", "staging", "state.db", "trust"])
+        self.assertEqual(stat.S_IMODE((self.root / "trust" / "authority.pem").stat().st_mode), 0o644)
+
     def test_keeps_the_trust_store_after_a_refusal(self):
         self.done("trust", "add", self.keys / "authority.pem")
         before = snapshot(self.root)

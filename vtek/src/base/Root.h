@@ -22,6 +22,9 @@ inline constexpr const char* kStagingFolder = "staging";
 inline constexpr const char* kLogFolder = "log";
 inline constexpr const char* kLockFile = "lock";
 
+/** How the name of a file begins that will replace a trusted one. Its writer locks it until it is renamed. */
+inline constexpr const char* kUnfinishedTrust = ".trust-";
+
 /** The modes of its folders: staging is private until its content is published. */
 inline constexpr mode_t kPrivateFolder = 0700;
 inline constexpr mode_t kReadableFolder = 0755;

@@ -6,6 +6,7 @@
 #include "install/Policy.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
@@ -57,7 +58,7 @@ Result<Repository> Repository::open(const Root& root) {
     VTEK_ASSIGN(UniqueFd staging, root.openFolder(kStagingFolder, ErrorNumber::RepositoryUnwritable));
     VTEK_ASSIGN(UniqueFd generations, root.openFolder(kRepositoryFolder, ErrorNumber::RepositoryUnwritable));
     Repository repository(std::move(lock), std::move(store), std::move(staging), std::move(generations));
-    VTEK_TRY(repository.recover());
+    VTEK_TRY(repository.recover(root));
     return repository;
 }
 
@@ -73,7 +74,7 @@ void Repository::tidyUp() {
     static_cast<void>(static_cast<bool>(removeUnnamed()));
 }
 
-Status Repository::recover() {
+Status Repository::recover(const Root& root) {
     std::vector<std::string> leftovers;
     if (!listFolder(staging_.get(), leftovers)) {
         return systemError(ErrorNumber::RepositoryUnwritable, "list the staging folder");
@@ -84,7 +85,8 @@ Status Repository::recover() {
         }
     }
     VTEK_ASSIGN(const int unnamed, removeUnnamed());
-    recovered_ = static_cast<int>(leftovers.size()) + unnamed;
+    VTEK_ASSIGN(const int unfinished, removeUnfinishedTrust(root));
+    recovered_ = static_cast<int>(leftovers.size()) + unnamed + unfinished;
     return {};
 }
 
@@ -105,6 +107,27 @@ Result<int> Repository::removeUnnamed() {
         }
     }
     return static_cast<int>(present.size());
+}
+
+Result<int> removeUnfinishedTrust(const Root& root) {
+    std::vector<std::string> names;
+    if (!listFolder(root.folder(), names)) {
+        return systemError(ErrorNumber::RepositoryUnwritable, "list " + root.path());
+    }
+    std::erase_if(names, [](const std::string& name) { return !name.starts_with(kUnfinishedTrust); });
+    int removed = 0;
+    for (const auto& name : names) {
+        const UniqueFd file = openAt(root.folder(), name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+        const bool inUse = file && flock(file.get(), LOCK_EX | LOCK_NB) != 0;
+        if (inUse) {
+            continue;
+        }
+        if (!removeTree(root.folder(), name)) {
+            return systemError(ErrorNumber::RepositoryUnwritable, "remove " + root.path() + "/" + name);
+        }
+        ++removed;
+    }
+    return removed;
 }
 
 Status requireSpace(const Root& root, std::uint64_t bytes) {

@@ -22,7 +22,7 @@ namespace vtek {
 class Repository {
 public:
     /** Takes the lock, waiting as long as the setting lock-wait allows, opens the database and removes
-     * leftovers. */
+     * leftovers: of updates, and of changes to the trust store. */
     static Result<Repository> open(const Root& root);
 
     Repository(Repository&&) = default;
@@ -60,7 +60,7 @@ private:
           staging_(std::move(staging)),
           generations_(std::move(generations)) {}
 
-    Status recover();
+    Status recover(const Root& root);
     void tidyUp();
     Result<int> removeUnnamed();
     Status writeUpdate(const Manifest& manifest, const VerifiedSignature& signature);
@@ -72,6 +72,10 @@ private:
     std::int64_t number_ = 0;  ///< of the staged generation; 0 if there is none
     int recovered_ = 0;
 };
+
+/** Removes what interrupted changes to the trust store left in the root; keeps files that a living process
+ * has locked. @return how many it removed */
+Result<int> removeUnfinishedTrust(const Root& root);
 
 /** Fails with NoSpace if the file system of the staging folder has fewer free bytes. */
 Status requireSpace(const Root& root, std::uint64_t bytes);

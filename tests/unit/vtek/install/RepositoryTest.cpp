@@ -2,7 +2,9 @@
 #include "chassis/Store.h"
 #include "install/Repository.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -60,6 +62,23 @@ TEST(Repository, RemovesLeftoversOfDeadProcess) {
     EXPECT_TRUE(std::filesystem::is_empty(lab.rootPath() / "staging"));
     EXPECT_TRUE(std::filesystem::exists(lab.rootPath() / "repository/1/Chassis/main.bin"));
     EXPECT_FALSE(std::filesystem::exists(lab.rootPath() / "repository/2"));
+    EXPECT_TRUE(std::filesystem::exists(lab.payload()));
+}
+
+TEST(Repository, RemovesUnfinishedTrustOfDeadProcess) {
+    const Lab lab;
+    test::writeFile(lab.rootPath() / ".trust-1", "half a certif");
+    std::filesystem::create_symlink(lab.package(), lab.rootPath() / ".trust-link");
+    test::writeFile(lab.rootPath() / ".trust-2", "half a certif");
+    const vtek::Root root = lab.root();
+    const vtek::UniqueFd writer = vtek::openAt(root.folder(), ".trust-2", O_RDWR);
+    ASSERT_EQ(flock(writer.get(), LOCK_EX), 0);
+    const auto repository = vtek::Repository::open(root);
+    ASSERT_TRUE(repository);
+    EXPECT_EQ(repository->recovered(), 2);
+    EXPECT_FALSE(std::filesystem::exists(lab.rootPath() / ".trust-1"));
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(lab.rootPath() / ".trust-link")));
+    EXPECT_TRUE(std::filesystem::exists(lab.rootPath() / ".trust-2")) << "its writer is alive";
     EXPECT_TRUE(std::filesystem::exists(lab.payload()));
 }
 
