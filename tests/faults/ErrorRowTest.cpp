@@ -211,7 +211,7 @@ std::map<int, Trigger> triggers() {
     all[606] = failingIn("CompleteSignedUnzip", "size");
     all[607] = prepared([](Lab& lab) { lab.sign(archiveOfTwoManifests(lab)); });
 
-    all[701] = failingIn("EndCopyFile", "syncfs");
+    all[701] = failingIn("EndCopyFile", "fsync");
     all[702] = failingIn("EndCopyFile", "pwrite");
     all[703] = runBefore("EndCopyFile", "printf ' ' >> package.xml");
     all[704] = runBefore("EndCopyFile", QRX_VTEKCTL " inventory remove 25227");

@@ -5,7 +5,7 @@
 //   STEP_SKIP=CALL      succeeds without reaching the library
 //   STEP_BEFORE=CALL    before it reaches the library, the following happen
 //   STEP_RUN=COMMAND    a shell command
-//   STEP_FAIL=syncfs    files cannot be made durable from now on
+//   STEP_FAIL=fsync     files cannot be made durable from now on
 //   STEP_FAIL=pwrite    the database cannot be written
 //   STEP_FAIL=space     every file system is full
 //   STEP_FAIL=size      files cannot grow beyond 64 KiB
@@ -173,12 +173,12 @@ unsigned char request(eOEMIPMIRequestType type, unsigned char value, _EsmIPMICmd
 
 // What the library and its database need of the system.
 
-int syncfs(int fd) noexcept {
-    if (fails("syncfs")) {
+int fsync(int fd) {
+    if (fails("fsync")) {
         errno = EIO;
         return -1;
     }
-    return hidden<int(int)>("syncfs")(fd);
+    return hidden<int(int)>("fsync")(fd);
 }
 
 ssize_t pwrite64(int fd, const void* data, size_t size, off64_t offset) {

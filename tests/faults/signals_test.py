@@ -6,7 +6,7 @@
 from attack import AttackTest, main
 from chassis import update_report
 from local_chassis import NEW, NOT_UPDATED, UPDATED
-from system_calls import KILL, Point, points, reason_not_possible, spread
+from system_calls import KILL, Point, points, reason_not_possible, spread, traced
 
 MOMENTS = 12
 
@@ -17,7 +17,7 @@ class Signals(AttackTest):
     def moments(self):
         trace = self.folder / "trace"
         chassis = self.origin.copy(self.folder / "traced")
-        chassis.run("strace", "-f", "-o", trace, chassis.programs.qrxupdate, "-u")
+        chassis.run(*traced([chassis.programs.qrxupdate, "-u"], trace))
         return spread([point for point in points(trace.read_text()) if point.fault == KILL], MOMENTS)
 
     def assert_survives(self, name):

@@ -19,7 +19,7 @@ from concurrent.futures import ThreadPoolExecutor
 from chassis import update_report
 from guest import skip
 from local_chassis import NEW, UPDATED, LocalChassis, Programs, versions_of
-from system_calls import KILL, points, reason_not_possible, spread
+from system_calls import KILL, points, reason_not_possible, spread, traced
 
 # Whatever else stands in the report, which lacks the package's details when package.xml could not be read.
 REPORTED = '<SPStatus result = "true" >'
@@ -42,7 +42,7 @@ class Sweep:
         place = self._places.get()
         chassis = self._chassis.copy(place / "root")
         trace = place / "trace"
-        ended = chassis.run("strace", "-f", "-o", trace, chassis.programs.qrxupdate, "-u")
+        ended = chassis.run(*traced([chassis.programs.qrxupdate, "-u"], trace))
         self._places.put(place)
         if ended.stdout != update_report(NEW):
             raise AssertionError(f"the update fails under strace: {ended.stdout} {ended.stderr}")

@@ -11,7 +11,8 @@ from dataclasses import dataclass
 FITTING = {
     **dict.fromkeys(["openat", "openat2"], ("EIO", "ENOSPC", "EINTR", "EACCES")),
     **dict.fromkeys(["read", "pread64", "getdents64", "fstatfs"], ("EIO", "EINTR")),
-    **dict.fromkeys(["write", "pwrite64", "fsync", "fdatasync", "syncfs", "sync_file_range", "ftruncate", "fallocate"], ("EIO", "ENOSPC", "EINTR")),
+    **dict.fromkeys(["write", "pwrite64", "fsync", "fdatasync", "sync_file_range", "ftruncate", "fallocate"],
+                    ("EIO", "ENOSPC", "EINTR")),
     **dict.fromkeys(["mkdirat", "renameat", "renameat2"], ("EIO", "ENOSPC", "EACCES")),
     **dict.fromkeys(["unlink", "unlinkat", "newfstatat", "fchown", "fchmod", "fchmodat"], ("EIO", "EACCES")),
     **dict.fromkeys(["flock", "close"], ("EIO", "EINTR")),
@@ -22,6 +23,10 @@ FITTING = {
 }
 
 KILL = "KILL"
+
+# The program goes on without the threads that it cannot start, and its calls have the same order each time.
+STARTS_THREAD = ("clone", "clone3")
+WITHOUT_THREADS = ("-e", f"inject={','.join(STARTS_THREAD)}:error=EAGAIN")
 
 # The loader's last act before the program's own code.
 LOADER_READS_CACHE = re.compile(r'openat\(AT_FDCWD, "/etc/ld\.so\.cache"')
@@ -39,15 +44,17 @@ class Point:
     def __str__(self):
         return f"{self.call} no. {self.number}: {self.fault}"
 
-    def command(self, program, trace):
+    def command(self, program, trace, threads=False):
         """The command that runs a program with this fault."""
         effect = f"error={self.fault}" if self._signal() is None else f"signal={self.fault}"
-        return ["strace", "-f", "-o", trace, "-e", f"trace={self.call}",
+        return ["strace", *(() if threads else WITHOUT_THREADS), "-f", "-o", trace, "-e", f"trace={self.call}",
                 "-e", f"inject={self.call}:{effect}:when={self.number}", *program]
 
     def is_met(self, trace, status):
         """Whether the run came to this point, by its trace and exit status."""
-        return "(INJECTED)" in trace if self._signal() is None else status == -self._signal()
+        if self._signal() is not None:
+            return status == -self._signal()
+        return re.search(rf"^(\d+ +)?{self.call}\(.*\(INJECTED\)", trace, re.MULTILINE) is not None
 
     def _signal(self):
         return getattr(signal, f"SIG{self.fault}", None)
@@ -59,6 +66,11 @@ def reason_not_possible():
         return "strace is not installed"
     tried = subprocess.run(["strace", "-o", "/dev/null", "true"], capture_output=True, text=True)
     return f"strace cannot trace here: {tried.stderr.strip()}" if tried.returncode else ""
+
+
+def traced(program, trace):
+    """The command that runs a program and traces the calls that points takes."""
+    return ["strace", *WITHOUT_THREADS, "-f", "-o", trace, *program]
 
 
 def points(trace):
@@ -73,6 +85,8 @@ def points(trace):
         if match is None:
             continue
         call = match.group(1)
+        if call in STARTS_THREAD:
+            continue
         seen[call] += 1
         if is_loaded:
             yield Point(call, seen[call], KILL)

@@ -25,7 +25,7 @@ class Threads(AttackTest):
 
     def update_traced(self, path, point):
         """The update with a fault at this point of what it does with one of the staged files."""
-        strace, *arguments = point.command([self.programs.qrxupdate, "-u"], self.trace)
+        strace, *arguments = point.command([self.programs.qrxupdate, "-u"], self.trace, threads=True)
         return self.chassis.run(strace, "-P", self.chassis.root / STAGED / path, *arguments)
 
     def assert_old_firmware(self, fault):

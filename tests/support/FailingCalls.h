@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <atomic>
 #include <cerrno>
 #include <iosfwd>
 
@@ -63,7 +64,7 @@ private:
     Calls calls_;
     int error_;
     int number_ = 0;
-    int left_ = 0;
+    std::atomic<int> left_ = 0;  ///< calls until the one that fails, in whatever thread
     bool happened_ = false;
     const char* name_ = "nothing";
 };

@@ -132,10 +132,6 @@ int fsync(int) {
     return FailingCalls::isNow(__builtin_return_address(0), Calls::Files, "fsync") ? -1 : 0;
 }
 
-int syncfs(int) noexcept {
-    return FailingCalls::isNow(__builtin_return_address(0), Calls::Files, "syncfs") ? -1 : 0;
-}
-
 int fdatasync(int) {
     return FailingCalls::isNow(__builtin_return_address(0), Calls::Files, "fdatasync") ? -1 : 0;
 }

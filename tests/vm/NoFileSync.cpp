@@ -10,10 +10,6 @@ int fsync(int) {
     return 0;
 }
 
-int syncfs(int) noexcept {
-    return 0;
-}
-
 int sync_file_range(int, off64_t, off64_t, unsigned int) {
     return 0;
 }

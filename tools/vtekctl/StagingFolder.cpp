@@ -38,9 +38,8 @@ StagingFolder::~StagingFolder() {
 }
 
 vtek::Status publish(const fs::path& made, const fs::path& target, Existing existing) {
-    if (!vtek::syncTree(vtek::kWorkingFolder, made.string())) {
-        return systemError(ErrorNumber::InvalidArgument, "sync " + target.string());
-    }
+    VTEK_TRY(
+        vtek::syncTree(vtek::kWorkingFolder, made.string(), target.string(), ErrorNumber::InvalidArgument));
     const fs::file_status present = fs::symlink_status(target);
     const bool toEmptyFolder = fs::is_directory(made) && fs::is_directory(present);
     const bool toOldFile = existing == Existing::Replaced && fs::is_regular_file(present);

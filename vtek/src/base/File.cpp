@@ -148,10 +148,6 @@ bool syncFd(int fd) {
     return uninterrupted([&] { return fsync(fd); }) == 0;
 }
 
-bool syncFileSystem(int fd) {
-    return syncfs(fd) == 0;
-}
-
 bool listFolder(int folder, std::vector<std::string>& names) {
     // A descriptor of our own: closedir closes it, and its position does not move the caller's.
     UniqueFd own = openAt(folder, ".", O_RDONLY | O_DIRECTORY);

@@ -110,14 +110,6 @@ bool writeFully(int fd, std::string_view text);
 bool syncFd(int fd);
 
 /**
- * Syncs the whole file system that a descriptor is on.
- *
- * @return false with errno set on failure, including any failed write to that file system since the
- * descriptor was opened
- */
-bool syncFileSystem(int fd);
-
-/**
  * Lists the names in an open folder, without "." and "..", in byte order.
  *
  * @return false with errno set on failure

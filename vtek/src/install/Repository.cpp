@@ -164,10 +164,10 @@ Status Repository::publish() {
         renameat2(staging_.get(), name.c_str(), generations_.get(), name.c_str(), RENAME_NOREPLACE) != 0) {
         return systemError(ErrorNumber::CommitFailed, "move the new files to repository/" + name);
     }
-    // One syncfs covers all files and both folders, and is faster than an fsync for each. A power cut before
-    // it does no harm, because the database does not name the generation yet.
-    if (!syncFileSystem(staging_.get())) {
-        return systemError(ErrorNumber::SyncFailed, "sync the new files");
+    // A power cut before the last sync does no harm: the database does not name the generation yet.
+    VTEK_TRY(syncTree(generations_.get(), name, "repository/" + name, ErrorNumber::SyncFailed));
+    if (!syncFd(generations_.get()) || !syncFd(staging_.get())) {
+        return systemError(ErrorNumber::SyncFailed, "sync the folders of the repository");
     }
     return {};
 }

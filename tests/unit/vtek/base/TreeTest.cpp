@@ -17,7 +17,6 @@ TEST(Tree, RemovesTreeWithoutFollowingSymlinks) {
     test::writeFile(folder / "tree/a/b/file", "x");
     std::filesystem::create_directory_symlink(folder / "kept", folder / "tree/link");
     const auto opened = vtek::openAt(vtek::kWorkingFolder, folder.path().string(), O_RDONLY | O_DIRECTORY);
-    EXPECT_TRUE(vtek::syncTree(opened.get(), "tree/a"));
     EXPECT_TRUE(vtek::removeTree(opened.get(), "tree"));
     EXPECT_FALSE(std::filesystem::exists(folder / "tree"));
     EXPECT_EQ(test::readFile(folder / "kept/file"), "kept");
@@ -29,8 +28,8 @@ TEST(Tree, RefusesToSyncSymlinksAndMissingTrees) {
     std::filesystem::create_directories(folder / "tree");
     std::filesystem::create_symlink("/etc/passwd", folder / "tree/link");
     const auto opened = vtek::openAt(vtek::kWorkingFolder, folder.path().string(), O_RDONLY | O_DIRECTORY);
-    EXPECT_FALSE(vtek::syncTree(opened.get(), "tree"));
-    EXPECT_FALSE(vtek::syncTree(opened.get(), "missing"));
+    EXPECT_FALSE(vtek::syncTree(opened.get(), "tree", "tree", vtek::ErrorNumber::SyncFailed));
+    EXPECT_FALSE(vtek::syncTree(opened.get(), "missing", "missing", vtek::ErrorNumber::SyncFailed));
 }
 
 }  // namespace
