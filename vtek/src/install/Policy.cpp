@@ -1,9 +1,9 @@
 #include "install/Policy.h"
 
+#include "base/Version.h"
 #include "chassis/Inventory.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace vtek {
 
@@ -33,11 +33,12 @@ Result<Fit> checkPolicy(Store& store, const Manifest& manifest) {
     VTEK_ASSIGN(const Settings settings, loadSettings(store));
     VTEK_TRY(checkComponent(store, manifest));
     VTEK_TRY(checkChassis(settings, manifest));
-    // strverscmp compares runs of digits as numbers: 9.0 is below 10.0.
-    if (strverscmp(manifest.version.c_str(), settings.minimumVersion.c_str()) >= 0) {
+    const std::string& floor = settings.minimumVersion;  // empty: none, and not a version that "~" is below
+    if (floor.empty() || Version(manifest.version) >= Version(floor)) {
         return Fit::Regular;
     }
-    if (manifest.version == settings.allowedVersion) {
+    if (manifest.version ==
+        settings.allowedVersion) {  // by its text: one version, not all that are equal to it
         return Fit::ByOverride;
     }
     return Error{ErrorNumber::VersionBelowFloor,

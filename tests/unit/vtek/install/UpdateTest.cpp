@@ -370,6 +370,25 @@ TEST(Update, ComparesVersionsNumerically) {
     expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
 }
 
+TEST(Update, TakesNoLeadingZeroForFraction) {
+    const Lab lab;  // version 2.00, equal to 2.0
+    for (const char* floor : {"2.01", "2.1", "2.001"}) {
+        lab.set("minimum-version", floor);
+        expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
+    }
+    for (const char* floor : {"2.0", "2.000", "2", "1.99", "2.0~rc1", ""}) {
+        lab.set("minimum-version", floor);
+        EXPECT_EQ(lab.update(), kDone) << floor;
+    }
+}
+
+TEST(Update, AllowsTextNotEveryEqualVersion) {
+    const Lab lab;
+    lab.set("minimum-version", "3.00");
+    lab.set("allow-version", "2.0");
+    expectRefused(lab, {"check", ErrorNumber::VersionBelowFloor});
+}
+
 TEST(Update, AcceptsOverrideOnceForOneVersion) {
     const Lab lab;
     lab.set("minimum-version", "3.00");
