@@ -39,6 +39,15 @@ name = SEQUENCE:name
 id = OID:commonName
 value = UTF8:Old Authority
 """
+DELTA_LIST = ENDLESS_LIST.replace("[algorithm]", """\
+extensions = EXPLICIT:0,SEQUENCE:extensions
+[extensions]
+delta = SEQUENCE:delta
+[delta]
+id = OID:deltaCRL
+critical = BOOLEAN:TRUE
+value = FORMAT:HEX,OCTETSTRING:020101
+[algorithm]""")
 SIMULATION = "SIMULATION: a stand-in for the platform's library, no real chassis"
 
 
@@ -246,10 +255,26 @@ lab.pem certificate TIME CN=Lab Authority
                          [["CN=Lab Authority", list_until.removeprefix("nextUpdate=")],
                           ["CN=Between", until.removeprefix("notAfter=")]])
 
-    def test_lists_a_revocation_list_without_an_end(self):
-        (self.folder / "list.conf").write_text(ENDLESS_LIST)
+    def make_list(self, content):
+        (self.folder / "list.conf").write_text(content)
         self.openssl("asn1parse", "-genconf", "list.conf", "-noout", "-out", "list.der")
         self.openssl("crl", "-inform", "DER", "-in", "list.der", "-out", "list.crl")
+
+    def test_refuses_a_delta(self):
+        self.make_list(DELTA_LIST)
+        self.assert_refused(211, "trust", "add", "list.crl",
+                            saying="trust/list.crl: the revocation list is a delta: it lists only changes to another list")
+        self.assertEqual(self.answer("trust", "list"), [])
+
+    def test_removes_a_delta_that_lies_in_the_store(self):
+        self.make_list(DELTA_LIST)
+        (self.root / "trust" / "list.crl").write_bytes((self.folder / "list.crl").read_bytes())
+        self.assert_refused(211, "trust", "list", saying="trust/list.crl: the revocation list is a delta")
+        self.done("trust", "remove", "list.crl")
+        self.assertEqual(self.answer("trust", "list"), [])
+
+    def test_lists_a_revocation_list_without_an_end(self):
+        self.make_list(ENDLESS_LIST)
         self.done("trust", "add", "list.crl")
         self.assertEqual([(row["name"], row["until"]) for row in self.answer("trust", "list")],
                          [("CN=Old Authority", "never")])

@@ -2,12 +2,35 @@
 
 #include "payload/Payload.h"
 
+#include <openssl/conf.h>
 #include <openssl/dsa.h>
 #include <openssl/rsa.h>
+#include <openssl/x509v3.h>
 
 #include <stdexcept>
 
 namespace test {
+
+namespace {
+
+struct FreeExtension {
+    void operator()(X509_EXTENSION* extension) const { X509_EXTENSION_free(extension); }
+};
+using ExtensionPtr = std::unique_ptr<X509_EXTENSION, FreeExtension>;
+
+ExtensionPtr makeExtension(const ExtensionText& text) {
+    const std::unique_ptr<CONF, decltype(&NCONF_free)> configuration(NCONF_new(nullptr), NCONF_free);
+    X509V3_CTX context{};
+    X509V3_set_nconf(&context, configuration.get());
+    ExtensionPtr extension(
+        X509V3_EXT_nconf(configuration.get(), &context, text.name.c_str(), text.value.c_str()));
+    if (!extension) {
+        throw std::runtime_error(text.name + ": " + vtek::cryptoError());
+    }
+    return extension;
+}
+
+}  // namespace
 
 vtek::Identity makeAuthority(const std::string& name, std::time_t now) {
     return issue(vtek::authorityRequest(name, now - kDay, 1000), nullptr);
@@ -27,6 +50,16 @@ vtek::Identity issue(const vtek::CertificateRequest& request, const vtek::Identi
         throw std::runtime_error(issued.error().message);
     }
     return std::move(*issued);
+}
+
+void extend(vtek::Identity& identity, const vtek::Identity* issuer, const std::string& name,
+            const std::string& value) {
+    X509* const certificate = identity.certificate.get();
+    X509_add_ext(certificate, makeExtension({name, value}).get(), -1);
+    EVP_PKEY* const key = issuer == nullptr ? identity.key.get() : issuer->key.get();
+    if (X509_sign(certificate, key, EVP_sha256()) <= 0) {
+        throw std::runtime_error(vtek::cryptoError());
+    }
 }
 
 vtek::KeyPtr makeRsaKey(unsigned int bits) {
@@ -61,8 +94,11 @@ std::string makeCms(const std::string& content, const std::vector<const vtek::Id
     for (const auto* signer : signers) {
         const bool isFirst = signer == signers.front();
         const EVP_MD* digest = isFirst || form.otherDigest == nullptr ? form.digest : form.otherDigest;
-        if (CMS_add1_signer(cms.get(), signer->certificate.get(), signer->key.get(), digest, flags) ==
-            nullptr) {
+        const unsigned int signerFlags = flags | (form.pss ? unsigned{CMS_KEY_PARAM} : 0U);
+        CMS_SignerInfo* const info =
+            CMS_add1_signer(cms.get(), signer->certificate.get(), signer->key.get(), digest, signerFlags);
+        if (info == nullptr || (form.pss && EVP_PKEY_CTX_set_rsa_padding(CMS_SignerInfo_get0_pkey_ctx(info),
+                                                                         RSA_PKCS1_PSS_PADDING) != 1)) {
             throw std::runtime_error(vtek::cryptoError());
         }
     }
@@ -85,6 +121,25 @@ std::string makePayload(const std::string& archive, const std::string& cms) {
 std::string makeList(const vtek::Identity& authority, std::time_t from, std::time_t to,
                      const std::vector<const X509*>& revoked) {
     return vtek::toPem(vtek::makeRevocationList(authority, from, to, revoked)->get());
+}
+
+std::string makeList(const vtek::Identity& authority, const std::vector<const X509*>& revoked,
+                     const std::vector<ExtensionText>& ofList, const std::vector<ExtensionText>& ofEntries) {
+    const auto made = vtek::makeRevocationList(authority, kNow - kDay, kNow + kDay, revoked);
+    X509_CRL* const list = made->get();
+    for (const ExtensionText& text : ofList) {
+        X509_CRL_add_ext(list, makeExtension(text).get(), -1);
+    }
+    STACK_OF(X509_REVOKED)* entries = X509_CRL_get_REVOKED(list);
+    for (int i = 0; i < sk_X509_REVOKED_num(entries); ++i) {
+        for (const ExtensionText& text : ofEntries) {
+            X509_REVOKED_add_ext(sk_X509_REVOKED_value(entries, i), makeExtension(text).get(), -1);
+        }
+    }
+    if (X509_CRL_sign(list, authority.key.get(), EVP_sha256()) <= 0) {
+        throw std::runtime_error(vtek::cryptoError());
+    }
+    return vtek::toPem(list);
 }
 
 }  // namespace test

@@ -1,5 +1,7 @@
 #include "trust/TrustStore.h"
 
+#include "trust/RevocationList.h"
+
 #include <openssl/err.h>
 #include <openssl/pemerr.h>
 
@@ -53,6 +55,11 @@ Status addBlock(TrustFile& file, const PemBlock& block) {
     // Neither moved by an unknown label, such as that of a private key, nor moved to the end by bad bytes.
     if (cursor != block.bytes.data() + size) {
         return unusable(file.name, "not a certificate or revocation list: " + cryptoError());
+    }
+    if (block.label == PEM_STRING_X509_CRL) {
+        if (const auto why = whyUnusable(file.revocationLists.back().get())) {
+            return unusable(file.name, "the revocation list " + *why);
+        }
     }
     return {};
 }

@@ -23,8 +23,8 @@ struct TrustFile {
     std::vector<RevocationListPtr> revocationLists;
 };
 
-/** Parses the PEM blocks of a text. There must be at least one; each must be a certificate or a revocation
- * list. */
+/** Parses the PEM blocks of a text. There must be at least one; each must be a certificate or a complete
+ * revocation list. */
 Result<TrustFile> parseTrustFile(const std::string& name, const std::string& pem);
 
 /** Reads every file of the trust folder. One bad file makes the whole store unusable. */
