@@ -73,7 +73,8 @@ class Sign(VtekctlCase):
     def test_adds_intermediate_certificates(self):
         authority = ("-CA", self.keys / "authority.pem", "-CAkey", self.keys / "authority.key")
         new = ("req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-days", "7")
-        self.openssl(*new, *authority, "-subj", "/CN=Between", "-out", "between.pem", "-keyout", "between.key")
+        self.openssl(*new, *authority, "-subj", "/CN=Between", "-out", "between.pem", "-keyout", "between.key",
+                     "-addext", "keyUsage=critical,keyCertSign,cRLSign")
         self.openssl(*new, "-CA", "between.pem", "-CAkey", "between.key", "-subj", "/CN=Signer", "-out", "signer.pem",
                      "-keyout", "signer.key", "-extensions", "usr_cert", "-addext", "keyUsage=digitalSignature",
                      "-addext", "extendedKeyUsage=codeSigning")

@@ -29,7 +29,7 @@ std::string nameText(const X509_NAME* name) {
 }
 
 bool isAuthority(X509* certificate) {
-    return X509_check_ca(certificate) != 0;
+    return X509_check_ca(certificate) == 1;  // higher numbers: by other signs, as in X.509 version 1
 }
 
 std::string cryptoError() {

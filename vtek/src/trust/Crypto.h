@@ -62,7 +62,7 @@ void startCrypto();
 /** A name as text in the format of RFC 2253: the last part first. */
 std::string nameText(const X509_NAME* name);
 
-/** Whether a certificate may issue others. A self-signed one of X.509 version 1, without extensions, may. */
+/** Whether a certificate may issue others: its basic constraints say that it is an authority's. */
 bool isAuthority(X509* certificate);
 
 /** The text of OpenSSL's latest error; clears its queue of errors. */

@@ -32,14 +32,14 @@ TEST(Crypto, RecognizesAuthority) {
     EXPECT_FALSE(vtek::isAuthority(signer->certificate.get()));
 }
 
-TEST(Crypto, TakesSelfSignedVersion1ForAuthority) {
+TEST(Crypto, TakesVersion1ForNoAuthority) {
     const vtek::CertificatePtr certificate(X509_new());
     const vtek::KeyPtr key = std::move(*vtek::makeEcKey());
     add(X509_get_subject_name(certificate.get()), "CN", "Old");
     X509_set_issuer_name(certificate.get(), X509_get_subject_name(certificate.get()));
     X509_set_pubkey(certificate.get(), key.get());
     ASSERT_GT(X509_sign(certificate.get(), key.get(), EVP_sha256()), 0);
-    EXPECT_TRUE(vtek::isAuthority(certificate.get()));
+    EXPECT_FALSE(vtek::isAuthority(certificate.get()));
 }
 
 TEST(Crypto, ReportsLatestErrorAndClearsQueue) {
