@@ -3,6 +3,7 @@
 #include "base/File.h"
 #include "trust/Digest.h"
 #include "trust/Fingerprint.h"
+#include "trust/SignatureFields.h"
 
 #include <openssl/obj_mac.h>
 #include <openssl/objects.h>
@@ -173,6 +174,7 @@ Result<SignedArchive> checkContent(CMS_ContentInfo* cms, const SignedFile& file,
     if (!haveSigned(cms, listed)) {
         return mismatch(file);
     }
+    VTEK_TRY(checkFields(cms, file.signature));
     return SignedArchive{Digest(*findSha256(digests.get())), std::move(pass)};
 }
 
