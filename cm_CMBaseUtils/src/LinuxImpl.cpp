@@ -62,7 +62,7 @@ bool CLinuxImpl::bTOLVAlreadyInstalled = false;
 
 CLinuxImpl::CLinuxImpl() {
     if (CLinuxImpl::IsFileExits("enabledebug.txt")) {
-        CLogger::GetInstance()->Initialize("baseutils_DBG.log");
+        CLogger::GetInstance()->InitializeFromMarker("baseutils_DBG.log");
     }
 }
 

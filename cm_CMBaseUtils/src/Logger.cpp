@@ -1,5 +1,10 @@
 #include "Logger.h"
 
+#include <ext/stdio_filebuf.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <array>
 #include <ctime>
 #include <iomanip>
@@ -20,6 +25,21 @@ TimeStamp localTimeStamp() {
         std::strftime(text.data(), text.size(), "[%Y-%m-%dT%H:%M:%S] ", local);
     }
     return text;
+}
+
+// Owns its descriptor, and can become the buffer of a file stream.
+using DescriptorBuffer = __gnu_cxx::stdio_filebuf<char>;
+
+/** Opens the file without a change to it, or makes a new one; -1 for a link, or a FIFO without a reader. */
+int openLog(const char* name) {
+    constexpr mode_t kAsFileStreams = 0666;  // less the umask
+    return open(name, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, kAsFileStreams);
+}
+
+/** A second name of the file may be one that others must not write to. */
+bool isSafeToEmpty(int file) {
+    struct stat status {};
+    return fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
 }
 
 }  // namespace
@@ -44,6 +64,20 @@ int CLogger::Initialize(const std::string& fileName) {
     // On a stream that is open already this fails, and from then on the stream takes no more lines.
     m_logStream.open(m_strFileName, std::ios::out | std::ios::trunc);
     if (m_logStream.is_open()) {
+        m_bEnabled = true;
+    }
+    return 0;
+}
+
+int CLogger::InitializeFromMarker(const std::string& fileName) {
+    if (m_logStream.is_open()) {
+        return Initialize(fileName);  // opens nothing, and silences the log
+    }
+    m_strFileName = fileName;
+    DescriptorBuffer file(openLog(fileName.c_str()), std::ios::out);
+    if (file.is_open() && isSafeToEmpty(file.fd()) && ftruncate(file.fd(), 0) == 0) {
+        m_logStream.rdbuf()->swap(file);
+        m_logStream.clear();
         m_bEnabled = true;
     }
     return 0;

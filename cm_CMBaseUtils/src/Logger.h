@@ -27,6 +27,13 @@ public:
      */
     int Initialize(const std::string& fileName);
 
+    /**
+     * As Initialize, for a log that a marker file in the working directory switches on, where others may have
+     * put something in its place: opens only a new file, or a regular file that has no other name. Follows no
+     * link, waits for no reader, and changes nothing before the check.
+     */
+    int InitializeFromMarker(const std::string& fileName);
+
     /** The part of path after its last '/'; the whole path if it has none. */
     std::string getFileName(const std::string& path);
 

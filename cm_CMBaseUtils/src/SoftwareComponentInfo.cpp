@@ -44,7 +44,7 @@ bool appendElement(xmlDoc* doc, xmlNode* element, std::ostream& out) {
 
 CSoftwareComponentInfo::CSoftwareComponentInfo() {
     if (CPlatformLayer::IsFileExits("enabledebug.txt")) {
-        CLogger::GetInstance()->Initialize("baseutils.log");
+        CLogger::GetInstance()->InitializeFromMarker("baseutils.log");
     }
     debugLog("CSoftwareComponentInfo::CSoftwareComponentInfo() Entering Constructor Method");
     ParseXMl();

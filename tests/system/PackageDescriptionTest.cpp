@@ -148,6 +148,21 @@ TEST_F(PackageDescription, WaitsForFifo) {
     EXPECT_TRUE(place_.log().ends_with(" CSoftwareComponentInfo::Init() Entering\n")) << place_.log();
 }
 
+TEST_F(PackageDescription, KeepsTargetsOfLinksNamedLikeMarkerLogs) {
+    place_.takeCase("inventory-success");
+    const fs::path target = place_.directory() / "target";
+    const fs::path log = place_.directory() / "baseutils_DBG.log";
+    test::writeFile(place_.directory() / "enabledebug.txt", "");
+    test::writeFile(target, "kept");
+    fs::create_symlink(target, log);
+    EXPECT_EQ(run(place_.command({"-i"})).exitStatus, 0);
+    EXPECT_EQ(test::readFile(target), "kept");
+    fs::remove(log);
+    fs::create_hard_link(target, log);
+    EXPECT_EQ(run(place_.command({"-i"})).exitStatus, 0);
+    EXPECT_EQ(test::readFile(target), "kept");
+}
+
 /** An inventory without a description, in a folder whose name getCurrentDirectory returns as another. */
 class MissingPackage : public PackageDescription {
 protected:

@@ -86,5 +86,13 @@ TEST_F(LinuxImplMarker, LooksInTheWorkingDirectory) {
     EXPECT_FALSE(std::filesystem::exists(folder_ / "baseutils_DBG.log"));
 }
 
+TEST_F(LinuxImplMarker, FollowsNoLinkInPlaceOfTheLog) {
+    writeFile(folder_ / "other", "kept");
+    std::filesystem::create_symlink("other", folder_ / "baseutils_DBG.log");
+    writeFile(folder_ / "enabledebug.txt", "");
+    run([] { const CLinuxImpl platform; });
+    EXPECT_EQ(readFile(folder_ / "other"), "kept");
+}
+
 }  // namespace
 }  // namespace test

@@ -3,8 +3,11 @@
 #include "TempDir.h"
 #include "WorkingDirectory.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -211,6 +214,126 @@ TEST_F(Logger, IgnoresAWriteError) {
     EXPECT_NO_THROW(logger_.log("a", 1, "m"));
     EXPECT_NO_THROW(logger_.log("a", 2, "m"));
     EXPECT_TRUE(logger_.isEnabled());
+}
+
+// The log that the marker file switches on.
+
+class MarkerLog : public Logger {
+protected:
+    /** Whether the log comes on; every other outcome leaves the file as it was. */
+    bool comesOn() {
+        EXPECT_EQ(logger_.InitializeFromMarker(file_.string()), 0);
+        logger_.log("a", 1, "m");
+        return logger_.isEnabled();
+    }
+
+    std::filesystem::path other_ = folder_ / "other";
+};
+
+TEST_F(MarkerLog, MakesANewFile) {
+    EXPECT_TRUE(comesOn());
+    EXPECT_THAT(readFile(file_), ::testing::EndsWith("a:    1: m\n"));
+}
+
+TEST_F(MarkerLog, EmptiesAnExistingFile) {
+    writeFile(file_, std::string(4096, 'x'));
+    EXPECT_TRUE(comesOn());
+    EXPECT_EQ(readFile(file_).substr(kStampLength), ":                         a:    1: m\n");
+}
+
+TEST_F(MarkerLog, GivesANewFileTheModeOfAnyOther) {
+    const mode_t former = umask(027);
+    EXPECT_TRUE(comesOn());
+    umask(former);
+    EXPECT_EQ(std::filesystem::status(file_).permissions(), std::filesystem::perms{0640});
+}
+
+TEST_F(MarkerLog, FollowsNoLink) {
+    writeFile(other_, "kept");
+    std::filesystem::create_symlink(other_, file_);
+    EXPECT_FALSE(comesOn());
+    EXPECT_EQ(readFile(other_), "kept");
+}
+
+TEST_F(MarkerLog, MakesNoFileThroughALink) {
+    std::filesystem::create_symlink(other_, file_);
+    EXPECT_FALSE(comesOn());
+    EXPECT_FALSE(std::filesystem::exists(other_));
+}
+
+TEST_F(MarkerLog, KeepsAFileWithASecondName) {
+    writeFile(other_, "kept");
+    std::filesystem::create_hard_link(other_, file_);
+    EXPECT_FALSE(comesOn());
+    EXPECT_EQ(readFile(other_), "kept");
+}
+
+TEST_F(MarkerLog, RefusesAFolder) {
+    std::filesystem::create_directory(file_);
+    EXPECT_FALSE(comesOn());
+}
+
+TEST_F(MarkerLog, RefusesAFifoWithoutWaiting) {
+    ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
+    EXPECT_FALSE(comesOn());
+}
+
+TEST_F(MarkerLog, WritesNothingToAFifoWithAReader) {
+    ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
+    const int reader = open(file_.c_str(), O_RDONLY | O_NONBLOCK);
+    EXPECT_FALSE(comesOn());
+    char byte = 0;
+    EXPECT_EQ(read(reader, &byte, 1), 0);
+    close(reader);
+}
+
+TEST_F(MarkerLog, RefusesADevice) {
+    EXPECT_EQ(logger_.InitializeFromMarker("/dev/null"), 0);
+    EXPECT_FALSE(logger_.isEnabled());
+}
+
+TEST_F(MarkerLog, SilencesAnOpenLog) {
+    logger_.Initialize(other_.string());
+    logger_.log("a", 1, "kept");
+    const std::string before = readFile(other_);
+    writeFile(file_, "kept");
+    logger_.InitializeFromMarker(file_.string());
+    logger_.log("a", 2, "dropped");
+    EXPECT_TRUE(logger_.isEnabled());
+    EXPECT_EQ(readFile(other_), before);
+    EXPECT_EQ(readFile(file_), "kept");
+}
+
+TEST_F(MarkerLog, IsSilencedByALaterInitialize) {
+    EXPECT_TRUE(comesOn());
+    const std::string before = readFile(file_);
+    logger_.Initialize(other_.string());
+    logger_.log("a", 2, "dropped");
+    EXPECT_EQ(readFile(file_), before);
+    EXPECT_FALSE(std::filesystem::exists(other_));
+}
+
+TEST_F(MarkerLog, LeavesTheNextInitializeFreeAfterARefusal) {
+    std::filesystem::create_symlink(other_, file_);
+    EXPECT_FALSE(comesOn());
+    std::filesystem::remove(file_);
+    EXPECT_EQ(lineOf("a", 1, "m"), ":                         a:    1: m\n");
+}
+
+// A name that the caller gives is the caller's will.
+
+TEST_F(Logger, FollowsALink) {
+    std::filesystem::create_symlink(folder_ / "other", file_);
+    logger_.Initialize(file_.string());
+    logger_.log("a", 1, "m");
+    EXPECT_THAT(readFile(folder_ / "other"), ::testing::EndsWith(" m\n"));
+}
+
+TEST_F(Logger, EmptiesAFileWithASecondName) {
+    writeFile(folder_ / "other", "old");
+    std::filesystem::create_hard_link(folder_ / "other", file_);
+    logger_.Initialize(file_.string());
+    EXPECT_EQ(readFile(folder_ / "other"), "");
 }
 
 TEST(LoggerOfTheProcess, IsMadeOnceAndOff) {

@@ -102,5 +102,16 @@ TEST_F(SoftwareComponentInfoMarker, IgnoresAMarkerInAnotherDirectory) {
     EXPECT_FALSE(holds("baseutils_DBG.log"));
 }
 
+TEST_F(SoftwareComponentInfoMarker, FollowsNoLinkInPlaceOfTheLog) {
+    writeFile(folder_ / "other", "kept");
+    std::filesystem::create_symlink("other", folder_ / "baseutils.log");
+    run([this] {
+        CPlatformLayer::GetPlatform();
+        setMarker();
+        const CSoftwareComponentInfo reader;
+    });
+    EXPECT_EQ(readFile(folder_ / "other"), "kept");
+}
+
 }  // namespace
 }  // namespace test
