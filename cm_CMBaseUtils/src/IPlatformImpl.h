@@ -42,9 +42,10 @@ public:
     /** The entries of a folder, unsorted, each as dir + "/" + name; an empty dir lists the working directory.
      */
     virtual std::vector<std::string> GetFileList(std::string& dir) = 0;
-    /** Whether a file below the working directory can be opened for reading. */
+    /** Whether a file below the working directory can be opened for reading; a FIFO only if it has a writer,
+     *  because opening it would wait for one. */
     virtual bool IsFileExits(const std::string& name) = 0;
-    /** Whether the file at this path can be opened for reading. */
+    /** Whether the file at this path can be opened for reading; a FIFO only if it has a writer. */
     virtual bool IsFileExistsAbs(const std::string& path) = 0;
     /** Loads a library by name from the package's library folder, else through the loader's search. The
      * caller releases the handle. Null on failure. */

@@ -1,6 +1,7 @@
 #include "LinuxImpl.h"
 
 #include "LogSource.h"
+#include "ReadableFile.h"
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -9,7 +10,6 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
 
 namespace {
@@ -45,8 +45,8 @@ std::string workingDirectory() {
 }
 
 bool opensForReading(const std::string& path) {
-    const std::ifstream file(path);  // stays open until the outcome is logged
-    const bool opened = file.is_open();
+    const CReadableFile file(path.c_str());  // stays open until the outcome is logged
+    const bool opened = file.isOpen() && !file.lacksWriter();
     debugLog({"CLinuxImpl::IsFileExistsAbs() File name ", path, opened ? " exist" : " doesnt exist"});
     return opened;
 }

@@ -178,7 +178,7 @@ bool CSoftwareComponentInfo::GetInvFromTVK(std::string componentID, std::strings
 
 void CSoftwareComponentInfo::parsePackageXml() {
     m_pXmlDoc.reset();  // first, so that two documents are never in memory together
-    m_pXmlDoc.reset(xmlParseFile(m_strPackageXmlPath.c_str()));
+    m_pXmlDoc = parseXmlFile(m_strPackageXmlPath);
 }
 
 /** Parses the file without testing whether it exists, and reads one attribute of the elements at expression.

@@ -1,5 +1,13 @@
 #include "XmlReading.h"
 
+#include "ReadableFile.h"
+
+#include <libxml/xmlIO.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -15,6 +23,21 @@ void readPciId(const xmlNode* element, const char* name, std::string& id) {
     }
 }
 
+/** libxml2 opens files through this function while parseXmlFile runs. Opening the checked file by its
+ * descriptor keeps anyone from putting a FIFO in its place meanwhile. */
+xmlParserInputBuffer* openWithoutWaiting(const char* path, xmlCharEncoding encoding) {
+    const CReadableFile file(path);
+    if (!file.isOpen() || file.canWaitForInput()) {
+        return nullptr;
+    }
+    // Not a string: its exception must not pass through libxml2.
+    std::array<char, sizeof "/proc/self/fd/" + std::numeric_limits<int>::digits10 + 1> sameFile{};
+    std::snprintf(sameFile.data(), sameFile.size(), "/proc/self/fd/%d", file.descriptor());
+    xmlParserInputBuffer* const input = __xmlParserInputBufferCreateFilename(sameFile.data(), encoding);
+    // Without /proc, reads only what is not compressed.
+    return input != nullptr ? input : xmlParserInputBufferCreateFd(dup(file.descriptor()), encoding);
+}
+
 /** An entity reference counts as its replacement text, as in an attribute. */
 bool isText(const xmlNode* node) {
     return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE ||
@@ -22,6 +45,13 @@ bool isText(const xmlNode* node) {
 }
 
 }  // namespace
+
+XmlDocPtr parseXmlFile(const std::string& path) {
+    const auto opensByDefault = xmlParserInputBufferCreateFilenameDefault(openWithoutWaiting);
+    XmlDocPtr doc(xmlParseFile(path.c_str()));
+    xmlParserInputBufferCreateFilenameDefault(opensByDefault);
+    return doc;
+}
 
 SXPathResult evaluateXPath(xmlDoc* doc, const xmlChar* expression) {
     const XPathContextPtr context(xmlXPathNewContext(doc));

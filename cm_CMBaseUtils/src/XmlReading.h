@@ -63,6 +63,12 @@ inline std::string textOrEmpty(const xmlChar* text) {
     return text == nullptr ? std::string() : asChars(text);
 }
 
+// Documents.
+
+/** Parses a file as xmlParseFile does, but never waits for input: a FIFO or a device such as a terminal
+ *  counts as a file that cannot be read. */
+XmlDocPtr parseXmlFile(const std::string& path);
+
 // XPath.
 
 /** The outcome of an XPath query. */

@@ -140,12 +140,30 @@ TEST_F(PackageDescription, FetchesNothingForInventoryOfLibrary) {
     EXPECT_FALSE(server.wasAsked());
 }
 
-TEST_F(PackageDescription, WaitsForFifo) {
+TEST_F(PackageDescription, TakesFifoForMissingPackage) {
+    const test::Case expected = place_.takeCase("package-missing-inventory");
     makeFifo("package.xml");
     test::Command command = place_.command({"-d", "-i"});
-    command.deadline = kLongEnough;
-    EXPECT_TRUE(run(command).timedOut);
-    EXPECT_TRUE(place_.log().ends_with(" CSoftwareComponentInfo::Init() Entering\n")) << place_.log();
+    command.deadline = std::chrono::seconds(10);
+    const test::Outcome outcome = run(command);
+    EXPECT_FALSE(outcome.timedOut);
+    EXPECT_EQ(outcome.output, expected.at("after/report.xml"));
+    EXPECT_EQ(place_.log(), expected.at("after/debug.log"));
+}
+
+/** The files that the package reader and the platform layer open by themselves. */
+TEST_F(PackageDescription, NeverWaitsForFifoAsMarkerOrLog) {
+    const test::Case expected = place_.takeCase("inventory-success");
+    test::Command command = place_.command({"-i"});
+    command.deadline = std::chrono::seconds(10);
+    for (const std::string fifo : {"enabledebug.txt", "baseutils_DBG.log"}) {
+        makeFifo(fifo);
+        const test::Outcome outcome = run(command);
+        EXPECT_FALSE(outcome.timedOut) << fifo;
+        EXPECT_EQ(outcome.output, expected.at("after/report.xml")) << fifo;
+        fs::remove(place_.directory() / "enabledebug.txt");
+        test::writeFile(place_.directory() / "enabledebug.txt", "");
+    }
 }
 
 TEST_F(PackageDescription, KeepsTargetsOfLinksNamedLikeMarkerLogs) {

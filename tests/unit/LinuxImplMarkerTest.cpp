@@ -7,6 +7,7 @@
 #include "TempDir.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 namespace test {
 namespace {
@@ -92,6 +93,12 @@ TEST_F(LinuxImplMarker, FollowsNoLinkInPlaceOfTheLog) {
     writeFile(folder_ / "enabledebug.txt", "");
     run([] { const CLinuxImpl platform; });
     EXPECT_EQ(readFile(folder_ / "other"), "kept");
+}
+
+TEST_F(LinuxImplMarker, TakesAFifoForNoMarker) {
+    ASSERT_EQ(mkfifo((folder_ / "enabledebug.txt").c_str(), 0600), 0);
+    run([] { const CLinuxImpl platform; });
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "baseutils_DBG.log"));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "TempDir.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 namespace test {
 namespace {
@@ -111,6 +112,12 @@ TEST_F(SoftwareComponentInfoMarker, FollowsNoLinkInPlaceOfTheLog) {
         const CSoftwareComponentInfo reader;
     });
     EXPECT_EQ(readFile(folder_ / "other"), "kept");
+}
+
+TEST_F(SoftwareComponentInfoMarker, TakesAFifoForNoMarker) {
+    ASSERT_EQ(mkfifo((folder_ / "enabledebug.txt").c_str(), 0600), 0);
+    run([] { const CSoftwareComponentInfo reader; });
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "baseutils.log"));
 }
 
 }  // namespace

@@ -2,7 +2,10 @@
 #include "SoftwareComponentInfo.h"
 #include "XmlReading.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <type_traits>
@@ -72,6 +75,43 @@ TEST_F(SoftwareComponentInfo, LogsTheFullPathOfAMalformedPackage) {
                             "CSoftwareComponentInfo::Init() Document " + (package_ / "package.xml").string() +
                                 " not parsed successfully ",
                             "CSoftwareComponentInfo::Init() Exiting"));
+}
+
+TEST_F(SoftwareComponentInfo, TakesAFifoForAMissingPackage) {
+    ASSERT_EQ(mkfifo((package_ / "package.xml").c_str(), 0600), 0);
+    CSoftwareComponentInfo reader;
+    EXPECT_THAT(package_.messages().back(), package_.doesNotExist("package.xml"));
+    EXPECT_EQ(reader.GetComponentID(), "");
+    EXPECT_EQ(reader.GetComponentType(), "");  // parses without a test for existence
+    EXPECT_EQ(reader.GetComponentVersion(), "");
+    EXPECT_FALSE(reader.getPresenceOfRollbackInfo());
+}
+
+TEST_F(SoftwareComponentInfo, ParsesNoFifoThatCouldWait) {
+    ASSERT_EQ(mkfifo((package_ / "package.xml").c_str(), 0600), 0);
+    const int writer = open((package_ / "package.xml").c_str(), O_RDWR);  // writes nothing
+    CSoftwareComponentInfo reader;
+    EXPECT_THAT(package_.messages(), ::testing::Contains(package_.exists("package.xml")));
+    EXPECT_EQ(reader.GetComponentID(), "");
+    close(writer);
+}
+
+TEST_F(SoftwareComponentInfo, ParsesACompressedPackage) {
+    // Made with gzip from <SoftwareComponent vendorVersion="1"/>.
+    constexpr unsigned char kCompressed[] = {
+        0x1f, 0x8b, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x03, 0xb3, 0x09, 0xce, 0x4f, 0x2b,
+        0x29, 0x4f, 0x2c, 0x4a, 0x75, 0xce, 0xcf, 0x2d, 0xc8, 0xcf, 0x4b, 0xcd, 0x2b, 0x51, 0x28,
+        0x4b, 0xcd, 0x4b, 0xc9, 0x2f, 0x0a, 0x4b, 0x2d, 0x2a, 0xce, 0xcc, 0xcf, 0xb3, 0x55, 0x32,
+        0x54, 0xd2, 0xb7, 0x03, 0x00, 0x5d, 0xf0, 0x8b, 0x82, 0x26, 0x00, 0x00, 0x00};
+    package_.setPackage({reinterpret_cast<const char*>(kCompressed), sizeof kCompressed});
+    EXPECT_EQ(CSoftwareComponentInfo().GetComponentVersion(), "1");
+}
+
+TEST_F(SoftwareComponentInfo, FailsToParseAFolder) {
+    std::filesystem::create_directory(package_ / "package.xml");
+    CSoftwareComponentInfo reader;
+    EXPECT_THAT(package_.messages(), ::testing::Contains(package_.exists("package.xml")));
+    EXPECT_EQ(reader.GetComponentVersion(), "");
 }
 
 TEST_F(SoftwareComponentInfo, FailsToParseAnEmptyPackage) {
