@@ -118,4 +118,14 @@ TEST(ReleaseBuild, KeepsVersionBannerAndRunsWithGivenLibrary) {
     EXPECT_EQ(run(command).output, expected.at("after/report.xml"));
 }
 
+/** The program of the build folder, in a folder with a file that the loader must not take for a library. */
+TEST(BuiltProgram, LoadsNoLibraryFromWorkingDirectory) {
+    const test::Workplace place;
+    ASSERT_TRUE(hasRunPath(test::program()));
+    test::writeFile(place.directory() / "libxml2.so.2", "not a library");
+    const test::Outcome outcome = run(place.command({"-h"}));
+    EXPECT_EQ(outcome.error, "");
+    EXPECT_EQ(outcome.exitStatus, 0);
+}
+
 }  // namespace
