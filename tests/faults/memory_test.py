@@ -2,8 +2,8 @@
 
     memory_test.py --bytes N QRXUPDATE VTEKCTL
 
-The payload is a sparse file of exactly N bytes: the manifest, one file of zeros, and what is signed as the stock tools
-sign it. It takes no space; its copy and what comes out of it do, so that 2 N bytes must be free.
+The payload is a sparse file of exactly N bytes: the manifest, one file that is mostly a hole, and what is signed as the
+stock tools sign it. It takes little space; its copy and what comes out of it do, so that 2 N bytes must be free.
 """
 
 import argparse
@@ -26,6 +26,8 @@ from local_chassis import NEW, LocalChassis, Programs
 BOUND_KIB = 32 * 1024
 BLOCK = tarfile.BLOCKSIZE
 TRAILER = 8
+# A payload is refused when less than a 200th of it is data.
+DATA_OF_LENGTH = 64
 END = 2 * BLOCK
 
 
@@ -43,7 +45,7 @@ def add_manifest(archive, manifest_bytes):
 
 
 def write_archive(path, manifest_bytes, length):
-    """Writes a tar of this many bytes: the manifest and main.bin, whose size it returns. The zeros are a hole."""
+    """Writes a tar of this many bytes: the manifest and main.bin, whose size it returns."""
     start = io.BytesIO()
     with tarfile.open(fileobj=start, mode="w", format=tarfile.USTAR_FORMAT) as archive:
         add_manifest(archive, manifest_bytes)
@@ -51,7 +53,7 @@ def write_archive(path, manifest_bytes, length):
         large.size = (length - archive.offset - BLOCK - END) // BLOCK * BLOCK
         archive.addfile(large)
         begin = archive.offset
-    path.write_bytes(start.getvalue()[:begin])
+    path.write_bytes(start.getvalue()[:begin] + bytes([0x55]) * (length // DATA_OF_LENGTH))
     os.truncate(path, length)
     return large.size
 

@@ -47,7 +47,9 @@ class Point:
     def command(self, program, trace, threads=False):
         """The command that runs a program with this fault."""
         effect = f"error={self.fault}" if self._signal() is None else f"signal={self.fault}"
-        return ["strace", *(() if threads else WITHOUT_THREADS), "-f", "-o", trace, "-e", f"trace={self.call}",
+        # strace injects into traced calls only.
+        calls = ",".join((self.call, *STARTS_THREAD))
+        return ["strace", *(() if threads else WITHOUT_THREADS), "-f", "-o", trace, "-e", f"trace={calls}",
                 "-e", f"inject={self.call}:{effect}:when={self.number}", *program]
 
     def is_met(self, trace, status):
