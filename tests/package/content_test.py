@@ -9,6 +9,7 @@ from debian import DEB, SOURCE, UNPACKED, field, files, output_of
 PRIVATE = f"usr/lib/{output_of('gcc', '-print-multiarch').strip()}/qrxupdate"
 LIBRARY = f"{PRIVATE}/libvtek.so.0"
 DOCUMENTS = "usr/share/doc/qrxupdate"
+COLLECTION = "usr/share/ansible/collections/ansible_collections/qrxupdate/chassis"
 PAGES = {"man1/qrxinspect.1", "man5/package.xml.5", "man5/vtek-payload.5", "man8/qrxupdate.8", "man8/vtekctl.8"}
 
 
@@ -21,6 +22,12 @@ def documents_of_the_source():
     return {path.relative_to(SOURCE).as_posix() for path in found}
 
 
+def collection_of_the_source():
+    """The Ansible collection's files, by their paths in it."""
+    found = (path for path in (SOURCE / "fleet").rglob("*") if path.is_file() and "__pycache__" not in path.parts)
+    return {path.relative_to(SOURCE / "fleet").as_posix() for path in found if path.name != ".yamllint"}
+
+
 class Content(unittest.TestCase):
     def test_installs_exactly_the_expected_files(self):
         expected = {"usr/bin/qrxinspect", "usr/bin/vtekctl", LIBRARY, f"{LIBRARY}.1.0",
@@ -28,6 +35,7 @@ class Content(unittest.TestCase):
                     f"{DOCUMENTS}/changelog.gz", f"{DOCUMENTS}/copyright"}
         expected |= {f"usr/share/man/{page}.gz" for page in PAGES}
         expected |= {f"usr/share/bash-completion/completions/{name}" for name in ("qrxinspect", "qrxupdate", "vtekctl")}
+        expected |= {f"{COLLECTION}/{path}" for path in collection_of_the_source()}
         expected |= {f"{DOCUMENTS}/{document}" for document in documents_of_the_source()}
         self.assertEqual(files(), expected)
 
