@@ -198,10 +198,9 @@ std::map<int, Trigger> triggers() {
     all[402] = prepared([](Lab& lab) { std::filesystem::remove(lab.rootPath() / "staging"); });
     all[403] = failingIn("StartCopyFile", "space");
 
-    all[501] = runBefore("AddFile", "printf x >> fw.fwp");
     all[502] =
         prepared([](Lab& lab) { std::filesystem::rename(lab.payload(), lab.package() / "gr\xC3\xBCn.fwp"); });
-    all[503] = failingIn("AddFile", "size");
+    all[503] = failingIn("IsPayloadSigned", "size");
 
     all[601] = prepared([](Lab& lab) { lab.sign(lab.archive().substr(0, 50000)); });
     all[602] = withEntries({{"../outside", "x"}});
@@ -220,8 +219,8 @@ std::map<int, Trigger> triggers() {
     all[801] = {.environment = {{"STEP_SKIP", "StartCopyFile"}}, .call = "AddFile"};
     all[802] = {.call = "set lock-wait never"};
     all[803] = {.call = "rollback"};
-    all[899] = failingIn("AddFile", "memory");
-    all[899].call = "AddFile";
+    all[899] = failingIn("CompleteSignedUnzip", "memory");
+    all[899].call = "CompleteSignedUnzip";
     all[901] = withSetting("ipmi-transport", "/dev/ipmi255");
     all[902] = withSetting("ipmi-mode", "3");
     all[902].call = "verify --plan .";

@@ -9,7 +9,7 @@
 //   STEP_FAIL=pwrite    the database cannot be written
 //   STEP_FAIL=space     every file system is full
 //   STEP_FAIL=size      files cannot grow beyond 64 KiB
-//   STEP_FAIL=memory    the process gets no more memory
+//   STEP_FAIL=memory    the next allocation of an object fails
 
 #include <vtek/vtek.h>
 
@@ -23,8 +23,10 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -41,11 +43,6 @@ bool fails(std::string_view what) {
     return isArmed && setting("STEP_FAIL") == what;
 }
 
-void limit(int resource, rlim_t value) {
-    const rlimit bound{value, value};
-    setrlimit(resource, &bound);
-}
-
 void arm() {
     unsetenv("LD_PRELOAD");
     if (const char* command = std::getenv("STEP_RUN"); command != nullptr && std::system(command) != 0) {
@@ -54,10 +51,8 @@ void arm() {
     isArmed = true;
     if (fails("size")) {
         std::signal(SIGXFSZ, SIG_IGN);
-        limit(RLIMIT_FSIZE, kFileSize);
-    }
-    if (fails("memory")) {
-        limit(RLIMIT_AS, 0);
+        const rlimit bound{kFileSize, kFileSize};
+        setrlimit(RLIMIT_FSIZE, &bound);
     }
 }
 
@@ -97,6 +92,25 @@ bool watchedStep(const char* call, const char* symbol, secureWynd* wynd) {
 }
 
 }  // namespace
+
+void* operator new(std::size_t size) {
+    static bool hasFailed = false;
+    if (fails("memory") && !std::exchange(hasFailed, true)) {
+        throw std::bad_alloc();
+    }
+    if (void* const memory = std::malloc(size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
 
 extern "C" {
 

@@ -109,6 +109,10 @@ int renameat2(int from, const char* name, int to, const char* newName, unsigned 
     FAIL_OR_CALL(renameat2, Files, -1, from, name, to, newName, flags);
 }
 
+int linkat(int from, const char* name, int to, const char* newName, int flags) noexcept {
+    FAIL_OR_CALL(linkat, Files, -1, from, name, to, newName, flags);
+}
+
 int unlink(const char* path) noexcept {
     FAIL_OR_CALL(unlink, Files, -1, path);
 }

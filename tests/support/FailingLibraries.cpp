@@ -54,14 +54,6 @@ int EVP_DigestFinal_ex(EVP_MD_CTX* context, unsigned char* digest, unsigned int*
     FAIL_OR_CALL(EVP_DigestFinal_ex, Crypto, 0, context, digest, size);
 }
 
-int EVP_MAC_update(EVP_MAC_CTX* context, const unsigned char* data, size_t size) {
-    FAIL_OR_CALL(EVP_MAC_update, Crypto, 0, context, data, size);
-}
-
-int EVP_MAC_final(EVP_MAC_CTX* context, unsigned char* code, size_t* size, size_t room) {
-    FAIL_OR_CALL(EVP_MAC_final, Crypto, 0, context, code, size, room);
-}
-
 /** A P-256 key, whatever is asked for: it takes no time to find, as an RSA key does. */
 EVP_PKEY* EVP_PKEY_Q_keygen(OSSL_LIB_CTX* context, const char* properties, const char*, ...) {
     FAIL_OR_CALL(EVP_PKEY_Q_keygen, Crypto, nullptr, context, properties, "EC", "P-256");

@@ -6,6 +6,7 @@
 #include <archive_entry.h>
 
 #include <system_error>
+#include <utility>
 
 namespace vtek {
 
@@ -26,8 +27,9 @@ void ArchiveWriter::Free::operator()(archive* writer) const {
     archive_write_free(writer);
 }
 
-ArchiveWriter::ArchiveWriter(int fd, ArchiveFormat format, std::optional<std::time_t> time)
-    : writer_(archive_write_new()), time_(time), block_(kBlockSize, '\0') {
+ArchiveWriter::ArchiveWriter(int fd, ArchiveFormat format, std::optional<std::time_t> time,
+                             ByteCounter counter)
+    : writer_(archive_write_new()), time_(time), counter_(std::move(counter)), block_(kBlockSize, '\0') {
     if (format == ArchiveFormat::Zip) {
         archive_write_set_format_zip(writer_.get());
     } else {
@@ -117,6 +119,7 @@ Status ArchiveWriter::header(const std::string& name, unsigned int type, mode_t 
 
 Status ArchiveWriter::data(const void* bytes, std::size_t size) {
     const la_ssize_t n = archive_write_data(writer_.get(), bytes, size);
+    counter_(size);
     return n >= 0 && static_cast<std::size_t>(n) == size ? Status() : failed();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Progress.h"
 #include "base/Result.h"
 #include "payload/ArchiveReader.h"
 
@@ -23,10 +24,13 @@ enum class ArchiveFormat { Tar, TarGz, Zip };
 class ArchiveWriter {
 public:
     /**
-     * @param fd    the archive's file; stays the caller's
-     * @param time  the time of every entry; empty for none
+     * @param fd       the archive's file; stays the caller's
+     * @param time     the time of every entry; empty for none
+     * @param counter  called with the bytes of content that were written
      */
-    ArchiveWriter(int fd, ArchiveFormat format, std::optional<std::time_t> time = {});
+    ArchiveWriter(
+        int fd, ArchiveFormat format, std::optional<std::time_t> time = {},
+        ByteCounter counter = [](std::uint64_t) {});
 
     Status addFolder(const std::string& name);
     Status addText(const std::string& name, const std::string& text);
@@ -55,6 +59,7 @@ private:
 
     std::unique_ptr<archive, Free> writer_;
     std::optional<std::time_t> time_;
+    ByteCounter counter_;
     std::string block_;
 };
 

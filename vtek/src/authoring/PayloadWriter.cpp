@@ -1,6 +1,7 @@
 #include "authoring/PayloadWriter.h"
 
 #include "base/File.h"
+#include "base/Progress.h"
 #include "base/Rules.h"
 #include "payload/EntryNames.h"
 #include "payload/Payload.h"
@@ -47,8 +48,27 @@ Status checkName(std::string name) {
     return {};
 }
 
+/** The bytes of a file, or of all files below a folder, for the progress only. */
+std::uint64_t sizeOf(const std::filesystem::path& content) {
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(content, ignored)) {
+        return std::filesystem::file_size(content, ignored);
+    }
+    std::uint64_t size = 0;
+    const auto paths = listTree(content);
+    for (const auto& path : paths ? *paths : std::vector<std::filesystem::path>()) {
+        size +=
+            std::filesystem::is_regular_file(path, ignored) ? std::filesystem::file_size(path, ignored) : 0;
+    }
+    return size;
+}
+
 Status addFolderContent(ArchiveWriter& writer, const std::filesystem::path& folder) {
     VTEK_ASSIGN(const auto paths, listTree(folder));
+    if (std::none_of(paths.begin(), paths.end(), [](const auto& path) { return is_regular_file(path); })) {
+        return Error{ErrorNumber::InvalidArgument, folder.string() + " has no files",
+                     "name the folder that contains the firmware"};
+    }
     for (const auto& path : paths) {
         const std::string name = path.lexically_relative(folder).string();
         VTEK_TRY(checkName(name));
@@ -78,6 +98,16 @@ Status addArchiveContent(ArchiveWriter& writer, const std::filesystem::path& fil
     }
 }
 
+/** Called by OpenSSL before and after each operation on a file; its progress counts the bytes that were read.
+ */
+long countRead(BIO* bio, int operation, const char*, std::size_t, int, long, int outcome,
+               std::size_t* processed) {
+    if (operation == (BIO_CB_READ | BIO_CB_RETURN) && outcome > 0 && processed != nullptr) {
+        reinterpret_cast<Progress*>(BIO_get_callback_arg(bio))->add(*processed);
+    }
+    return outcome;
+}
+
 bool addSigner(CMS_ContentInfo* cms, const Identity& signer, unsigned int flags,
                std::optional<std::time_t> signingTime) {
     CMS_SignerInfo* const info =
@@ -93,7 +123,8 @@ bool addSigner(CMS_ContentInfo* cms, const Identity& signer, unsigned int flags,
 
 Status writeArchive(int fd, ArchiveFormat format, const Manifest& manifest,
                     const std::filesystem::path& content) {
-    ArchiveWriter writer(fd, format);
+    Progress progress("pack", sizeOf(content));
+    ArchiveWriter writer(fd, format, {}, [&](std::uint64_t bytes) { progress.add(bytes); });
     VTEK_TRY(writer.addText(kManifestName, formatManifest(manifest)));
     VTEK_TRY(std::filesystem::is_directory(content) ? addFolderContent(writer, content)
                                                     : addArchiveContent(writer, content));
@@ -107,6 +138,12 @@ Result<std::string> signFile(const std::filesystem::path& file, const Identity& 
     // Binary: no conversion of line ends. Partial: signers and certificates are added before CMS_final signs.
     constexpr unsigned int kFlags = CMS_BINARY | CMS_DETACHED | CMS_PARTIAL;
     const BioPtr content(BIO_new_file(file.c_str(), "rb"));
+    std::error_code ignored;
+    Progress progress("sign", std::filesystem::file_size(file, ignored));
+    if (content) {
+        BIO_set_callback_ex(content.get(), countRead);
+        BIO_set_callback_arg(content.get(), reinterpret_cast<char*>(&progress));
+    }
     const CmsPtr cms(CMS_sign(nullptr, nullptr, nullptr, nullptr, kFlags));
     bool made = content && cms && addSigner(cms.get(), signer, kFlags, signingTime);
     for (const auto& intermediate : intermediates) {

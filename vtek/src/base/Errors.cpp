@@ -8,6 +8,31 @@
 
 namespace vtek {
 
+namespace {
+
+/** What helps when a file or folder that the user has named cannot be used. */
+const char* remedyForArgument(int cause) {
+    switch (cause) {
+        case ENOENT:
+            return "check the name";
+        case EACCES:
+        case EPERM:
+            return "run the command as a user with the right to do this, or name another place";
+        case EEXIST:
+        case ENOTEMPTY:
+            return "choose another name, or move away what is there";
+        case EROFS:
+            return "name a place on a writable file system";
+        case ENOSPC:
+        case EDQUOT:
+            return "free space, or name a place with more of it";
+        default:
+            return "";
+    }
+}
+
+}  // namespace
+
 const std::vector<ErrorInfo>& errorTable() {
     static const std::vector<ErrorInfo> table{
         {ErrorNumber::RootMissing, "no root", "create one with `vtekctl init`, or set VTEK_ROOT"},
@@ -73,8 +98,6 @@ const std::vector<ErrorInfo>& errorTable() {
          "run as the owner of the root folder, on a writable file system"},
         {ErrorNumber::NoSpace, "no space left", "free space on the root's file system"},
 
-        {ErrorNumber::PayloadChanged, "payload changed after the check",
-         "find out what writes to the package's folder; start again"},
         {ErrorNumber::DestinationInvalid, "invalid source or destination",
          "report it: the program requested an impossible copy"},
         {ErrorNumber::CopyFailed, "copy failed", "check space, quota and disk; start again"},
@@ -89,8 +112,8 @@ const std::vector<ErrorInfo>& errorTable() {
         {ErrorNumber::ArchiveTooLarge, "archive exceeds the limits",
          "pack less, or raise the unpack limits with `vtekctl set`"},
         {ErrorNumber::UnpackFailed, "unpacking failed", "check space, quota and disk; start again"},
-        {ErrorNumber::ManifestChanged, "manifest changed after the check",
-         "find out what writes to the package's folder; start again"},
+        {ErrorNumber::ManifestDiffers, "archive with two manifests",
+         "build the payload again with `vtekctl sign`"},
 
         {ErrorNumber::SyncFailed, "sync failed", "check the disk; the old firmware is still in force"},
         {ErrorNumber::CommitFailed, "commit failed",
@@ -102,7 +125,7 @@ const std::vector<ErrorInfo>& errorTable() {
 
         {ErrorNumber::OutOfOrder, "calls out of order",
          "report it: the program called the library out of order"},
-        {ErrorNumber::InvalidArgument, "invalid argument", "see `vtekctl --help`"},
+        {ErrorNumber::InvalidArgument, "invalid argument", "correct what the message names"},
         {ErrorNumber::NothingToRollBack, "nothing to roll back",
          "only the last update can be undone, and only once"},
         {ErrorNumber::Internal, "internal error", "check free memory; otherwise report it with the log"},
@@ -122,8 +145,14 @@ const ErrorInfo& errorInfo(ErrorNumber number) {
     return *row;
 }
 
+std::string remedyOf(const Error& error) {
+    return error.remedy.empty() ? std::string(errorInfo(error.number).remedy) : error.remedy;
+}
+
 Error systemError(ErrorNumber number, const std::string& what) {
-    return {number, what + ": " + std::strerror(errno)};
+    const int cause = errno;
+    return {number, what + ": " + std::strerror(cause),
+            number == ErrorNumber::InvalidArgument ? remedyForArgument(cause) : ""};
 }
 
 Error repositoryError(const std::string& what) {

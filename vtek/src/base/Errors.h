@@ -52,7 +52,7 @@ enum class ErrorNumber : int {
     RepositoryUnwritable = 402,
     NoSpace = 403,
 
-    PayloadChanged = 501,
+    // 501 is retired: what is installed was copied while it was checked.
     DestinationInvalid = 502,
     CopyFailed = 503,
 
@@ -62,7 +62,7 @@ enum class ErrorNumber : int {
     EntryRepeated = 604,
     ArchiveTooLarge = 605,
     UnpackFailed = 606,
-    ManifestChanged = 607,
+    ManifestDiffers = 607,
 
     SyncFailed = 701,
     CommitFailed = 702,

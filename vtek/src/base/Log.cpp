@@ -24,7 +24,7 @@ constexpr const char* kBanner =
 std::string failureText(const char* call, const Error& error) {
     const ErrorInfo& info = errorInfo(error.number);
     return std::string(call) + ": error " + std::to_string(static_cast<int>(error.number)) + ", " +
-           std::string(info.cause) + ": " + error.message + "; hint: " + std::string(info.remedy);
+           std::string(info.cause) + ": " + error.message + "; hint: " + remedyOf(error);
 }
 
 }  // namespace

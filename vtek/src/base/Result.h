@@ -13,7 +13,11 @@ namespace vtek {
 struct Error {
     ErrorNumber number;
     std::string message;
+    std::string remedy = {};  ///< how to fix it, where this failure needs other words than its number
 };
+
+/** How to fix a failure: its own remedy, else that of its number. */
+std::string remedyOf(const Error& error);
 
 /** A value, or the error that prevented it. */
 template <class T>
@@ -51,7 +55,8 @@ private:
 
 using Status = Result<void>;
 
-/** Makes an error from errno: what was tried, then errno's text. */
+/** Makes an error from errno: what was tried, then errno's text. An invalid argument gets a remedy that fits
+ * errno. */
 Error systemError(ErrorNumber number, const std::string& what);
 
 /** Like systemError, for a change to the repository: NoSpace if disk or quota is full, else

@@ -70,6 +70,16 @@ Result<UniqueFd> openParent(const std::filesystem::path& root, uid_t caller) {
     }
 }
 
+/** The error, from errno, of a folder of a new root. */
+Error notMade(const std::string& path) {
+    const bool isParentMissing = errno == ENOENT;
+    Error error = systemError(ErrorNumber::RootMissing, "make " + path);
+    error.remedy = isParentMissing
+                       ? "make the folder above it first"
+                       : "run the command as a user with the right to do this, or name another folder";
+    return error;
+}
+
 }  // namespace
 
 std::string rootPathFromEnvironment() {
@@ -105,11 +115,11 @@ Result<Root> Root::create(const std::string& path, uid_t caller) {
     VTEK_ASSIGN(const std::filesystem::path absolute, absolutePath(path));
     // Without a folder above it, the root cannot be made; that is not a matter of safety.
     if (!openAt(kWorkingFolder, absolute.parent_path().string(), O_PATH | O_DIRECTORY)) {
-        return systemError(ErrorNumber::RootMissing, "make " + absolute.string());
+        return notMade(absolute.string());
     }
     VTEK_ASSIGN(const UniqueFd parent, openParent(absolute, caller));
     if (!makeFolderAt(parent.get(), nameOf(absolute), kReadableFolder) && errno != EEXIST) {
-        return systemError(ErrorNumber::RootMissing, "make " + absolute.string());
+        return notMade(absolute.string());
     }
     VTEK_ASSIGN(Root root, open(absolute.string(), caller));
     std::vector<std::string> names;
@@ -117,7 +127,8 @@ Result<Root> Root::create(const std::string& path, uid_t caller) {
         return systemError(ErrorNumber::RootMissing, "list " + root.path());
     }
     if (!names.empty()) {
-        return Error{ErrorNumber::InvalidArgument, root.path() + " is not empty"};
+        return Error{ErrorNumber::InvalidArgument, root.path() + " is not empty",
+                     "use it as it is if it is a root, or name another folder"};
     }
     const std::pair<const char*, mode_t> folders[] = {{kTrustFolder, kReadableFolder},
                                                       {kRepositoryFolder, kReadableFolder},
@@ -125,7 +136,7 @@ Result<Root> Root::create(const std::string& path, uid_t caller) {
                                                       {kLogFolder, kReadableFolder}};
     for (const auto& [name, mode] : folders) {
         if (!makeFolderAt(root.folder(), name, mode)) {
-            return systemError(ErrorNumber::RootMissing, "make " + root.path() + "/" + name);
+            return notMade(root.path() + "/" + name);
         }
     }
     return root;

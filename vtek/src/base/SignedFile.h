@@ -2,8 +2,10 @@
 
 #include "base/File.h"
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vtek {
@@ -19,6 +21,11 @@ struct SignedFile {
     std::vector<unsigned char> signature;  ///< CMS in DER
     std::string trailer;                   ///< as it stands at the end of the file
     std::uint64_t size;                    ///< of the whole file, in bytes
+
+    /** What follows the signed bytes: the signature and the trailer. */
+    std::array<std::string_view, 2> tail() const {
+        return {std::string_view(reinterpret_cast<const char*>(signature.data()), signature.size()), trailer};
+    }
 };
 
 }  // namespace vtek

@@ -161,7 +161,8 @@ Result<Settings> loadSettings(Store& store) {
 Status changeSetting(Store& store, std::string_view name, std::string_view value) {
     const SettingInfo* info = findSetting(name);
     if (info == nullptr) {
-        return Error{ErrorNumber::InvalidArgument, "there is no setting '" + std::string(name) + "'"};
+        return Error{ErrorNumber::InvalidArgument, "there is no setting '" + std::string(name) + "'",
+                     "`vtekctl set` lists all settings"};
     }
     if (!info->accepts(value)) {
         return Error{ErrorNumber::InvalidArgument, std::string(name) + " must be " + std::string(info->form)};

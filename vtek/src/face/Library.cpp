@@ -4,6 +4,8 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 namespace vtek {
 
 Library& Library::instance() {
@@ -11,11 +13,15 @@ Library& Library::instance() {
     return library;
 }
 
-Result<Store> Library::openStore() const {
+Result<Store*> Library::store() {
     if (!root_) {
         return root_.error();
     }
-    return Store::open(*root_, Store::Mode::Read);
+    if (!store_) {
+        VTEK_ASSIGN(Store opened, Store::open(*root_, Store::Mode::Read));
+        store_.emplace(std::move(opened));
+    }
+    return &*store_;
 }
 
 // The root is checked for the effective user, since the kernel uses that one's rights.

@@ -4,9 +4,12 @@
 #include "base/Root.h"
 #include "chassis/Store.h"
 
+#include <optional>
+
 namespace vtek {
 
-/** What all public functions of the library share: the root, opened once per process, and its log. */
+/** What all public functions of the library share: the root and its state, opened once per process, and its
+ * log. */
 class Library {
 public:
     /** Returns the only instance; the first call creates it. */
@@ -15,8 +18,8 @@ public:
     /** The root, or the error of opening it. */
     const Result<Root>& root() const { return root_; }
 
-    /** Opens the root's state for reading. */
-    Result<Store> openStore() const;
+    /** The root's state for reading; the first call that succeeds opens it. Never null on success. */
+    Result<Store*> store();
 
     Log& log() { return log_; }
 
@@ -24,6 +27,7 @@ private:
     Library();
 
     Result<Root> root_;
+    std::optional<Store> store_;
     Log log_;
 };
 

@@ -22,9 +22,9 @@ constexpr unsigned char kFailed = 0xFF;  // the completion code "unspecified err
 // The longest message, in bytes.
 constexpr std::size_t kMessageBound = sizeof(_EsmIPMICmdIoctlReq::bytes) - kMessageAt;
 
-Result<Bytes> exchange(const Library& library, eOEMIPMIRequestType type, const Bytes& data) {
-    VTEK_ASSIGN(vtek::Store store, library.openStore());
-    VTEK_ASSIGN(const vtek::Settings settings, loadSettings(store));
+Result<Bytes> exchange(Library& library, eOEMIPMIRequestType type, const Bytes& data) {
+    VTEK_ASSIGN(vtek::Store * store, library.store());
+    VTEK_ASSIGN(const vtek::Settings settings, loadSettings(*store));
     VTEK_ASSIGN(const auto transport, vtek::openIpmi(settings));
     return transport->exchange(static_cast<std::uint8_t>(type), data);
 }

@@ -24,7 +24,7 @@ using vtek::Update;
 
 struct secureWynd::Impl {
     Library& library = Library::instance();
-    std::optional<Store> store;  ///< open during the session
+    Store* store = nullptr;  ///< set during the session; the library's
     std::optional<Update> update;
     std::string payloadPath;
     int lastError = 0;
@@ -51,23 +51,23 @@ struct secureWynd::Impl {
     }
 
     Status openSession() {
-        VTEK_ASSIGN(Store opened, library.openStore());
-        VTEK_ASSIGN(const Settings settings, loadSettings(opened));
+        VTEK_ASSIGN(Store * opened, library.store());
+        VTEK_ASSIGN(const Settings settings, loadSettings(*opened));
         if (settings.repositoryKind == NO_WYND) {
             return Error{ErrorNumber::RepositoryAbsent, "this chassis is set to have no repository"};
         }
-        store.emplace(std::move(opened));
+        store = opened;
         return {};
     }
 
     Result<int> repositoryKind() const {
-        VTEK_ASSIGN(Store opened, library.openStore());
-        VTEK_ASSIGN(const Settings settings, loadSettings(opened));
+        VTEK_ASSIGN(Store * opened, library.store());
+        VTEK_ASSIGN(const Settings settings, loadSettings(*opened));
         return settings.repositoryKind;
     }
 
     Status query(std::stringstream& out, exmlMode mode) {
-        if (!store || mode != QUERY_INVENTORY) {
+        if (store == nullptr || mode != QUERY_INVENTORY) {
             return Error{ErrorNumber::OutOfOrder,
                          "an inventory query needs an open session and its own mode"};
         }
@@ -77,7 +77,7 @@ struct secureWynd::Impl {
     }
 
     Status checkPayload() {
-        if (!store) {
+        if (store == nullptr) {
             return noUpdate();
         }
         // The program starts in the package's folder and passes no path.

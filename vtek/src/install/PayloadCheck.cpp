@@ -18,7 +18,7 @@ constexpr const char* kPackageFile = "package.xml";
 }  // namespace
 
 Result<CheckedPayload> checkPayload(const Root& root, Store& store, SignedFile payload, int folder,
-                                    std::time_t now) {
+                                    std::time_t now, const SeePiece& see) {
     VTEK_ASSIGN(const Settings settings, loadSettings(store));
     // Before anything in it is read: anybody may have written it.
     VTEK_TRY(checkPayloadSize(payload, settings.unpack));
@@ -26,7 +26,10 @@ Result<CheckedPayload> checkPayload(const Root& root, Store& store, SignedFile p
     Progress progress("verify", payload.signedLength);
     VTEK_ASSIGN(VerifiedSignature signature,
                 verifySignature(payload, trust, {now, settings.revocation, settings.signerNames},
-                                [&](std::uint64_t bytes) { progress.add(bytes); }));
+                                [&](std::string_view piece) {
+                                    see(piece);
+                                    progress.add(piece.size());
+                                }));
     // Only now may the content be parsed: its bytes are authentic.
     VTEK_ASSIGN(Manifest manifest, readManifest(signature.start));
     VTEK_ASSIGN(const Fit fit, checkPolicy(store, manifest));

@@ -10,6 +10,7 @@
 
 #include <ctime>
 #include <string>
+#include <string_view>
 
 namespace vtek {
 
@@ -27,9 +28,11 @@ struct CheckedPayload {
  *
  * @param folder  the folder that contains package.xml
  * @param now     the time at which the certificates must be valid
+ * @param see     gets the signed bytes as they are verified, after the settings' limits on their number
  */
-Result<CheckedPayload> checkPayload(const Root& root, Store& store, SignedFile payload, int folder,
-                                    std::time_t now);
+Result<CheckedPayload> checkPayload(
+    const Root& root, Store& store, SignedFile payload, int folder, std::time_t now,
+    const SeePiece& see = [](std::string_view) {});
 
 /**
  * Checks that the package.xml in a folder has the digest that the manifest states.

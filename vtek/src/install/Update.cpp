@@ -7,7 +7,7 @@
 #include "payload/ConfinedFolder.h"
 #include "payload/EntryNames.h"
 #include "payload/Payload.h"
-#include "trust/Fingerprint.h"
+#include "trust/Digest.h"
 
 #include <cerrno>
 #include <utility>
@@ -38,7 +38,8 @@ Result<UnpackedContent> unpackChecked(const CheckedPayload& checked, int fd, Unp
     VTEK_ASSIGN(UnpackedContent content,
                 unpackArchive(fd, checked.payload.signedLength, target, destination, limits, counter));
     if (content.manifest != checked.manifest) {
-        return Error{ErrorNumber::ManifestChanged, "the manifest of the copy is not the checked one"};
+        return Error{ErrorNumber::ManifestDiffers,
+                     "the archive has another manifest than the one at its start"};
     }
     return content;
 }
@@ -47,7 +48,13 @@ Result<std::string> Update::check() {
     VTEK_TRY(require(Step::Nothing));
     VTEK_ASSIGN(Store store, Store::open(root_, Store::Mode::Read));
     VTEK_ASSIGN(SignedFile payload, findPayload(folder_));
-    VTEK_ASSIGN(checked_, checkPayload(root_, store, std::move(payload), folder_, now_));
+    PayloadCopy copy(root_, spaceToStart(payload.size));
+    VTEK_ASSIGN(checked_, checkPayload(root_, store, std::move(payload), folder_, now_,
+                                       [&](std::string_view piece) { copy.append(piece); }));
+    for (const std::string_view part : checked_->payload.tail()) {
+        copy.append(part);
+    }
+    unnamed_ = std::move(copy);
     step_ = Step::Checked;
     return checked_->payload.name;
 }
@@ -55,7 +62,9 @@ Result<std::string> Update::check() {
 Status Update::start() {
     VTEK_TRY(require(Step::Checked));
     VTEK_ASSIGN(Repository repository, Repository::open(root_));
-    VTEK_TRY(requireSpace(root_, spaceToStart(checked_->payload.size)));
+    const std::uint64_t needed = spaceToStart(checked_->payload.size);
+    VTEK_TRY(requireSpace(root_, unnamed_ ? needed - checked_->payload.size : needed));
+    held_.emplace();
     VTEK_ASSIGN(staged_, repository.stage());
     repository_.emplace(std::move(repository));
     step_ = Step::Started;
@@ -64,49 +73,52 @@ Status Update::start() {
 
 Status Update::add(const std::string& destination) {
     VTEK_TRY(require(Step::Started));
-    VTEK_ASSIGN(copy_, createCopy(destination));
-    VTEK_TRY(copyPayload(copy_.get()));
+    VTEK_TRY(checkDestination(destination));
+    ConfinedFolder staging(staged_.get());
+    if (!staging.makeFolders(std::string(parentOf(destination)))) {
+        return systemError(ErrorNumber::CopyFailed, "create the folder of " + destination);
+    }
+    copy_ = unnamed_.nameIt(staging, destination);
+    if (!copy_) {
+        VTEK_TRY(copyNow(staging, destination));
+    }
     destination_ = destination;
     step_ = Step::Added;
     return {};
 }
 
-Result<UniqueFd> Update::createCopy(const std::string& destination) {
-    VTEK_TRY(checkDestination(destination));
-    ConfinedFolder staging(staged_.get());
-    UniqueFd copy;
-    if (staging.makeFolders(std::string(parentOf(destination)))) {
-        copy = staging.createFile(destination);
-    }
-    if (!copy) {
+Status Update::copyNow(ConfinedFolder& staging, const std::string& destination) {
+    copy_ = staging.createFile(destination);
+    if (!copy_) {
         return systemError(ErrorNumber::CopyFailed, "create " + destination);
     }
-    return copy;
+    return copyVerified(copy_.get());
 }
 
-Status Update::copyPayload(int copy) {
+Status Update::copyVerified(int copy) const {
     const SignedFile& payload = checked_->payload;
     Progress progress("copy", payload.size);
-    Fingerprint fingerprint;
+    Digest digest;
     FileWriter writer(copy);
-    Status written;
+    bool isWritten = true;
     const auto copyPiece = [&](std::string_view piece) {
-        fingerprint.update(piece);
-        if (!writer.write(piece)) {
-            written = systemError(ErrorNumber::CopyFailed, "write the copy");
-        }
+        digest.update(piece.data(), piece.size());
         progress.add(piece.size());
-        return static_cast<bool>(written);
+        isWritten = isWritten && writer.write(piece);
+        return isWritten;
     };
-    // Asks for one byte more than was checked, to notice a payload that has grown.
-    const std::int64_t copied = takePieces(payload.file.get(), payload.size + 1, copyPiece);
-    VTEK_TRY(written);
-    if (copied < 0) {
+    if (takePieces(payload.file.get(), payload.signedLength, copyPiece) < 0) {
         return systemError(ErrorNumber::CopyFailed, "read " + payload.name);
     }
-    if (static_cast<std::uint64_t>(copied) != payload.size ||
-        fingerprint.value() != checked_->signature.fingerprint) {
-        return Error{ErrorNumber::PayloadChanged, payload.name + " has changed since it was checked"};
+    for (const std::string_view part : payload.tail()) {
+        copyPiece(part);
+    }
+    if (!isWritten) {
+        return systemError(ErrorNumber::CopyFailed, "write the copy");
+    }
+    if (digest.hex() != checked_->signature.digest) {
+        return Error{ErrorNumber::SignatureMismatch,
+                     payload.name + " has changed since its signature was verified"};
     }
     return {};
 }
@@ -131,6 +143,7 @@ Status Update::commit() {
     VTEK_TRY(repository_->commit(manifest, checked_->signature));
     step_ = Step::Committed;
     repository_.reset();  // releases the lock now: the caller may keep this object for long
+    held_.reset();
     return {};
 }
 

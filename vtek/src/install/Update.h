@@ -1,6 +1,8 @@
 #pragma once
 
+#include "base/Signals.h"
 #include "install/PayloadCheck.h"
+#include "install/PayloadCopy.h"
 #include "install/Repository.h"
 #include "payload/Unpack.h"
 
@@ -19,7 +21,7 @@ std::uint64_t spaceToStart(std::uint64_t payloadSize);
 Status checkDestination(const std::string& destination);
 
 /**
- * Unpacks a payload as Update::unpack does. Fails with ManifestChanged if the archive's manifest is not the
+ * Unpacks a payload as Update::unpack does. Fails with ManifestDiffers if the archive's manifest is not the
  * checked one.
  *
  * @param fd           the copy of the payload, or the payload itself
@@ -31,7 +33,9 @@ Result<UnpackedContent> unpackChecked(const CheckedPayload& checked, int fd, Unp
 
 /**
  * One update of the controller's firmware. The steps must be called once each, in this order. If the object
- * is destroyed before commit has succeeded, nothing of the update remains.
+ * is destroyed before commit has succeeded, nothing of the update remains. Signals that end the program are
+ * held back from start to the end, and let the update fail while it unpacks, so that they leave nothing
+ * behind either.
  */
 class Update {
 public:
@@ -42,7 +46,8 @@ public:
      */
     Update(const Root& root, int folder, std::time_t now) : root_(root), folder_(folder), now_(now) {}
 
-    /** Finds the payload and checks whether it may be installed. @return its name in the folder */
+    /** Finds the payload, checks whether it may be installed, and copies the verified bytes meanwhile.
+     * @return its name in the folder */
     Result<std::string> check();
 
     /** Locks the repository and creates the folder for the copy. Fails with NoSpace if the disk is too full.
@@ -50,8 +55,8 @@ public:
     Status start();
 
     /**
-     * Copies the payload into the new generation. Fails with PayloadChanged if its bytes differ from those
-     * that were checked.
+     * Puts the copy into the new generation. Where none could be made during the check, copies the payload
+     * now; fails with SignatureMismatch if its bytes differ from those that were checked.
      *
      * @param destination  a relative path within the generation
      */
@@ -67,16 +72,18 @@ private:
     enum class Step { Nothing, Checked, Started, Added, Unpacked, Committed };
 
     Status require(Step step) const;
-    Result<UniqueFd> createCopy(const std::string& destination);
-    Status copyPayload(int copy);
+    Status copyNow(ConfinedFolder& staging, const std::string& destination);
+    Status copyVerified(int copy) const;
 
     const Root& root_;
     int folder_;
     std::time_t now_;
     Step step_ = Step::Nothing;
     std::optional<CheckedPayload> checked_;
+    std::optional<HeldSignals> held_;  ///< outlives the repository, which cleans up
     std::optional<Repository> repository_;
     UniqueFd staged_;
+    PayloadCopy unnamed_;  ///< until it gets its name
     UniqueFd copy_;
     std::string destination_;
 };

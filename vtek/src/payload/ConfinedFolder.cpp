@@ -103,4 +103,18 @@ UniqueFd ConfinedFolder::createFile(const std::string& path) {
     return file && fchmod(file.get(), kFileMode) == 0 ? std::move(file) : UniqueFd();
 }
 
+bool ConfinedFolder::linkFile(int file, const std::string& path) {
+    const std::string parent(parentOf(path));
+    const UniqueFd above = openFolder(parent);
+    const std::string name = parent.empty() ? path : path.substr(parent.size() + 1);
+    if (!above || fchmod(file, kFileMode) != 0) {
+        return false;
+    }
+    // By descriptor only root may link, at least until Linux 6.10; everybody may through /proc, if it is
+    // mounted.
+    const std::string magicLink = "/proc/self/fd/" + std::to_string(file);
+    return linkat(file, "", above.get(), name.c_str(), AT_EMPTY_PATH) == 0 ||
+           linkat(AT_FDCWD, magicLink.c_str(), above.get(), name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
 }  // namespace vtek

@@ -28,6 +28,9 @@ public:
      * path exists */
     UniqueFd createFile(const std::string& path) override;
 
+    /** Gives a name to an unnamed file on the same file system. @return false with errno set on failure */
+    bool linkFile(int file, const std::string& path);
+
     /** The method in use: changes to Steps when the kernel does not offer openat2. */
     Method method() const { return method_; }
 

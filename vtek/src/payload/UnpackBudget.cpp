@@ -1,11 +1,16 @@
 #include "payload/UnpackBudget.h"
 
+#include "base/Signals.h"
+
 #include <algorithm>
 
 namespace vtek {
 
 Status UnpackBudget::spend(std::uint64_t content, std::uint64_t archive, std::uint64_t decompressed) {
     const std::lock_guard lock(mutex_);
+    if (isEndingRequested()) {
+        return Error{ErrorNumber::UnpackFailed, "interrupted by a signal"};
+    }
     counter_(archive);
     content_ += content;
     archive_ = std::min(archive_ + archive, archiveLength_);

@@ -31,7 +31,8 @@ public:
      * @param content       bytes of content
      * @param archive       bytes of the archive that were read for it
      * @param decompressed  bytes that the whole archive has been decompressed to so far
-     * @return ArchiveTooLarge when the archive is too large or compresses too well
+     * @return ArchiveTooLarge when the archive is too large or compresses too well; UnpackFailed after a
+     * signal that ends the program
      */
     Status spend(std::uint64_t content, std::uint64_t archive, std::uint64_t decompressed);
 

@@ -19,8 +19,6 @@ struct FreeCrypto {
     void operator()(BIO* bio) const { BIO_free_all(bio); }
     void operator()(CMS_ContentInfo* cms) const { CMS_ContentInfo_free(cms); }
     void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-    void operator()(EVP_MAC* mac) const { EVP_MAC_free(mac); }
-    void operator()(EVP_MAC_CTX* context) const { EVP_MAC_CTX_free(context); }
     void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
     void operator()(EVP_PKEY_CTX* context) const { EVP_PKEY_CTX_free(context); }
     void operator()(X509* certificate) const { X509_free(certificate); }
@@ -34,8 +32,6 @@ using TimePtr = std::unique_ptr<ASN1_TIME, FreeCrypto>;
 using BioPtr = std::unique_ptr<BIO, FreeCrypto>;
 using CmsPtr = std::unique_ptr<CMS_ContentInfo, FreeCrypto>;
 using DigestContextPtr = std::unique_ptr<EVP_MD_CTX, FreeCrypto>;
-using MacPtr = std::unique_ptr<EVP_MAC, FreeCrypto>;
-using MacContextPtr = std::unique_ptr<EVP_MAC_CTX, FreeCrypto>;
 using KeyPtr = std::unique_ptr<EVP_PKEY, FreeCrypto>;
 using KeyContextPtr = std::unique_ptr<EVP_PKEY_CTX, FreeCrypto>;
 using CertificatePtr = std::unique_ptr<X509, FreeCrypto>;

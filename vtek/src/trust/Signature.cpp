@@ -2,7 +2,6 @@
 
 #include "base/File.h"
 #include "trust/Digest.h"
-#include "trust/Fingerprint.h"
 #include "trust/SignatureFields.h"
 
 #include <openssl/obj_mac.h>
@@ -17,8 +16,8 @@ namespace {
 
 // Why not CMS_verify: it takes purpose, time and revocation from the store, reports every cause as the same
 // failure, and gives no access to the bytes that it reads. Here each cause has its number, and one pass over
-// the archive yields the verdict, the SHA-256, the fingerprint and the start. The tests compare this verdict
-// on the content with that of CMS_verify, for damaged signatures as well.
+// the archive yields the verdict, the SHA-256, the start and the bytes to be copied. The tests compare this
+// verdict on the content with that of CMS_verify, for damaged signatures as well.
 
 constexpr int kMaxSigners = 8;                   // each costs a chain
 constexpr std::size_t kStartBound = 256 * 1024;  // bytes: the manifest, at most 64 KiB, and its headers
@@ -110,20 +109,13 @@ BioPtr withSha256(BioPtr digests) {
     return own;
 }
 
-/** What one pass over the archive yields besides the verdict. */
-struct ArchivePass {
-    Fingerprint fingerprint{};
-    std::string start{};  ///< up to kStartBound
-};
-
-/** Feeds every byte of the archive to all digests. The manifest is later parsed from the start that is kept
- * here: who writes to the file meanwhile cannot change it. */
-Result<ArchivePass> digestContent(const SignedFile& file, BIO* digests, const ByteCounter& counter) {
-    ArchivePass pass;
+/** Feeds every byte of the archive to all digests. @return the start of the archive. The manifest is later
+ * parsed from there: who writes to the file meanwhile cannot change it. */
+Result<std::string> digestContent(const SignedFile& file, BIO* digests, const SeePiece& see) {
+    std::string start;
     const auto digest = [&](std::string_view piece) {
-        pass.fingerprint.update(piece);
-        pass.start.append(piece, 0, kStartBound - pass.start.size());
-        counter(piece.size());
+        start.append(piece, 0, kStartBound - start.size());
+        see(piece);
         const int size = static_cast<int>(piece.size());
         return BIO_write(digests, piece.data(), size) == size;
     };
@@ -134,7 +126,7 @@ Result<ArchivePass> digestContent(const SignedFile& file, BIO* digests, const By
     if (static_cast<std::uint64_t>(digested) != file.signedLength) {
         return mismatch(file);
     }
-    return pass;
+    return start;
 }
 
 /** Whether each signer's signature is valid: over its attributes and their digest of the content, or over the
@@ -156,10 +148,10 @@ bool haveSigned(CMS_ContentInfo* cms, BIO* digests) {
 /** An archive whose signature is valid. */
 struct SignedArchive {
     Digest digest;
-    ArchivePass pass;
+    std::string start;
 };
 
-Result<SignedArchive> checkContent(CMS_ContentInfo* cms, const SignedFile& file, const ByteCounter& counter) {
+Result<SignedArchive> checkContent(CMS_ContentInfo* cms, const SignedFile& file, const SeePiece& see) {
     BioPtr digests = digestsOf(cms);
     if (!digests) {
         return mismatch(file);
@@ -170,12 +162,12 @@ Result<SignedArchive> checkContent(CMS_ContentInfo* cms, const SignedFile& file,
     if (findSha256(listed) == nullptr) {
         digests = withSha256(std::move(digests));
     }
-    VTEK_ASSIGN(ArchivePass pass, digestContent(file, digests.get(), counter));
+    VTEK_ASSIGN(std::string start, digestContent(file, digests.get(), see));
     if (!haveSigned(cms, listed)) {
         return mismatch(file);
     }
     VTEK_TRY(checkFields(cms, file.signature));
-    return SignedArchive{Digest(*findSha256(digests.get())), std::move(pass)};
+    return SignedArchive{Digest(*findSha256(digests.get())), std::move(start)};
 }
 
 }  // namespace
@@ -184,27 +176,24 @@ Status checkSignatureFits(const SignedFile& file) {
     startCrypto();
     VTEK_ASSIGN(const CmsPtr cms, parseSignature(file.signature));
     VTEK_TRY(findSigners(cms.get()));
-    VTEK_TRY(checkContent(cms.get(), file, [](std::uint64_t) {}));
+    VTEK_TRY(checkContent(cms.get(), file, [](std::string_view) {}));
     return {};
 }
 
 Result<VerifiedSignature> verifySignature(const SignedFile& file, const TrustStore& trust,
-                                          const SignerPolicy& policy, const ByteCounter& counter) {
+                                          const SignerPolicy& policy, const SeePiece& see) {
     startCrypto();
     VTEK_ASSIGN(const CmsPtr cms, parseSignature(file.signature));
     VTEK_TRY(checkSigners(cms.get(), trust, policy));
-    VTEK_ASSIGN(SignedArchive archive, checkContent(cms.get(), file, counter));
+    VTEK_ASSIGN(SignedArchive archive, checkContent(cms.get(), file, see));
 
-    // Digest and fingerprint are the whole file's: the rest of it is in memory.
-    const std::string_view signature(reinterpret_cast<const char*>(file.signature.data()),
-                                     file.signature.size());
-    for (const std::string_view part : {signature, std::string_view(file.trailer)}) {
+    // The digest is the whole file's: the rest of it is in memory.
+    for (const std::string_view part : file.tail()) {
         archive.digest.update(part.data(), part.size());
-        archive.pass.fingerprint.update(part);
     }
     X509* certificate = signerCertificate(sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(cms.get()), 0));
     return VerifiedSignature{nameText(X509_get_subject_name(certificate)), archive.digest.hex(),
-                             archive.pass.fingerprint.value(), std::move(archive.pass.start)};
+                             std::move(archive.start)};
 }
 
 }  // namespace vtek

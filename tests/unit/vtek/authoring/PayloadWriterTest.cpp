@@ -166,7 +166,7 @@ TEST_F(PayloadWriter, MakesSignatureThatVerifies) {
     const auto trust = vtek::loadTrustStore(root);
     ASSERT_TRUE(trust);
     const auto verified = vtek::verifySignature(
-        *payload, *trust, {test::kNow, vtek::Revocation::IfPresent, {}}, [](std::uint64_t) {});
+        *payload, *trust, {test::kNow, vtek::Revocation::IfPresent, {}}, [](std::string_view) {});
     EXPECT_TRUE(verified) << verified.error().message;
 }
 

@@ -54,6 +54,31 @@ void flipBit(const std::filesystem::path& file, std::streamoff at) {
     stream.put(static_cast<char>(byte ^ 1));
 }
 
+/** A change of the payload's file. */
+struct Change {
+    const char* name;
+    void (*apply)(const std::filesystem::path& payload);
+};
+
+constexpr Change kChanges[] = {
+    {"truncated", [](const auto& payload) { std::filesystem::resize_file(payload, 5000); }},
+    {"extended", [](const auto& payload) { append(payload, "more"); }},
+    {"first byte", [](const auto& payload) { flipBit(payload, 0); }},
+    {"last byte",
+     [](const auto& payload) {
+         flipBit(payload, static_cast<std::streamoff>(std::filesystem::file_size(payload)) - 1);
+     }},
+};
+
+/** Before each step of an update: no copy can be made during the check, but later. */
+void letNoFileGrowDuringCheck(const std::string& step) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = step == "check" ? 0 : limit.rlim_max;
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
 TEST(Update, InstallsFilesVersionAndHistory) {
     const Lab lab;
     EXPECT_EQ(lab.update(), kDone);
@@ -208,38 +233,52 @@ TEST(Update, RefusesSymlinkAsPayload) {
     expectRefused(lab, {"check", ErrorNumber::PayloadUnreadable});
 }
 
-TEST(Update, RefusesPayloadChangedBeforeCopy) {
-    const Lab lab;
-    const std::string payload = test::readFile(lab.payload());
-    const std::pair<const char*, std::function<void()>> changes[] = {
-        {"truncated", [&] { std::filesystem::resize_file(lab.payload(), 5000); }},
-        {"extended", [&] { append(lab.payload(), "more"); }},
-        {"first byte", [&] { flipBit(lab.payload(), 0); }},
-        {"last byte", [&] { flipBit(lab.payload(), static_cast<std::streamoff>(payload.size() - 1)); }},
-    };
-    for (const auto& [name, change] : changes) {
-        SCOPED_TRACE(name);
-        lab.write(payload);
-        expectRefused(lab, {"add", ErrorNumber::PayloadChanged}, [&](const std::string& step) {
-            if (step == "add") {
-                change();
-            }
-        });
+TEST(Update, InstallsVerifiedBytesOfPayloadThatChanges) {
+    for (const std::string moment : {"start", "add", "unpack", "commit"}) {
+        for (const auto& [name, change] : kChanges) {
+            SCOPED_TRACE(moment + ", " + name);
+            const Lab lab;
+            const std::string verified = test::readFile(lab.payload());
+            EXPECT_EQ(lab.update([&](const std::string& step) {
+                if (step == moment) {
+                    change(lab.payload());
+                }
+            }),
+                      kDone);
+            EXPECT_EQ(test::readFile(lab.rootPath() / "repository/1/Chassis/fw.fwp"), verified);
+        }
     }
-    lab.write(payload);
-    EXPECT_EQ(lab.update(), kDone);
 }
 
-TEST(Update, IgnoresPayloadChangedAfterCopy) {
+// No copy could be made during the check.
+
+TEST(Update, CopiesUnderLockWithoutCopyFromCheck) {
     const Lab lab;
-    const std::string verified = test::readFile(lab.payload());
-    EXPECT_EQ(lab.update([&](const std::string& step) {
-        if (step == "unpack") {
-            lab.write("something else");
+    EXPECT_EQ(lab.update(letNoFileGrowDuringCheck), kDone);
+    EXPECT_EQ(test::readFile(lab.rootPath() / "repository/1/Chassis/fw.fwp"), test::readFile(lab.payload()));
+    EXPECT_EQ(test::readFile(lab.rootPath() / "repository/1/Chassis/sub/readme.txt"), "hello");
+}
+
+TEST(Update, VerifiesAgainWhatIsCopiedUnderLock) {
+    const Lab lab;
+    const std::string payload = test::readFile(lab.payload());
+    for (const auto& [name, change] : kChanges) {
+        SCOPED_TRACE(name);
+        lab.write(payload);
+        const auto changeBeforeCopy = [&](const std::string& step) {
+            letNoFileGrowDuringCheck(step);
+            if (step == "add") {
+                change(lab.payload());
+            }
+        };
+        // The signature and what follows it are in memory since the check.
+        if (std::string(name) == "extended" || std::string(name) == "last byte") {
+            EXPECT_EQ(lab.update(changeBeforeCopy), kDone);
+            EXPECT_EQ(lab.snapshot()["repository/1/Chassis/fw.fwp"], lab.history().back().payloadDigest);
+            continue;
         }
-    }),
-              kDone);
-    EXPECT_EQ(test::readFile(lab.rootPath() / "repository/1/Chassis/fw.fwp"), verified);
+        expectRefused(lab, {"add", ErrorNumber::SignatureMismatch}, changeBeforeCopy);
+    }
 }
 
 TEST(Update, RefusesFlippedBitAnywhere) {
@@ -469,6 +508,20 @@ TEST(Update, WritesNothingToClosedStandardStreams) {
         },
         testing::ExitedWithCode(0), "");
     EXPECT_EQ(lab.version(), "2.00");
+}
+
+TEST(Update, LeavesNothingWhenInterruptedBeforeUnpacking) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        const Lab lab;
+        const auto untouched = lab.snapshot();
+        EXPECT_EXIT(lab.update([&](const std::string& step) {
+            if (step == "unpack") {
+                std::raise(signal);
+            }
+        }),
+                    testing::KilledBySignal(signal), "");
+        EXPECT_EQ(lab.snapshot(), untouched);
+    }
 }
 
 TEST(Update, KeepsOldStateAtFileSizeLimit) {

@@ -67,6 +67,18 @@ TEST_P(ConfinedFolderMethods, RefusesExistingPaths) {
     EXPECT_FALSE(confined_.makeFolders("inner/file/below"));
 }
 
+TEST_P(ConfinedFolderMethods, NamesUnnamedFile) {
+    const auto file = vtek::openAt(fd_.get(), ".", O_TMPFILE | O_RDWR, 0600);
+    ASSERT_TRUE(vtek::writeFully(file.get(), "text"));
+    for (const std::string path : {"../new", "up/new", "link", "inner", "within/new", "absent/new"}) {
+        EXPECT_FALSE(confined_.linkFile(file.get(), path)) << path;
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "new"));
+    ASSERT_TRUE(confined_.linkFile(file.get(), "inner/new"));
+    EXPECT_EQ(test::readFile(top_ / "inner/new"), "text");
+    EXPECT_EQ(std::filesystem::status(top_ / "inner/new").permissions(), std::filesystem::perms{0644});
+}
+
 TEST_P(ConfinedFolderMethods, KeepsItsMethod) {
     EXPECT_TRUE(confined_.createFile("inner/file"));
     EXPECT_EQ(confined_.method(), GetParam());

@@ -181,7 +181,7 @@ TEST(Unpack, RefusesManifestThatZipDirectoryDoesNotList) {
     other.version = "3.00";
     const std::string first = test::makeArchive(Format::ZipStored, {{"manifest.xml", formatManifest(other)}});
     expectRefused(lab, first.substr(0, first.find("PK\1\2")) + lab.archive(Format::ZipStored),
-                  ErrorNumber::ManifestChanged);
+                  ErrorNumber::ManifestDiffers);
 }
 
 TEST(Unpack, CountsHolesOfSparseEntry) {

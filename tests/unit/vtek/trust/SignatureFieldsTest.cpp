@@ -39,8 +39,8 @@ protected:
 
     ErrorNumber verdict(const std::string& der) {
         payload_.signature.assign(der.begin(), der.end());
-        const auto verified =
-            verifySignature(payload_, trust_, {kNow, vtek::Revocation::IfPresent, {}}, [](std::uint64_t) {});
+        const auto verified = verifySignature(payload_, trust_, {kNow, vtek::Revocation::IfPresent, {}},
+                                              [](std::string_view) {});
         return verified ? ErrorNumber::None : verified.error().number;
     }
 

@@ -67,21 +67,22 @@ TEST(Signature, RejectsAttachedContent) {
                   ErrorNumber::SignatureAttached);
 }
 
-TEST(Signature, KeepsVerifiedBytesForManifest) {
+TEST(Signature, KeepsVerifiedBytesForManifestAndCopy) {
     const Lab lab;
     const vtek::Root root = lab.root();
     const auto trust = loadTrustStore(root);
     const auto payload = vtek::openPayload(vtek::kWorkingFolder, lab.payload().string());
-    std::uint64_t seen = 0;
-    const auto verified =
-        verifySignature(*payload, *trust, {kNow, vtek::Revocation::IfPresent, {}}, [&](std::uint64_t bytes) {
-            seen += bytes;
-            if (seen == payload->signedLength) {
-                lab.write(std::string(payload->size, 'e'));
-            }
-        });
+    std::string seen;
+    const auto verified = verifySignature(*payload, *trust, {kNow, vtek::Revocation::IfPresent, {}},
+                                          [&](std::string_view piece) {
+                                              seen += piece;
+                                              if (seen.size() == payload->signedLength) {
+                                                  lab.write(std::string(payload->size, 'e'));
+                                              }
+                                          });
     ASSERT_TRUE(verified);
     EXPECT_EQ(*vtek::readManifest(verified->start), lab.manifest());
+    EXPECT_EQ(seen, lab.archive());
 }
 
 TEST(Signature, ReportsSha256OfWholePayload) {

@@ -4,7 +4,6 @@
 #include "Lab.h"
 #include "payload/Payload.h"
 #include "trust/Digest.h"
-#include "trust/Fingerprint.h"
 #include "trust/Signature.h"
 #include "trust/TrustStore.h"
 
@@ -136,24 +135,6 @@ TEST(DigestFailure, NeverReturnsAnotherDigest) {
         });
         EXPECT_EQ(digest.has_value(), !failing.happened()) << failing.name();
         EXPECT_TRUE(!digest || *digest == "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
-    } while (failing.happened());
-}
-
-TEST(FingerprintFailure, ReturnsNoneRatherThanThatOfPart) {
-    const auto fingerprint = [] {
-        return unlessThrown([] {
-            vtek::Fingerprint made;
-            made.update("one");
-            made.update("other");
-            return made.value();
-        });
-    };
-    const auto whole = fingerprint();
-    ASSERT_TRUE(whole);
-    FailingCalls failing(Calls::Crypto);
-    do {
-        const auto made = failing.in(fingerprint);
-        EXPECT_EQ(made, failing.happened() ? std::nullopt : whole) << failing.name();
     } while (failing.happened());
 }
 
