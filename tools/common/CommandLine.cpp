@@ -1,6 +1,7 @@
 #include "common/CommandLine.h"
 
 #include "common/Describe.h"
+#include "common/Suggestion.h"
 
 #include <CLI/CLI.hpp>
 
@@ -65,25 +66,88 @@ const CLI::App& innermost(const CLI::App& app) {
     return parsed.empty() ? app : innermost(*parsed.back());
 }
 
-/** The parser's words; for a missing or unknown command, those that exist. */
-std::string problemOf(const CLI::App& tool, const CLI::ParseError& error) {
-    const CLI::App& app = innermost(tool);
-    if (error.get_name() != "RequiredError" || commandsOf(app).empty()) {
-        return error.what();
+/** "a", "a and b", "a, b and c" */
+std::string enumerated(const std::vector<std::string>& words) {
+    std::string text;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        text += (i == 0 ? "" : i + 1 < words.size() ? ", " : " and ") + words[i];
     }
-    std::string names;
+    return text;
+}
+
+std::string didYouMean(const std::string& typed, const std::vector<std::string>& words) {
+    const std::string meant = similarWord(typed, words);
+    return meant.empty() ? "" : ", did you mean " + meant + "?";
+}
+
+/** The first word that no parser has taken; empty if there is none. The parser's own list has another order.
+ */
+std::string firstUnknown(const CLI::App& tool, const std::vector<std::string>& typed) {
+    const std::vector<std::string> unknown = tool.remaining(true);
+    const auto first = std::find_first_of(typed.begin(), typed.end(), unknown.begin(), unknown.end());
+    return first == typed.end() ? "" : *first;
+}
+
+/** For a missing or unknown command: those that exist. */
+std::string commandProblem(const CLI::App& app, const std::string& unknown) {
+    std::vector<std::string> names;
     for (const CLI::App* command : commandsOf(app)) {
-        names += (names.empty() ? "" : ", ") + command->get_name();
+        names.push_back(command->get_name());
     }
-    const std::vector<std::string> words = app.remaining();
-    return (words.empty() ? "no command" : "no such command: " + words.front()) + "; " + fullName(app) +
-           " has " + names;
+    const std::string problem =
+        unknown.empty() ? "no command" : "no such command: " + unknown + didYouMean(unknown, names);
+    return problem + (problem.ends_with('?') ? " " : "; ") + fullName(app) + " has " +
+           CLI::detail::join(names, ", ");
+}
+
+/** All that is required and missing, not only what the parser has found first. */
+std::string requirementProblem(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : app.get_options()) {
+        if (option->get_required() && option->count() == 0) {
+            names.push_back(namesOf(*option).back());
+        }
+    }
+    return enumerated(names) + (names.size() == 1 ? " is required" : " are required");
+}
+
+/** The parser's words about what it does not know, and a similar option. */
+std::string extrasProblem(const CLI::App& app, const CLI::ParseError& error, const std::string& unknown) {
+    std::vector<std::string> names;
+    for (const CLI::App* known = &app; known != nullptr; known = known->get_parent()) {
+        for (const OptionText& option : treeOf(*known).options) {
+            names.insert(names.end(), option.names.begin(), option.names.end());
+        }
+    }
+    return error.what() + didYouMean(unknown, names);
+}
+
+std::string problemOf(const CLI::App& tool, const CLI::ParseError& error,
+                      const std::vector<std::string>& typed) {
+    const CLI::App& app = innermost(tool);
+    const std::string unknown = firstUnknown(tool, typed);
+    if (error.get_name() == "RequiredError") {
+        return commandsOf(app).empty() ? requirementProblem(app) : commandProblem(app, unknown);
+    }
+    const bool isExtra = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+    return isExtra ? extrasProblem(app, error, unknown) : error.what();
+}
+
+/** The words after the tool's name; `help add` becomes `add --help`. */
+std::vector<std::string> wordsOf(int argc, const char* const* argv) {
+    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    if (!words.empty() && words.front() == "help") {
+        words.erase(words.begin());
+        words.emplace_back("--help");
+    }
+    return words;
 }
 
 }  // namespace
 
 CommandLine::CommandLine(const Tool& tool) : app_(std::make_unique<CLI::App>(tool.description, tool.name)) {
     app_->require_subcommand(1);
+    app_->fallthrough();  // the tool's own options may also stand after the command
     app_->footer(tool.exitStatuses);
     if (tool.define) {
         Options options(*app_);
@@ -129,11 +193,12 @@ CLI::App& CommandLine::groupNamed(const Tool& tool, const std::string& name) {
 }
 
 Request CommandLine::parse(int argc, const char* const* argv) {
+    const std::vector<std::string> words = wordsOf(argc, argv);
     try {
-        app_->parse(argc, argv);
+        app_->parse(std::vector<std::string>(words.rbegin(), words.rend()));  // it takes the last one first
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() != 0) {
-            return {.problem = problemOf(*app_, error)};
+            return {.problem = problemOf(*app_, error, words)};
         }
         // Asking for help or the version ends the parsing as an error does.
         std::ostringstream answer;

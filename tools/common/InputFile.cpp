@@ -19,8 +19,8 @@ vtek::Error tooLarge(const std::string& shown) {
 
 }  // namespace
 
-vtek::Error inputError(std::string message) {
-    return {vtek::ErrorNumber::InvalidArgument, std::move(message)};
+vtek::Error inputError(std::string message, std::string remedy) {
+    return {vtek::ErrorNumber::InvalidArgument, std::move(message), std::move(remedy)};
 }
 
 vtek::Result<std::string> readInput(const std::string& path, const std::string& shown) {

@@ -10,8 +10,8 @@ namespace tools {
 /** Bytes; no file that the tools read whole comes near it. A larger one is refused before it is read. */
 inline constexpr std::size_t kInputLimit = std::size_t{16} * 1024 * 1024;
 
-/** The error of an input that cannot be used. */
-vtek::Error inputError(std::string message);
+/** The error of an input that cannot be used. @param remedy  what to do; empty if the message says it */
+vtek::Error inputError(std::string message, std::string remedy = {});
 
 /**
  * Reads all of a regular file. Refuses anything else, such as a FIFO that nobody writes to, at once, and a

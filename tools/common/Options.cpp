@@ -63,6 +63,10 @@ Option Options::named(const std::string& name) {
     return Option(app_.get_option(name));
 }
 
+void Options::operandsLast() {
+    app_.positionals_at_end();
+}
+
 void Options::footer(const std::string& text) {
     app_.footer(text);
 }

@@ -49,6 +49,9 @@ public:
     /** An option that is declared already. */
     Option named(const std::string& name);
 
+    /** Everything after the first operand is an operand, too: another program's options, for instance. */
+    void operandsLast();
+
     /** The paragraph of help after the options. */
     void footer(const std::string& text);
 

@@ -4,6 +4,7 @@
 #include "Qrxinspect.h"
 #include "ReportReader.h"
 #include "Summary.h"
+#include "base/Progress.h"
 #include "common/PrintJson.h"
 
 #include <iterator>
@@ -14,9 +15,11 @@ namespace {
 
 std::vector<Report> readAll(const std::vector<std::string>& files) {
     std::vector<Report> reports;
+    vtek::Progress progress("read", files.size(), vtek::ProgressUnit::Items);
     for (const std::string& file : files) {
         std::vector<Report> read = readReports(file);
         std::move(read.begin(), read.end(), std::back_inserter(reports));
+        progress.add(1);
     }
     return reports;
 }

@@ -2,6 +2,7 @@
 #include "base/File.h"
 #include "chassis/Inventory.h"
 #include "chassis/Store.h"
+#include "common/InputFile.h"
 
 namespace vtekctl {
 namespace {
@@ -62,9 +63,15 @@ public:
     vtek::Result<ExitStatus> run(const Console&) override {
         VTEK_ASSIGN(vtek::Store store, openStore(chassis(), vtek::Store::Mode::Write));
         VTEK_ASSIGN(vtek::Transaction transaction, vtek::Transaction::begin(store.database()));
+        vtek::Inventory inventory(store.database());
+        VTEK_ASSIGN(const auto present, inventory.version(device_.componentId));
+        if (present) {
+            return tools::inputError("the inventory has component " + device_.componentId + " already",
+                                     "remove it first with `vtekctl inventory remove`");
+        }
         device_.display = display_;
         device_.applications.push_back({type_, version_, application_});
-        VTEK_TRY(vtek::Inventory(store.database()).add(device_));
+        VTEK_TRY(inventory.add(device_));
         VTEK_TRY(transaction.commit());
         return ExitStatus::Success;
     }

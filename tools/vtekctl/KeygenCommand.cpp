@@ -83,7 +83,8 @@ private:
         }
         for (const auto& file : files) {
             if (std::filesystem::exists(std::filesystem::symlink_status(pathOf(file)))) {
-                return tools::inputError(pathOf(file) + " exists already");
+                return tools::inputError(pathOf(file) + " exists already",
+                                         "use the keys that are there, or name another folder");
             }
         }
         VTEK_ASSIGN(const StagingFolder staging, StagingFolder::nextTo(pathOf(files.front())));

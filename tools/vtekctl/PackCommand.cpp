@@ -3,6 +3,7 @@
 #include "Vtekctl.h"
 #include "authoring/ArchiveWriter.h"
 #include "base/File.h"
+#include "base/Progress.h"
 #include "base/Rules.h"
 
 #include <fcntl.h>
@@ -66,7 +67,9 @@ Status writePackageArchive(const fs::path& file, const fs::path& package, const 
     if (!archive) {
         return vtek::systemError(ErrorNumber::InvalidArgument, "make " + file.string());
     }
-    vtek::ArchiveWriter writer(archive.get(), vtek::ArchiveFormat::TarGz, time);
+    vtek::Progress progress("compress", fs::file_size(package / kPayload));
+    vtek::ArchiveWriter writer(archive.get(), vtek::ArchiveFormat::TarGz, time,
+                               [&](std::uint64_t bytes) { progress.add(bytes); });
     VTEK_TRY(writer.addFolder(top));
     VTEK_TRY(writer.addFile(top + "/" + kPayload, package / kPayload));
     VTEK_TRY(writer.addFile(top + "/" + kDescription, package / kDescription));

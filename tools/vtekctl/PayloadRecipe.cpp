@@ -41,7 +41,7 @@ Result<std::vector<vtek::CertificatePtr>> loadCertificates(const std::string& fi
     VTEK_ASSIGN(const std::string pem, tools::readInput(file, file));
     auto parsed = vtek::parseTrustFile(file, pem);
     if (!parsed || parsed->certificates.empty()) {
-        return tools::inputError("no certificate in " + file);
+        return tools::inputError("no certificate in " + file, "name a PEM file with a certificate");
     }
     return std::move(parsed->certificates);
 }
@@ -53,11 +53,14 @@ Result<vtek::Identity> loadIdentity(const std::string& certificateFile, const st
     const vtek::BioPtr bio(BIO_new_file(keyFile.c_str(), "rb"));
     vtek::KeyPtr key(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, nullptr) : nullptr);
     if (!key) {
-        return tools::inputError("no private key in " + keyFile + ": " + vtek::cryptoError());
+        return tools::inputError(
+            "no private key in " + keyFile + ": " + vtek::cryptoError(),
+            "name a PEM file with a private key, and give its pass phrase if it has one");
     }
     if (X509_check_private_key(certificates.front().get(), key.get()) != 1) {
         vtek::cryptoError();  // empties OpenSSL's queue; the message below says more
-        return tools::inputError(keyFile + " is not the key of " + certificateFile);
+        return tools::inputError(keyFile + " is not the key of " + certificateFile,
+                                 "name the key and the certificate of one signer");
     }
     return vtek::Identity{std::move(certificates.front()), std::move(key)};
 }

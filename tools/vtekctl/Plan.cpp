@@ -191,8 +191,10 @@ private:
         const std::string destination = kDestination + checked.payload.name;
         VTEK_TRY(vtek::checkDestination(destination));
         Nowhere nowhere;
-        VTEK_ASSIGN(const auto content, unpackChecked(checked, checked.payload.file.get(), nowhere,
-                                                      destination, settings_->unpack, [](std::uint64_t) {}));
+        vtek::Progress progress("unpack", checked.payload.signedLength);
+        VTEK_ASSIGN(const auto content,
+                    unpackChecked(checked, checked.payload.file.get(), nowhere, destination,
+                                  settings_->unpack, [&](std::uint64_t bytes) { progress.add(bytes); }));
         unpackedBytes_ = content.bytes;
         return std::to_string(content.files) + " files, " + std::to_string(content.bytes) + " bytes";
     }

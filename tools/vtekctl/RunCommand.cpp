@@ -15,9 +15,8 @@ public:
     using ChassisCommand::ChassisCommand;
 
     void define(Options& options) override {
-        options.values("command", words_, "the program and its arguments, after --")
-            .required()
-            .takes("COMMAND");
+        options.values("command", words_, "the program and its arguments").required().takes("COMMAND");
+        options.operandsLast();
         options.footer("Ends as the program does.");
     }
 

@@ -3,7 +3,11 @@
 #include "chassis/Settings.h"
 #include "chassis/Store.h"
 #include "common/InputFile.h"
+#include "common/Suggestion.h"
 #include "common/TextTable.h"
+
+#include <algorithm>
+#include <vector>
 
 namespace vtekctl {
 namespace {
@@ -23,11 +27,15 @@ public:
             return ExitStatus::Success;
         }
         if (!given_.isGiven()) {
-            return tools::inputError("give a value for " + name_);
+            return tools::inputError("give a value for " + name_,
+                                     "`vtekctl set` says what each setting takes");
         }
         VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());
         VTEK_ASSIGN(vtek::Store store, vtek::Store::open(root, vtek::Store::Mode::Write));
         VTEK_ASSIGN(vtek::Transaction transaction, vtek::Transaction::begin(store.database()));
+        if (const std::string meant = similarName(); !meant.empty()) {
+            return tools::inputError("there is no setting '" + name_ + "'", "did you mean " + meant + "?");
+        }
         VTEK_TRY(changeSetting(store, name_, value_));
         if (name_ == "allow-version" && !value_.empty()) {
             VTEK_TRY(recordOverride(store));
@@ -44,6 +52,16 @@ private:
                           std::string(info.meaning)});
         }
         console.print(table);
+    }
+
+    /** The setting that was meant, if there is none of this name. */
+    std::string similarName() const {
+        std::vector<std::string> names;
+        for (const auto& info : vtek::settingTable()) {
+            names.emplace_back(info.name);
+        }
+        return std::find(names.begin(), names.end(), name_) == names.end() ? tools::similarWord(name_, names)
+                                                                           : "";
     }
 
     /** An override is on record from the moment it is granted, used or not. */

@@ -1,6 +1,8 @@
 #include "PayloadRecipe.h"
 #include "StagingFolder.h"
 #include "Vtekctl.h"
+#include "common/InputFile.h"
+#include "payload/Payload.h"
 
 namespace vtekctl {
 namespace {
@@ -24,6 +26,10 @@ public:
     }
 
     vtek::Result<ExitStatus> run(const Console& console) override {
+        if (!unsigned_ && !output_.ends_with(vtek::kPayloadSuffix)) {
+            return tools::inputError("'" + output_ + "' does not end in .fwp",
+                                     "name the payload *.fwp: an update finds it by that");
+        }
         VTEK_ASSIGN(const auto signingTime, sourceDateEpoch());
         VTEK_ASSIGN(const vtek::Manifest manifest, recipe_.manifestFor(recipe_.packageFile()));
         VTEK_ASSIGN(const StagingFolder staging, StagingFolder::nextTo(output_));

@@ -33,7 +33,7 @@ nlohmann::ordered_json toJson(const PlanStep& step) {
         {"step", step.name}, {"outcome", nameOf(step.outcome)}, {"finding", step.finding}};
     if (step.error) {
         json["error"] = step.error->number;
-        json["remedy"] = vtek::errorInfo(step.error->number).remedy;
+        json["remedy"] = remedyOf(*step.error);
     }
     return json;
 }
@@ -60,6 +60,10 @@ public:
         }
         if (payload_.empty()) {
             return tools::inputError("name a payload, or a package with --plan");
+        }
+        if (std::filesystem::is_directory(payload_)) {
+            return vtek::Error{vtek::ErrorNumber::PayloadUnreadable, payload_ + " is a folder",
+                               "try a whole package with `vtekctl verify --plan`"};
         }
         return verify(console);
     }

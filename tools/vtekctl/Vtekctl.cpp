@@ -5,6 +5,8 @@
 
 #include <unistd.h>
 
+#include <cstdlib>
+
 namespace vtekctl {
 namespace {
 
@@ -18,7 +20,7 @@ constexpr const char* kExitStatuses =
 ExitStatus report(const vtek::Error& error, const Console& console) {
     const int number = static_cast<int>(error.number);
     console.report(error.message + " (error " + std::to_string(number) + ")");
-    console.report("hint: " + std::string(vtek::errorInfo(error.number).remedy));
+    console.report("hint: " + remedyOf(error));
     return error.number == vtek::ErrorNumber::InvalidArgument ? ExitStatus::BadInput : ExitStatus::Failure;
 }
 
@@ -58,9 +60,18 @@ vtek::Result<vtek::Root> Chassis::openRoot() const {
 
 int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
     Chassis chassis{vtek::rootPathFromEnvironment()};
-    const auto defineRoot = [&](Options& options) {
+    bool isQuiet = false;
+    const auto defineOptions = [&](Options& options) {
         options.value("--root", chassis.rootPath, "the root folder; else $VTEK_ROOT, else /var/lib/vtek")
             .takes("FOLDER");
+        options.flag("--quiet", isQuiet, "show no progress on a terminal");
+    };
+    // The library reads the variable, also in the program that `run` starts.
+    const auto applyQuiet = [&]() -> vtek::Status {
+        if (isQuiet) {
+            setenv("VTEK_QUIET", "1", 1);
+        }
+        return {};
     };
     const tools::Tool tool{
         .name = "vtekctl",
@@ -71,7 +82,8 @@ int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
         .report = report,
         .groups = {{"inventory", "the controller's inventory"}, {"trust", "the controller's trust store"}},
         .commands = commandTable(chassis),
-        .define = defineRoot,
+        .define = defineOptions,
+        .prepare = applyQuiet,
     };
     return tools::runTool(tool, argc, argv, out, err);
 }

@@ -184,8 +184,10 @@ class Inventory(VtekctlCase):
         self.assertIn(f'<Application componentType="FRMW" version="{INSTALLED}" display="QRX firmware"/>', exported)
 
     def test_removes_every_device_of_the_component(self):
-        for component in (COMPONENT, "31002", COMPONENT):
-            self.done("inventory", "add", component, "1")
+        document = self.folder / "inventory.xml"
+        document.write_text("<SVMInventory>" + "".join(f'<Device componentID="{component}"/>' for component in
+                                                       (COMPONENT, "31002", COMPONENT)) + "</SVMInventory>")
+        self.done("inventory", "import", document)
         self.assertEqual(self.done("inventory", "remove", COMPONENT), "")
         self.assertEqual([device["componentID"] for device in self.answer("show")["inventory"]], ["31002"])
 

@@ -53,7 +53,7 @@ class Completion(unittest.TestCase):
         self.assertEqual(offers("vtekctl trust a"), ["add"])
 
     def test_offers_options_of_the_tool_and_of_a_command(self):
-        self.assertEqual(offers("vtekctl -"), ["--help", "--root", "--version", "-h"])
+        self.assertEqual(offers("vtekctl -"), ["--help", "--quiet", "--root", "--version", "-h"])
         self.assertEqual(offers("vtekctl verify --"), ["--help", "--json", "--plan"])
         self.assertEqual(offers("qrxinspect report --"), ["--help", "--html", "--json"])
 

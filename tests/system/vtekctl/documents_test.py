@@ -151,7 +151,7 @@ class ExitStatuses(unittest.TestCase):
         self.assertEqual(in_page.split(), told.split())
 
     def test_agrees_for_vtekctl(self):
-        self.check("vtekctl", "docs/stand-in.md", "`vtekctl [--root FOLDER] COMMAND`")
+        self.check("vtekctl", "docs/stand-in.md", "`vtekctl [--root FOLDER] [--quiet] COMMAND`")
 
     def test_agrees_for_qrxinspect(self):
         self.check("qrxinspect", "docs/qrxinspect.md", "## Exit statuses")

@@ -36,11 +36,13 @@ class CommandLine(VtekctlCase):
         self.assertEqual(snapshot(self.folder), before)
 
     def test_lists_the_commands_if_one_is_missing_or_unknown(self):
-        trust = "; vtekctl trust has add, list, remove (see vtekctl --help)\n"
-        self.assertEqual(self.run_vtekctl("trust").stderr, "vtekctl: no command" + trust)
-        self.assertEqual(self.run_vtekctl("trust", "ad").stderr, "vtekctl: no such command: ad" + trust)
-        self.assertEqual(self.run_vtekctl("trust", "\x1b").stderr, r"vtekctl: no such command: \x1b" + trust)
-        self.assertRegex(self.run_vtekctl("shwo").stderr, "^vtekctl: no such command: shwo; vtekctl has init, show, set, ")
+        trust = "vtekctl trust has add, list, remove (see vtekctl --help)\n"
+        self.assertEqual(self.run_vtekctl("trust").stderr, "vtekctl: no command; " + trust)
+        self.assertEqual(self.run_vtekctl("trust", "ad").stderr,
+                         "vtekctl: no such command: ad, did you mean add? " + trust)
+        self.assertEqual(self.run_vtekctl("trust", "\x1b").stderr, r"vtekctl: no such command: \x1b; " + trust)
+        self.assertRegex(self.run_vtekctl("shwo").stderr,
+                         r"^vtekctl: no such command: shwo, did you mean show\? vtekctl has init, show, set, ")
 
     def test_prints_the_exit_statuses_in_help(self):
         top = self.done("--help")
@@ -178,15 +180,15 @@ class Files(VtekctlCase):
                 self.assert_refused(802, "sign", *self.recipe(), *self.signer(), "-o", output, status=USAGE)
 
     def test_refuses_to_replace_a_link_or_a_fifo(self):
-        os.mkfifo(self.folder / "pipe")
-        (self.folder / "link").symlink_to(self.description)
+        os.mkfifo(self.folder / "pipe.fwp")
+        (self.folder / "link.fwp").symlink_to(self.description)
         before = snapshot(self.folder)
-        for output in ("pipe", "link"):
+        for output in ("pipe.fwp", "link.fwp"):
             with self.subTest(output):
                 self.assert_refused(802, "sign", *self.recipe(), *self.signer(), "-o", output, status=USAGE,
                                     saying="File exists")
                 self.assertEqual(snapshot(self.folder), before)
-        self.assertTrue((self.folder / "link").is_symlink())
+        self.assertTrue((self.folder / "link.fwp").is_symlink())
 
     def test_leaves_nothing_on_a_full_disk(self):
         def no_large_files():

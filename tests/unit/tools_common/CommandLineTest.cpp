@@ -10,6 +10,7 @@ namespace tools {
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -130,7 +131,59 @@ TEST_F(CommandLineTest, ShowsWhatAnOptionTakesWithoutItsBounds) {
 TEST_F(CommandLineTest, ListsTheCommandsIfOneIsMissingOrUnknown) {
     EXPECT_EQ(requestFor({}).problem, "no command; tool has trust, init");
     EXPECT_EQ(requestFor({"trust"}).problem, "no command; tool trust has add, remove");
-    EXPECT_EQ(requestFor({"trust", "ad", "file"}).problem, "no such command: ad; tool trust has add, remove");
+    EXPECT_EQ(requestFor({"trust", "list", "x"}).problem,
+              "no such command: list; tool trust has add, remove");
+}
+
+TEST_F(CommandLineTest, SuggestsSimilarCommand) {
+    EXPECT_EQ(requestFor({"int"}).problem, "no such command: int, did you mean init? tool has trust, init");
+    EXPECT_EQ(requestFor({"trust", "remov", "x"}).problem,
+              "no such command: remov, did you mean remove? tool trust has add, remove");
+}
+
+TEST_F(CommandLineTest, SuggestsSimilarOptionOfCommandAndTool) {
+    EXPECT_THAT(requestFor({"trust", "add", "a", "--jsn"}).problem, EndsWith("--jsn, did you mean --json?"));
+    EXPECT_THAT(requestFor({"trust", "add", "a", "--roots", "x"}).problem,
+                EndsWith(", did you mean --root?"));
+    EXPECT_THAT(requestFor({"--jsn", "init"}).problem, Not(HasSubstr("did you mean")));
+}
+
+TEST_F(CommandLineTest, NamesEveryMissingOperandAndOption) {
+    add_ = std::make_shared<TestCommand>([this](Options& options) {
+        options.value("file", file_, "").required();
+        options.value("-k,--key", root_, "").required();
+        options.value("--days", days_, "").required();
+    });
+    tool_.commands.front().command = add_;
+    EXPECT_EQ(requestFor({"trust", "add"}).problem, "file, --key and --days are required");
+    EXPECT_EQ(requestFor({"trust", "add", "a", "--days", "1"}).problem, "--key is required");
+}
+
+TEST_F(CommandLineTest, AnswersHelpAsACommand) {
+    EXPECT_EQ(requestFor({"help"}).answer, requestFor({"--help"}).answer);
+    EXPECT_EQ(requestFor({"help", "trust", "add"}).answer, requestFor({"trust", "add", "--help"}).answer);
+    EXPECT_EQ(requestFor({"trust", "add", "help"}).command, add_.get())
+        << "elsewhere it is a word like others";
+}
+
+TEST_F(CommandLineTest, TakesOptionsOfTheToolBehindTheCommand) {
+    EXPECT_EQ(requestFor({"trust", "add", "a.pem", "--root", "/x"}).command, add_.get());
+    EXPECT_EQ(root_, "/x");
+}
+
+TEST_F(CommandLineTest, LeavesOptionsBehindTheFirstOperandToIt) {
+    std::vector<std::string> words;
+    add_ = std::make_shared<TestCommand>([&](Options& options) {
+        options.values("command", words, "").required();
+        options.operandsLast();
+    });
+    tool_.commands.front().command = add_;
+    EXPECT_EQ(requestFor({"trust", "add", "--root", "/x", "./program", "-i", "--root", "--"}).problem, "");
+    EXPECT_THAT(words, ElementsAre("./program", "-i", "--root", "--"));
+    EXPECT_EQ(root_, "/x");
+    words.clear();
+    EXPECT_EQ(requestFor({"trust", "add", "--", "./program", "-i"}).problem, "");
+    EXPECT_THAT(words, ElementsAre("./program", "-i"));
 }
 
 TEST_F(CommandLineTest, ReportsEveryOtherMistakeInTheParsersWords) {
