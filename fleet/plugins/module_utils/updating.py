@@ -45,9 +45,14 @@ class Update(object):
         if earlier is not None:
             return self._leave(self._judge_success(earlier))
         while True:
+            begin = time.monotonic()
             outcome = self.ask() or self._start()
-            if outcome != "busy" or time.monotonic() + RETRY_PAUSE > self.deadline:
-                return self._leave(self._proven_busy() if outcome == "busy" else outcome)
+            if outcome != "busy":
+                return self._leave(outcome)
+            # An attempt that the time-out would interrupt leaves an update behind and tells less.
+            took = time.monotonic() - begin
+            if time.monotonic() + RETRY_PAUSE + 2 * took > self.deadline:
+                return self._leave(self._proven_busy())
             time.sleep(RETRY_PAUSE)
 
     def predict(self):
@@ -87,7 +92,7 @@ class Update(object):
         record = {"folder": run.folder, "package": self.package.folder, "component": self.package.component,
                   "version": self.package.version, "payload_sha256": self.package.payload_sha256(),
                   "before": self.before, "started": now()}
-        self.started = record["started"]
+        self.started, self.finished = record["started"], None
         self.state.write(record)
         try:
             made = run.start(self.package, "-u", keep=(self.state.lock,))

@@ -1,0 +1,271 @@
+"""Every outcome over a real sshd: 12 chassis with two servers each, in network namespaces on this machine.
+
+    ssh_test.py COLLECTION QRXUPDATE VTEKCTL LIBRARY (that the tests script)
+"""
+
+import fcntl
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+
+import ssh_lab
+from chassis import inventory_report, update_report
+from local_modules import COMPONENT, INSTALLED, NEW, collections_with, description
+
+SUCCESS_WITHOUT_EFFECT = "inventory inventory.xml\npayloadPath /payloads/firmware.fwp\n"
+PLAY = [{"name": "Update", "hosts": "all", "gather_facts": False, "tasks": [{
+    "name": "Update the controller",
+    "qrxupdate.chassis.update": {
+        "package": "{{ package }}", "state": "{{ qrx_state }}", "timeout": "{{ timeout | default(300) }}",
+        "read_back_timeout": "{{ read_back_timeout | default(8) }}", "settle": "{{ settle | default(1) }}"},
+    "environment": "{{ program_environment | default({}) }}"}]}]
+
+
+def play(hosts):
+    """The play for these servers only."""
+    return [{**PLAY[0], "hosts": ",".join(hosts)}]
+
+
+class OverSsh(unittest.TestCase):
+    """One lab for all tests; each test has chassis of its own."""
+
+    collection = qrxupdate = vtekctl = scripted_library = None
+
+    @classmethod
+    def setUpClass(cls):
+        # A short path, because a socket's must fit into 108 bytes; in memory, because 12 chassis sync a lot.
+        place = tempfile.TemporaryDirectory(prefix="f", dir="/dev/shm" if os.path.isdir("/dev/shm") else "/tmp")
+        cls.folder = pathlib.Path(cls.enterClassContext(place))
+        cls.collections = collections_with(cls.collection, cls.folder / "collections")
+        cls.lab = ssh_lab.Lab(cls.folder)
+        cls.make_packages()
+        for number in range(1, 13):
+            cls.make_chassis(cls.folder / f"root-{number}")
+        cls.lab.start()
+
+    @classmethod
+    def administer(cls, root, *arguments):
+        """Runs vtekctl on a chassis's root."""
+        return ssh_lab.run(cls.vtekctl, *arguments, env={**os.environ, "VTEK_ROOT": str(root)})
+
+    @classmethod
+    def make_packages(cls):
+        """Makes the signer and one package; servers get copies of it where theirs must differ."""
+        ssh_lab.run(cls.vtekctl, "keygen", cls.folder / "keys")
+        content = cls.folder / "content"
+        content.mkdir()
+        (content / "boot.img").write_bytes(bytes(range(256)) * 40)
+        cls.package = cls.folder / "package"
+        cls.package.mkdir()
+        (cls.package / "package.xml").write_text(description())
+        shutil.copy(cls.qrxupdate, cls.package / "qrxupdate")
+        ssh_lab.run(cls.vtekctl, "sign", content, "-o", cls.package / "firmware.fwp", "--package",
+                    cls.package / "package.xml", "--chassis", "LAB-CHASSIS", "--certificate",
+                    cls.folder / "keys/signer.pem", "--key", cls.folder / "keys/signer.key")
+
+    @classmethod
+    def make_chassis(cls, root):
+        """Makes the first chassis, and the others as copies of it."""
+        if root.name != "root-1":
+            shutil.copytree(cls.folder / "root-1", root, symlinks=True)
+            return
+        cls.administer(root, "init")
+        cls.administer(root, "inventory", "add", COMPONENT, INSTALLED)
+        cls.administer(root, "trust", "add", cls.folder / "keys/authority.pem")
+
+    def setUp(self):
+        for server in self.lab.servers.values():
+            server.variables = {"package": str(self.package)}
+
+    def server(self, name, **variables):
+        """Gives a server its variables; returns it."""
+        server = self.lab.servers[name]
+        server.variables.update(variables)
+        return server
+
+    def own_package(self, name):
+        """Gives a server a copy of the package; returns its folder."""
+        folder = self.lab.servers[name].folder / "package"
+        shutil.copytree(self.package, folder)
+        self.server(name, package=str(folder))
+        return folder
+
+    def wrap(self, name, update, after_inventory="pass"):
+        """Puts a script before a server's real program: what it does for an update, and after an inventory."""
+        folder = self.own_package(name)
+        os.rename(folder / "qrxupdate", folder / "real")
+        (folder / "qrxupdate").write_text(
+            f"#!{ssh_lab.PYTHON}\nimport os, pathlib, subprocess, sys\noption, report = sys.argv[1], sys.argv[3]\n"
+            f"UPDATE = {update_report(NEW)!r}\n"
+            f"def real():\n    subprocess.run(['./real'] + sys.argv[1:], check=True)\n"
+            f"if option == '-i':\n    real()\n    {after_inventory}\nelse:\n    {update}\n")
+        (folder / "qrxupdate").chmod(0o755)
+
+    def hold(self, number, wait):
+        """Holds a chassis's repository as another update does; closing what it returns lets go."""
+        root = self.folder / f"root-{number}"
+        self.administer(root, "set", "lock-wait", wait)
+        lock = open(root / "lock", "a+", encoding="ascii")  # the caller closes it
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        self.addCleanup(lock.close)
+        return lock
+
+    def wait_for_update(self, name):
+        """Waits until a server's update is at work; returns its process id."""
+        deadline = time.monotonic() + 300
+        while time.monotonic() < deadline:
+            for process, line in self.lab.processes(name).items():
+                if "qrxupdate -u" in line:
+                    return process
+            time.sleep(0.05)
+        self.fail(f"no update on {name}")
+
+    def update(self, *names):
+        """Updates from these servers; returns each one's only result."""
+        started = self.lab.start_playbook(play(names), self.collections)
+        return {host: results[0] for host, results in self.finish(started).items()}
+
+    def finish(self, process):
+        """The results of a playbook; its output is shown if there are none."""
+        results = self.lab.results_of(process)
+        self.assertTrue(results, process.output.read_text())
+        return results
+
+    def assert_outcome(self, result, outcome, message, changed, red):
+        """The result has this outcome, and is red or green."""
+        self.assertEqual((result.get("outcome"), result.get("changed"), result["status"]),
+                         (outcome, changed, "failed" if red else "ok"), result)
+        if message:
+            self.assertRegex(result["message"], message)
+
+    def test_every_outcome(self):
+        damaged = self.own_package("c2a") / "firmware.fwp"
+        data = bytearray(damaged.read_bytes())
+        data[4000] ^= 1
+        damaged.write_bytes(data)
+        self.administer(self.folder / "root-3", "set", "ipmi-flag", "0")
+        self.administer(self.folder / "root-4", "inventory", "remove", COMPONENT)
+        self.hold(5, 0)
+        self.server("c5a", timeout=15)
+        killed = self.hold(6, 300)
+        self.server("c7a", **self.library_without_effect(), read_back_timeout=3)
+        self.make_revert("c8a")
+        self.wrap("c9a", "real(); pathlib.Path(report).write_text(UPDATE.replace('25227', '25228'))")
+        self.wrap("c9b", "pathlib.Path(report).write_text(UPDATE.replace('1.40.200', '1.20')); os.utime(report, (1, 1))")
+        self.wrap("c10a", "real(); os.truncate(report, 150)")
+        (self.own_package("c11a") / "qrxupdate").write_text("#!/bin/sh\n# Scripted: says that there is no device.\nexit 1\n")
+        self.server("c12a", package="/nowhere")
+        killer = threading.Thread(target=self.kill_update, args=("c6a",))
+        killer.start()
+        results = self.update(*(f"c{number}a" for number in range(1, 13)))
+        killer.join()
+        killed.close()
+        expected = {
+            "c1a": ("updated", "^Update is successful$", True, False),
+            "c2a": ("refused", "^Signing the Payload failed$", False, True),
+            "c3a": ("not_permitted", "^The shared components could not be updated", False, True),
+            "c4a": ("incompatible", "^Update not compatable to this system$", False, True),
+            "c5a": ("busy", "^Start copying file failed: the repository is held by ", False, True),
+            "c6a": ("damaged", "^no report$", False, True),
+            "c7a": ("unverified", "the inventory shows 1.30.100", True, True),
+            "c8a": ("unverified", "the inventory shows 1.30.100", True, True),
+            "c9a": ("damaged", "about component 25228", True, True),
+            "c10a": ("damaged", "^half a report", True, True),
+            "c11a": ("no_device", "no report", False, True),
+            "c12a": ("not_started", "no such package", False, True),
+        }
+        for host, values in expected.items():
+            with self.subTest(host):
+                self.assert_outcome(results[host], *values)
+        again = self.update("c1a", "c1b", "c9b")
+        for host in ("c1a", "c1b"):
+            self.assert_outcome(again[host], "already", None, False, False)
+        self.assert_outcome(again["c9b"], "already", None, False, False)
+        self.assert_nothing_left()
+
+    def library_without_effect(self):
+        """A platform library that says success and does nothing."""
+        folder = self.folder / "lying"
+        folder.mkdir()
+        (folder / "inventory.xml").write_text(inventory_report(INSTALLED))
+        (folder / "script").write_text(SUCCESS_WITHOUT_EFFECT)
+        return {"program_environment": {"LD_LIBRARY_PATH": str(self.scripted_library),
+                                        "VTEK_DOUBLE_SCRIPT": str(folder / "script")}}
+
+    def kill_update(self, name):
+        """Kills an update that waits in the middle."""
+        os.kill(self.wait_for_update(name), signal.SIGKILL)
+
+    def make_revert(self, name):
+        """Makes the chassis put the old version in force again, after the first inventory that shows the new one."""
+        change = [[str(self.vtekctl), "inventory", "remove", COMPONENT],
+                  [str(self.vtekctl), "inventory", "add", COMPONENT, INSTALLED]]
+        self.wrap(name, "real()", f"[subprocess.run(each) for each in {change!r} if {NEW!r} in open(report).read()]")
+        self.server(name, read_back_timeout=3)
+
+    def test_leaves_a_running_update_and_waits_for_it_next_time(self):
+        held = self.hold(2, 300)
+        self.server("c2b", timeout=4)
+        self.assert_outcome(self.update("c2b")["c2b"], "running", "still at work", True, True)
+        process = self.wait_for_update("c2b")
+        self.server("c2b", timeout=100)
+        second = self.lab.start_playbook(play(["c2b"]), self.collections)
+        time.sleep(3)
+        held.close()
+        self.assert_outcome(self.finish(second)["c2b"][0], "updated", "^Update is successful$", True, False)
+        self.assertFalse(pathlib.Path(f"/proc/{process}").exists())
+
+    def test_survives_an_sshd_that_stops(self):
+        self.lose_the_connection("c11b", 11, lambda: self.lab.kill_sshd("c11b"), lambda: self.lab.start_sshd("c11b"))
+
+    def test_survives_a_link_that_goes_down(self):
+        self.lose_the_connection("c12b", 12, lambda: self.lab.set_link("c12b", "down"),
+                                 lambda: self.lab.set_link("c12b", "up"))
+
+    def lose_the_connection(self, name, number, lose, restore):
+        """The connection goes while an update is at work: the update lives on, and the next call finds it."""
+        held = self.hold(number, 300)
+        first = self.lab.start_playbook(play([name]), self.collections)
+        process = self.wait_for_update(name)
+        lose()
+        self.assertEqual(self.finish(first)[name][0]["status"], "unreachable")
+        self.assertTrue(pathlib.Path(f"/proc/{process}").exists(), "it is still at work")
+        restore()
+        second = self.lab.start_playbook(play([name]), self.collections)
+        time.sleep(3)
+        held.close()
+        # Already, if the first call's module lived long enough to judge the update itself.
+        result = self.finish(second)[name][0]
+        self.assertEqual((result["status"], result["after"]), ("ok", NEW), result)
+        self.assertIn(result["outcome"], ("updated", "already"))
+        history = self.administer(self.folder / f"root-{number}", "history")
+        self.assertEqual(history.count(NEW), 1, history)
+
+    def assert_nothing_left(self):
+        """No module and no program is left on any server."""
+        deadline = time.monotonic() + 20
+        while True:
+            left = {name: [line for line in self.lab.processes(name).values() if "sshd" not in line]
+                    for name in self.lab.servers}
+            left = {name: lines for name, lines in left.items() if lines}
+            if not left:
+                return
+            self.assertLess(time.monotonic(), deadline, left)
+            time.sleep(0.2)
+
+
+if __name__ == "__main__":
+    ssh_lab.enter()
+    OverSsh.scripted_library = pathlib.Path(sys.argv.pop()).resolve().parent
+    OverSsh.vtekctl = pathlib.Path(sys.argv.pop()).resolve()
+    OverSsh.qrxupdate = pathlib.Path(sys.argv.pop()).resolve()
+    OverSsh.collection = pathlib.Path(sys.argv.pop()).resolve()
+    subprocess.run(["mount", "--make-rprivate", "/"], check=True)
+    unittest.main(verbosity=2)
