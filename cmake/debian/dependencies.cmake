@@ -1,0 +1,10 @@
+# Refuses a Debian package without dependencies, which could be installed where its programs cannot start.
+foreach(package IN LISTS CPACK_PACKAGE_FILES)
+  if(package MATCHES "[.]deb$")
+    execute_process(COMMAND dpkg-deb --field ${package} Depends OUTPUT_VARIABLE depends COMMAND_ERROR_IS_FATAL ANY)
+    if(NOT depends MATCHES "libc6")
+      file(REMOVE ${package})
+      message(FATAL_ERROR "The package would have no dependencies: dpkg-shlibdeps found none")
+    endif()
+  endif()
+endforeach()
