@@ -38,13 +38,13 @@ Error malformed(const std::string& name, const char* reason) {
     return {ErrorNumber::PayloadFormat, name + ": " + reason};
 }
 
-Status readTail(const UniqueFd& file, const std::string& name, void* buffer, std::uint64_t size,
+Status readTail(const UniqueFd& file, const std::string& name, void* buffer, std::size_t size,
                 std::uint64_t offset) {
     const ssize_t n = readFullyAt(file.get(), buffer, size, offset);
     if (n < 0) {
         return systemError(ErrorNumber::PayloadUnreadable, "read " + name);
     }
-    if (static_cast<std::uint64_t>(n) < size) {
+    if (static_cast<std::size_t>(n) < size) {
         return malformed(name, "truncated while it was read");
     }
     return {};
@@ -87,8 +87,8 @@ Result<SignedFile> openPayload(int folder, const std::string& name) {
         return malformed(name, "the length of the signature is impossible");
     }
     const std::uint64_t archiveLength = size - kTrailerLength - length;
-    std::vector<unsigned char> signature(length);
-    VTEK_TRY(readTail(file, name, signature.data(), length, archiveLength));
+    std::vector<unsigned char> signature(static_cast<std::size_t>(length));  // within the bound
+    VTEK_TRY(readTail(file, name, signature.data(), signature.size(), archiveLength));
     return SignedFile{std::move(opened.fd), name, archiveLength, std::move(signature),
                       std::move(trailer),   size};
 }
