@@ -9,8 +9,8 @@
 namespace qrxinspect {
 namespace {
 
-constexpr int kParseOptions =
-    XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
+// Without XML_PARSE_NOERROR, which in newer libxml2 (2.15) silences our own handler, too.
+constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_BIG_LINES;
 
 struct ParserContextDeleter {
     void operator()(xmlParserCtxt* context) const { xmlFreeParserCtxt(context); }
