@@ -80,9 +80,10 @@ TEST(Qrxinspect, RefusesAWrongCommandLine) {
 
 TEST(Qrxinspect, ListsTheCommandsIfOneIsMissingOrUnknown) {
     const std::string commands =
-        "; qrxinspect has package, result, report, plugin, host (see qrxinspect --help)\n";
-    EXPECT_EQ(inspectWith({}).error, "qrxinspect: no command" + commands);
-    EXPECT_EQ(inspectWith({"reprot", "a.xml"}).error, "qrxinspect: no such command: reprot" + commands);
+        "qrxinspect has package, result, report, plugin, host (see qrxinspect --help)\n";
+    EXPECT_EQ(inspectWith({}).error, "qrxinspect: no command; " + commands);
+    EXPECT_EQ(inspectWith({"reprot", "a.xml"}).error,
+              "qrxinspect: no such command: reprot, did you mean report? " + commands);
 }
 
 TEST(Qrxinspect, AcceptsAFileNamedLikeACommandOrAnOption) {
