@@ -103,14 +103,15 @@ class Workshop:
 
     def _manifest(self, package):
         """The manifest of a payload for this package description."""
-        empty, unsigned = package / "empty", package / "unsigned.fwp"
-        empty.mkdir()
-        self._run(self.programs.vtekctl, "sign", empty, "-o", unsigned, "--unsigned", "--format", "tar", "--package",
+        content, unsigned = package / "content", package / "unsigned.fwp"
+        content.mkdir()
+        (content / "part.bin").write_bytes(b"part")
+        self._run(self.programs.vtekctl, "sign", content, "-o", unsigned, "--unsigned", "--format", "tar", "--package",
                   package / "package.xml", "--component", COMPONENT, "--package-version", "2.0", "--chassis",
                   "LAB-CHASSIS")
         with tarfile.open(unsigned) as archive:
             manifest = archive.extractfile("manifest.xml").read()
-        empty.rmdir()
+        shutil.rmtree(content)
         unsigned.unlink()
         return manifest
 
