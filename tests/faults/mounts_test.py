@@ -10,7 +10,7 @@ import socket
 import subprocess
 
 from attack import AttackTest, main
-from chassis import inventory_report
+from chassis import inventory_report, update_report
 from lab import COMPONENT
 from local_chassis import NEW, OLD
 
@@ -72,6 +72,12 @@ class Mounts(AttackTest):
 
     def test_refuses_an_update_on_a_full_disk(self):
         self.assert_refused(self.update_with_free_space(1_500_000), "Start copying file failed", "error 403")
+
+    def test_counts_the_copy_that_the_check_has_made(self):
+        # Room for the copy, the unpacked file and the reserve, but not for a second copy.
+        self.sign_package(random.Random(2).randbytes(4_000_000))
+        ended = self.update_with_free_space(9_600_000, cwd=self.large)
+        self.assertEqual(ended.stdout, update_report(NEW))
 
     def test_reports_the_cause_on_standard_error_on_a_disk_that_takes_no_byte(self):
         ended = self.update_with_free_space(1_500_000, then="full")

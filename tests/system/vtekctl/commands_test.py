@@ -8,7 +8,7 @@ import os
 import re
 import stat
 
-from vtekctl_case import CHASSIS, COMPONENT, INSTALLED, NEW, USAGE, VtekctlCase, main, snapshot
+from vtekctl_case import CHASSIS, COMPONENT, INSTALLED, NEW, USAGE, PackageCase, VtekctlCase, main, snapshot
 
 INVENTORY = f"""<?xml version="1.0" encoding="UTF-8"?>
 <SVMInventory lang="en">
@@ -345,14 +345,8 @@ lab.pem certificate TIME CN=Lab Authority
         self.assert_refused(802, "keygen", self.description, status=USAGE)
 
 
-class Firmware(VtekctlCase):
+class Firmware(PackageCase):
     """history, verify, rollback, recover and run, on a chassis that was updated."""
-
-    def setUp(self):
-        super().setUp()
-        self.make_chassis()
-        self.package = self.folder / "package"
-        self.pack(self.package)
 
     def update(self):
         self.assertIn("Update is successful", self.done("run", "--", "./qrxupdate", "-u", cwd=self.package))

@@ -10,20 +10,14 @@ import re
 import shutil
 import tarfile
 
-from vtekctl_case import COMPONENT, DESCRIPTION, INSTALLED, NEW, REFUSED, VtekctlCase, main, snapshot
+from vtekctl_case import COMPONENT, DESCRIPTION, INSTALLED, NEW, REFUSED, PackageCase, main, snapshot
 
 STEPS = ["chassis", "permission", "repository", "package", "inventory", "payload", "signature", "policy", "unpack",
          "space"]
 
 
-class Plan(VtekctlCase):
+class Plan(PackageCase):
     """Each test has a package that would be installed, and makes one thing wrong with it or with the chassis."""
-
-    def setUp(self):
-        super().setUp()
-        self.make_chassis()
-        self.package = self.folder / "package"
-        self.pack(self.package)
 
     def plan(self, *options):
         """Plans; nothing on the chassis or in the package may be another afterwards."""

@@ -12,7 +12,7 @@ import re
 import tarfile
 import zipfile
 
-from vtekctl_case import CHASSIS, COMPONENT, DESCRIPTION, NEW, VtekctlCase, main
+from vtekctl_case import CHASSIS, COMPONENT, DESCRIPTION, NEW, PackageCase, main
 
 PACKAGES = 80
 UPDATED = "Update is successful"
@@ -24,14 +24,11 @@ PAYLOADS = ["fw.fwp", "fw.fwp", "fw.fwp", ".fwp", "a b.fwp", "f\u00e4.fwp", "f\n
             "x" * 251 + ".fwp"]
 
 
-class Prediction(VtekctlCase):
+class Prediction(PackageCase):
     """Generates packages, plans the update of each, and does it."""
 
     def setUp(self):
         super().setUp()
-        self.make_chassis()
-        self.package = self.folder / "package"
-        self.pack(self.package)
         (self.package / "firmware.fwp").unlink()
 
     def manifest(self, chance):

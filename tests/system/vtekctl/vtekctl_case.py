@@ -115,6 +115,16 @@ class VtekctlCase(unittest.TestCase):
         return signature
 
 
+class PackageCase(VtekctlCase):
+    """Each test has a chassis, and a package that would be installed."""
+
+    def setUp(self):
+        super().setUp()
+        self.make_chassis()
+        self.package = self.folder / "package"
+        self.pack(self.package)
+
+
 def main():
     """Runs the tests of the script with the programs of the command line; 77 when one of them could not run."""
     VtekctlCase.program = str(pathlib.Path(sys.argv.pop(1)).resolve())

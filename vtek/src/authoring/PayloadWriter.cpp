@@ -48,23 +48,20 @@ Status checkName(std::string name) {
     return {};
 }
 
-/** The bytes of a file, or of all files below a folder, for the progress only. */
-std::uint64_t sizeOf(const std::filesystem::path& content) {
+using Paths = std::vector<std::filesystem::path>;
+
+/** The bytes of all regular files, for the progress only. */
+std::uint64_t sizeOf(const Paths& paths) {
     std::error_code ignored;
-    if (!std::filesystem::is_directory(content, ignored)) {
-        return std::filesystem::file_size(content, ignored);
-    }
     std::uint64_t size = 0;
-    const auto paths = listTree(content);
-    for (const auto& path : paths ? *paths : std::vector<std::filesystem::path>()) {
+    for (const auto& path : paths) {
         size +=
             std::filesystem::is_regular_file(path, ignored) ? std::filesystem::file_size(path, ignored) : 0;
     }
     return size;
 }
 
-Status addFolderContent(ArchiveWriter& writer, const std::filesystem::path& folder) {
-    VTEK_ASSIGN(const auto paths, listTree(folder));
+Status addFolderContent(ArchiveWriter& writer, const std::filesystem::path& folder, const Paths& paths) {
     if (std::none_of(paths.begin(), paths.end(), [](const auto& path) { return is_regular_file(path); })) {
         return Error{ErrorNumber::InvalidArgument, folder.string() + " has no files",
                      "name the folder that contains the firmware"};
@@ -123,11 +120,12 @@ bool addSigner(CMS_ContentInfo* cms, const Identity& signer, unsigned int flags,
 
 Status writeArchive(int fd, ArchiveFormat format, const Manifest& manifest,
                     const std::filesystem::path& content) {
-    Progress progress("pack", sizeOf(content));
+    const bool isFolder = std::filesystem::is_directory(content);
+    VTEK_ASSIGN(const Paths paths, isFolder ? listTree(content) : Paths{content});
+    Progress progress("pack", sizeOf(paths));
     ArchiveWriter writer(fd, format, {}, [&](std::uint64_t bytes) { progress.add(bytes); });
     VTEK_TRY(writer.addText(kManifestName, formatManifest(manifest)));
-    VTEK_TRY(std::filesystem::is_directory(content) ? addFolderContent(writer, content)
-                                                    : addArchiveContent(writer, content));
+    VTEK_TRY(isFolder ? addFolderContent(writer, content, paths) : addArchiveContent(writer, content));
     return writer.finish();
 }
 

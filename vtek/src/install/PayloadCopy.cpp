@@ -1,6 +1,8 @@
 #include "install/PayloadCopy.h"
 
+#include "base/Progress.h"
 #include "install/Repository.h"
+#include "trust/Digest.h"
 
 #include <fcntl.h>
 
@@ -25,6 +27,34 @@ void PayloadCopy::append(std::string_view piece) {
 UniqueFd PayloadCopy::nameIt(ConfinedFolder& folder, const std::string& path) {
     UniqueFd file = std::exchange(file_, UniqueFd());
     return file && folder.linkFile(file.get(), path) ? std::move(file) : UniqueFd();
+}
+
+Status copyVerified(const CheckedPayload& checked, int copy) {
+    const SignedFile& payload = checked.payload;
+    Progress progress("copy", payload.size);
+    Digest digest;
+    FileWriter writer(copy);
+    bool isWritten = true;
+    const auto copyPiece = [&](std::string_view piece) {
+        digest.update(piece.data(), piece.size());
+        progress.add(piece.size());
+        isWritten = isWritten && writer.write(piece);
+        return isWritten;
+    };
+    if (takePieces(payload.file.get(), payload.signedLength, copyPiece) < 0) {
+        return systemError(ErrorNumber::CopyFailed, "read " + payload.name);
+    }
+    for (const std::string_view part : payload.tail()) {
+        copyPiece(part);
+    }
+    if (!isWritten) {
+        return systemError(ErrorNumber::CopyFailed, "write the copy");
+    }
+    if (digest.hex() != checked.signature.digest) {
+        return Error{ErrorNumber::SignatureMismatch,
+                     payload.name + " has changed since its signature was verified"};
+    }
+    return {};
 }
 
 }  // namespace vtek

@@ -3,6 +3,7 @@
 #include "base/File.h"
 #include "base/FileWriter.h"
 #include "base/Root.h"
+#include "install/PayloadCheck.h"
 #include "payload/ConfinedFolder.h"
 
 #include <cstdint>
@@ -44,5 +45,11 @@ private:
     UniqueFd file_;
     FileWriter writer_{-1};
 };
+
+/**
+ * Copies a checked payload into a new file. Fails with SignatureMismatch if its bytes are no longer those
+ * that were checked; signature and trailer are written as they were read then.
+ */
+Status copyVerified(const CheckedPayload& checked, int copy);
 
 }  // namespace vtek

@@ -1,13 +1,11 @@
 #include "install/Update.h"
 
 #include "base/File.h"
-#include "base/FileWriter.h"
 #include "base/Progress.h"
 #include "base/Text.h"
 #include "payload/ConfinedFolder.h"
 #include "payload/EntryNames.h"
 #include "payload/Payload.h"
-#include "trust/Digest.h"
 
 #include <cerrno>
 #include <utility>
@@ -92,35 +90,7 @@ Status Update::copyNow(ConfinedFolder& staging, const std::string& destination) 
     if (!copy_) {
         return systemError(ErrorNumber::CopyFailed, "create " + destination);
     }
-    return copyVerified(copy_.get());
-}
-
-Status Update::copyVerified(int copy) const {
-    const SignedFile& payload = checked_->payload;
-    Progress progress("copy", payload.size);
-    Digest digest;
-    FileWriter writer(copy);
-    bool isWritten = true;
-    const auto copyPiece = [&](std::string_view piece) {
-        digest.update(piece.data(), piece.size());
-        progress.add(piece.size());
-        isWritten = isWritten && writer.write(piece);
-        return isWritten;
-    };
-    if (takePieces(payload.file.get(), payload.signedLength, copyPiece) < 0) {
-        return systemError(ErrorNumber::CopyFailed, "read " + payload.name);
-    }
-    for (const std::string_view part : payload.tail()) {
-        copyPiece(part);
-    }
-    if (!isWritten) {
-        return systemError(ErrorNumber::CopyFailed, "write the copy");
-    }
-    if (digest.hex() != checked_->signature.digest) {
-        return Error{ErrorNumber::SignatureMismatch,
-                     payload.name + " has changed since its signature was verified"};
-    }
-    return {};
+    return copyVerified(*checked_, copy_.get());
 }
 
 Status Update::unpack() {

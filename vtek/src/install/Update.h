@@ -73,7 +73,6 @@ private:
 
     Status require(Step step) const;
     Status copyNow(ConfinedFolder& staging, const std::string& destination);
-    Status copyVerified(int copy) const;
 
     const Root& root_;
     int folder_;

@@ -65,6 +65,28 @@ TEST(Errors, KeepTheTextOfErrno) {
     EXPECT_EQ(error.message, "write: No space left on device");
 }
 
+TEST(Errors, AdviseWhatFitsErrnoWhereAnArgumentIsWrong) {
+    const std::map<int, std::string> remedies{
+        {ENOENT, "check the name"},
+        {EACCES, "run the command as a user with the right to do this, or name another place"},
+        {EPERM, "run the command as a user with the right to do this, or name another place"},
+        {EEXIST, "choose another name, or move away what is there"},
+        {ENOTEMPTY, "choose another name, or move away what is there"},
+        {EROFS, "name a place on a writable file system"},
+        {ENOSPC, "free space, or name a place with more of it"},
+        {EDQUOT, "free space, or name a place with more of it"},
+        {EIO, "correct what the message names"},
+    };
+    for (const auto& [number, remedy] : remedies) {
+        errno = number;
+        EXPECT_EQ(remedyOf(vtek::systemError(vtek::ErrorNumber::InvalidArgument, "make")), remedy) << number;
+    }
+    errno = ENOENT;
+    EXPECT_EQ(remedyOf(vtek::systemError(vtek::ErrorNumber::CopyFailed, "write")),
+              "check space, quota and disk; start again")
+        << "the row's own";
+}
+
 TEST(Errors, MapFullDiskAndQuotaToNoSpace) {
     for (const int full : {ENOSPC, EDQUOT}) {
         errno = full;
