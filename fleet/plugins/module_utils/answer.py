@@ -65,17 +65,22 @@ def answer_of(run, made, package, operation):
     silent = _without_report(evidence, run.said())
     if silent:
         return silent
-    for check in OF_THE_FILE:
-        if check(evidence):
-            return Answer("damaged", check(evidence), evidence.raw)
+    fault = _first_fault(OF_THE_FILE, evidence)
+    if fault:
+        return Answer("damaged", fault, evidence.raw)
     failure = _told_failure(evidence)
     if failure:
         return Answer(_outcome_of_failure(failure), failure, evidence.raw)
-    for check in OF_THE_REPORT:
-        if check(evidence):
-            return Answer("damaged", check(evidence), evidence.raw)
+    fault = _first_fault(OF_THE_REPORT, evidence)
+    if fault:
+        return Answer("damaged", fault, evidence.raw)
     device = evidence.device()
     return Answer("found" if operation == "inventory" else "success", device.message, evidence.raw, device.version)
+
+
+def _first_fault(checks, evidence):
+    """What the first check that finds something says; None if none does."""
+    return next((fault for fault in (check(evidence) for check in checks) if fault), None)
 
 
 def _without_report(evidence, said):

@@ -63,9 +63,7 @@ class Ledger(object):
         self.db.row_factory = sqlite3.Row
         self.db.execute("PRAGMA synchronous = FULL")
         if not self.db.execute("SELECT 1 FROM sqlite_master WHERE name = 'entry_keeps_values'").fetchone():
-            with self.transaction():
-                for statement in SCHEMA.replace("; END", "\0 END").split(";\n"):
-                    self.db.execute(statement.replace("\0", ";"))
+            self.db.executescript("BEGIN IMMEDIATE;" + SCHEMA + "COMMIT;")
 
     def close(self):
         self.db.close()

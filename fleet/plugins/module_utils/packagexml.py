@@ -9,7 +9,6 @@ __metaclass__ = type
 from xml.parsers import expat
 
 
-
 class NoVersion(Exception):
     """Why a package.xml names no component and version."""
 
