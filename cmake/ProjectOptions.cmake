@@ -3,7 +3,7 @@
 add_library(project_options INTERFACE)
 target_compile_features(project_options INTERFACE cxx_std_20)
 target_compile_options(project_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${QRX_DEVELOPER}>:-Werror>
   -fstack-protector-strong
   # OpenSSL's macros embed the path of the source. Nothing that ships may contain the path of the build.
   "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
@@ -25,4 +25,8 @@ endif()
 # _FORTIFY_SOURCE needs optimisation, and hides errors from the sanitizers.
 target_compile_definitions(project_options INTERFACE
   $<$<CONFIG:Release,RelWithDebInfo>:_FORTIFY_SOURCE=2>)
+# Not where it changes nothing: it renames functions, and the new names need a newer glibc.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_definitions(project_options INTERFACE _FILE_OFFSET_BITS=64)
+endif()
 target_link_options(project_options INTERFACE -Wl,-z,relro,-z,now)

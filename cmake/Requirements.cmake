@@ -1,0 +1,41 @@
+# Looks for what the build and the tests need; what is missing is named together with the command that installs it.
+
+# qrx_find_package(<package> [<version>]): finds a package of the build, or stops.
+macro(qrx_find_package package)
+  find_package(${package} ${ARGN} QUIET)
+  if(NOT ${package}_FOUND)
+    string(JOIN " " wanted ${package} ${ARGN})
+    message(FATAL_ERROR "${wanted} is missing. On Debian, 'scripts/install-packages build' installs everything that a build "
+      "needs; scripts/packages-build.txt lists it.")
+  endif()
+endmacro()
+
+# qrx_can_build_tests(<result>): whether the tools that the tests need to be built are there. A developer's build stops if
+# one is missing; any other leaves the tests out.
+function(qrx_can_build_tests result)
+  find_package(GTest QUIET)
+  find_program(XMLLINT xmllint)
+  find_program(STRACE strace)
+  find_program(UNSHARE unshare)
+  set(missing)
+  if(NOT TARGET GTest::gmock)
+    list(APPEND missing GoogleTest)
+  endif()
+  foreach(tool XMLLINT STRACE UNSHARE)
+    if(NOT ${tool})
+      string(TOLOWER ${tool} name)
+      list(APPEND missing ${name})
+    endif()
+  endforeach()
+  if(missing)
+    string(JOIN ", " names ${missing})
+    set(cure "On Debian, 'scripts/install-packages build check' installs what they need; scripts/packages-check.txt lists it.")
+    if(QRX_DEVELOPER)
+      message(FATAL_ERROR "The tests need ${names}. ${cure}")
+    endif()
+    message(WARNING "The tests are left out: they need ${names}. ${cure}")
+    set(${result} OFF PARENT_SCOPE)
+    return()
+  endif()
+  set(${result} ON PARENT_SCOPE)
+endfunction()
