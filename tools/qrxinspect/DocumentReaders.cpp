@@ -13,13 +13,17 @@
 namespace qrxinspect {
 namespace {
 
-/** Takes outcome and message from a status element; its first child holds the message. */
+/** The text of the status's first element, such as Message, or else its own. */
+std::string messageOf(const xmlNode& status) {
+    const std::vector<const xmlNode*> elements = childElements(status);
+    return contentOf(elements.empty() ? status : *elements.front());
+}
+
+/** Takes outcome and message from a status element. */
 void readStatus(const xmlNode& status, CDeviceInfo& device) {
     const std::string result = attributeOf(status, "result");
     device.setStatus(xmlStrcasecmp(asXmlChars(result.c_str()), asXmlChars("true")) == 0 ? 0 : 1);
-    if (status.children != nullptr) {
-        device.setErrorMsg(contentOf(*status.children));
-    }
+    device.setErrorMsg(messageOf(status));
 }
 
 void readIdentity(const xmlNode& element, CDeviceInfo& device) {
@@ -68,15 +72,15 @@ CDeviceInfo readDevice(const xmlNode& element) {
 std::optional<std::string> failureIn(const xmlDoc& document) {
     for (const xmlNode* status : elementsNamed(*xmlDocGetRootElement(&document), "SPStatus")) {
         if (xmlStrcasecmp(asXmlChars(attributeOf(*status, "result").c_str()), asXmlChars("false")) == 0) {
-            return status->children == nullptr ? "" : contentOf(*status->children);
+            return messageOf(*status);
         }
     }
     return std::nullopt;
 }
 
 /**
- * The base utilities' own reader decides; it does not see a failed status below a device. A failure in the
- * document is one of all its devices.
+ * The base utilities' own reader finds the devices; it does not see a failed status below one. A failure in
+ * the document is one of all its devices.
  */
 void readInventory(XmlDocPtr document, Report& report) {
     const std::optional<std::string> failure = failureIn(*document);
@@ -84,14 +88,13 @@ void readInventory(XmlDocPtr document, Report& report) {
     for (CDeviceInfo* record : inventory.GetDeviceInfo()) {
         report.devices.push_back(*std::unique_ptr<CDeviceInfo>(record));
     }
-    std::string message;
-    if (!inventory.GetInventoryStatus(message)) {
-        return;
+    if (failure && report.devices.empty()) {
+        report.devices.emplace_back();
     }
     for (CDeviceInfo& device : report.devices) {
         // The reader leaves the status of a successful record as a new one has it, a failure.
         device.setStatus(failure ? 1 : 0);
-        device.setErrorMsg(failure.value_or(device.getErrorMsg()));
+        device.setErrorMsg(failure.value_or(""));
     }
 }
 
@@ -105,7 +108,9 @@ void readUpdate(XmlDocPtr document, Report& report) {
             for (const xmlNode* status : elementsNamed(*element, "SPStatus")) {
                 CDeviceInfo outcome;
                 readStatus(*status, outcome);
-                report.devices.push_back(outcome);
+                if (!isSuccess(outcome)) {  // a success that belongs to no device says nothing
+                    report.devices.push_back(outcome);
+                }
             }
         }
     }

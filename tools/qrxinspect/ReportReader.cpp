@@ -1,6 +1,7 @@
 #include "ReportReader.h"
 
 #include "DocumentReaders.h"
+#include "ReportXml.h"
 #include "XmlDocument.h"
 #include "common/InputFile.h"
 
@@ -50,7 +51,7 @@ Report::Outcome outcomeOf(const std::vector<CDeviceInfo>& devices) {
 }
 
 Report readDocument(std::string_view text) {
-    vtek::Result<XmlDocPtr> document = parseDocument(text);
+    vtek::Result<XmlDocPtr> document = parseReport(text);
     if (!document) {
         return damagedOrUnreadable(text, document.error().message);
     }

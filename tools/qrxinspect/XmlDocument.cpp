@@ -10,7 +10,7 @@ namespace qrxinspect {
 namespace {
 
 // Without XML_PARSE_NOERROR, which in newer libxml2 (2.15) silences our own handler, too.
-constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_BIG_LINES;
+constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_BIG_LINES;
 
 struct ParserContextDeleter {
     void operator()(xmlParserCtxt* context) const { xmlFreeParserCtxt(context); }
@@ -35,12 +35,13 @@ public:
         }
     }
 
-    vtek::Result<XmlDocPtr> parse(std::string_view text) {
+    vtek::Result<XmlDocPtr> parse(std::string_view text, Blanks blanks) {
         if (!context_) {
             return tools::inputError("no memory for a parser");
         }
+        const int options = blanks == Blanks::Dropped ? kParseOptions | XML_PARSE_NOBLANKS : kParseOptions;
         XmlDocPtr document(xmlCtxtReadMemory(context_.get(), text.data(), static_cast<int>(text.size()),
-                                             nullptr, nullptr, kParseOptions));
+                                             nullptr, nullptr, options));
         if (document) {
             return document;
         }
@@ -60,11 +61,11 @@ private:
 
 }  // namespace
 
-vtek::Result<XmlDocPtr> parseDocument(std::string_view text) {
+vtek::Result<XmlDocPtr> parseDocument(std::string_view text, Blanks blanks) {
     if (text.empty()) {
         return tools::inputError("is empty");
     }
-    vtek::Result<XmlDocPtr> document = QuietParser().parse(text);
+    vtek::Result<XmlDocPtr> document = QuietParser().parse(text, blanks);
     if (document && (*document)->intSubset != nullptr) {
         return tools::inputError("has a document type declaration");
     }

@@ -9,13 +9,16 @@
 
 namespace qrxinspect {
 
+/** What becomes of blank text between elements. */
+enum class Blanks { Dropped, Kept };
+
 /**
  * Parses a document in memory. Loads nothing from the network or from files, and prints nothing.
  *
- * Drops blank text between elements and keeps line numbers. Refuses a document type declaration: no file of
- * this tool has one, and entities can make a small file huge. The error names the line.
+ * Keeps line numbers. Refuses a document type declaration: no file of this tool has one, and entities can
+ * make a small file huge. The error names the line.
  */
-vtek::Result<XmlDocPtr> parseDocument(std::string_view text);
+vtek::Result<XmlDocPtr> parseDocument(std::string_view text, Blanks blanks = Blanks::Dropped);
 
 /** Like parseDocument; the root element must be rootName. */
 vtek::Result<XmlDocPtr> parseDocumentOf(std::string_view text, const char* rootName);

@@ -11,6 +11,7 @@ from xml.parsers import expat
 
 SIZE_LIMIT = 1024 * 1024  # bytes of one document; the program writes less than 2 KiB
 DEPTH_LIMIT = 64  # elements inside each other; the program nests five
+DECLARATION_LIMIT = 128  # bytes
 OPERATIONS = (("SVMInventory", "inventory"), ("SVMExecution", "update"))
 DECLARATION = re.compile(br'''<\?xml[ \t\r\n]+version[ \t\r\n]*=[ \t\r\n]*("1\.0"|'1\.0')'''
                          br'''([ \t\r\n]+encoding[ \t\r\n]*=[ \t\r\n]*("[Uu][Tt][Ff]-8"|'[Uu][Tt][Ff]-8'))?'''
@@ -119,7 +120,7 @@ def _refuse_before_parsing(data):
         raise NotAReport("is not UTF-8")
     body = data
     if data.startswith(b"<?xml"):
-        declaration = DECLARATION.match(data)
+        declaration = DECLARATION.match(data[:DECLARATION_LIMIT])
         if declaration is None:
             raise NotAReport("has an XML declaration other than version 1.0 and UTF-8")
         body = data[declaration.end():]

@@ -1,5 +1,7 @@
 #include "base/Printable.h"
 
+#include "base/Utf8.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -7,39 +9,6 @@
 
 namespace vtek {
 namespace {
-
-/** One character of a UTF-8 text; length 0 where the bytes are none. */
-struct Character {
-    std::uint32_t code = 0;
-    std::size_t length = 0;
-};
-
-std::uint32_t byteAt(std::string_view text, std::size_t index) {
-    return static_cast<unsigned char>(text[index]);
-}
-
-/** The first character of a text that is not empty; refuses overlong forms, surrogates and what lies beyond.
- */
-Character firstCharacter(std::string_view text) {
-    const std::uint32_t lead = byteAt(text, 0);
-    if (lead < 0x80) {
-        return {lead, 1};
-    }
-    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
-        return {};
-    }
-    std::uint32_t code = lead & (0x7Fu >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byteAt(text, i) & 0xC0u) != 0x80) {
-            return {};
-        }
-        code = code << 6 | (byteAt(text, i) & 0x3Fu);
-    }
-    constexpr std::array<std::uint32_t, 5> kSmallest{0, 0, 0x80, 0x800, 0x10000};
-    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    return code < kSmallest[length] || surrogate || code > 0x10FFFF ? Character{} : Character{code, length};
-}
 
 /** Whether a byte of valid UTF-8 begins a character. */
 bool startsCharacter(char c) {
@@ -82,9 +51,9 @@ std::string toPrintable(std::string_view text) {
     std::string printable;
     printable.reserve(text.size());
     while (!text.empty()) {
-        const Character character = firstCharacter(text);
+        const Utf8Character character = firstCharacter(text);
         if (character.length == 0) {
-            printable += hexadecimal("\\x%02x", byteAt(text, 0));
+            printable += hexadecimal("\\x%02x", static_cast<unsigned char>(text.front()));
             text.remove_prefix(1);
             continue;
         }
