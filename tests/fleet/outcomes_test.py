@@ -96,6 +96,24 @@ class Outcomes(ModuleCase):
         answer = self.run_module(package=str(self.folder / "nothing"))
         self.assert_answer(answer, "not_started", False, True, "no such package")
 
+    def test_refuses_a_description_that_is_no_file_or_too_large(self):
+        description = self.package / "package.xml"
+        description.unlink()
+        os.mkfifo(description)
+        self.assert_answer(self.run_module(), "not_started", False, True, "package.xml: not a regular file")
+        description.unlink()
+        with description.open("wb") as file:
+            file.truncate(16 * 1024 * 1024 + 1)
+        self.assert_answer(self.run_module(), "not_started", False, True, "package.xml: larger than 16777216 bytes")
+
+    def test_does_not_wait_for_a_payload_that_is_no_file(self):
+        payload, = self.package.glob("*.fwp")
+        payload.unlink()
+        os.mkfifo(payload)
+        answer = self.run_module()
+        self.assert_answer(answer, "refused", False, True)
+        self.assertIsNone(answer["payload_sha256"])
+
     def test_fails_with_the_loaders_text(self):
         (self.package / "qrxupdate").unlink()
         program = self.package / "qrxupdate"
