@@ -1,0 +1,98 @@
+"""Runs the playbook over doubles of the modules. usage: playbook_test.py COLLECTION [TEST...]"""
+import fcntl
+import pathlib
+import sys
+import tempfile
+import unittest
+
+from lab import Lab
+
+COLLECTION = sys.argv.pop(1)
+
+
+class PlaybookTest(unittest.TestCase):
+    def lab(self, chassis):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        return Lab(pathlib.Path(folder.name) / "lab", COLLECTION, chassis)
+
+    def assert_states(self, lab, **states):
+        self.assertEqual(states, {row["chassis"]: row["state"] for row in lab.summary()["chassis"]})
+
+    def test_says_in_check_mode_what_the_run_then_does(self):
+        lab = self.lab(4)
+        said = lab.run("--check", "-v")
+        self.assertEqual(0, said.returncode, said.stdout)
+        self.assertFalse(lab.ledger.exists(), "check mode wrote a ledger")
+        self.assertEqual([], lab.names("begun"))
+        done = lab.run()
+        self.assertEqual(0, done.returncode, done.stdout)
+        self.assert_states(lab, c00="green", c01="green", c02="green", c03="green")
+        order = ['"wave %d: %s by %s, from 1.0 to 2.0"' % (row["wave"], row["chassis"], row["server"])
+                 for row in lab.rows() if row["event"] == "planned"]
+        places = [said.stdout.index(line) for line in order]
+        self.assertEqual(4, len(places))
+        self.assertEqual(sorted(places), places)
+        again = lab.run()
+        self.assertEqual(0, again.returncode, again.stdout)
+        self.assertEqual([1] * 4, [len(lab.begun(chassis)) for chassis in lab.chassis])
+        (lab.folder / "package").write_text("other bytes\n")
+        refused = lab.run()
+        self.assertNotEqual(0, refused.returncode)
+        self.assertIn("is for the package with SHA-256", refused.stdout)
+
+    def test_tells_every_fault_and_resumes_what_is_left(self):
+        lab = self.lab(6)
+        planned = self.lab(6).run("--check", "-v").stdout
+        leader = {name: planned.split(": %s by " % name)[1].split(",")[0] for name in lab.chassis}
+        lab.mark("lying", "c01")
+        lab.mark("dying", leader["c02"])
+        lab.mark("dead", "c03-a", "c03-b")
+        lab.mark("bad", "c04")
+        faulty = lab.run(qrx_stop_share=1)
+        self.assertEqual(2, faulty.returncode, faulty.stdout)
+        self.assert_states(lab, c00="green", c01="failed", c02="failed", c03="not tried", c04="failed", c05="green")
+        causes = {row["chassis"]: row["cause"] for row in lab.summary()["chassis"]}
+        self.assertRegex(causes["c01"], "the witness c01-[ab] shows 1.0")
+        self.assertIn("was lost after the update started", causes["c02"])
+        self.assertIn("no server of the chassis can be reached", causes["c03"])
+        self.assertIn("Update is not successful", causes["c04"])
+        self.assertEqual([leader["c02"]], lab.begun("c02"))
+        # The lost server comes back, and so does the dead chassis.
+        lab.unmark("dead", leader["c02"], "c03-a", "c03-b")
+        lab.unmark("bad", "c04")
+        lab.unmark("lying", "c01")
+        lab.unmark("deceived", *lab.names("deceived"))
+        resumed = lab.run(qrx_stop_share=1)
+        self.assertEqual(0, resumed.returncode, resumed.stdout)
+        self.assertEqual([1, 2, 1, 1, 2, 1], [len(lab.begun(chassis)) for chassis in lab.chassis])
+
+    def test_stops_at_the_share_and_on_request(self):
+        lab = self.lab(8)
+        lab.mark("bad", *lab.chassis)
+        stopped = lab.run(qrx_stop_after=2, qrx_in_flight=1, forks=1)
+        self.assertEqual(2, stopped.returncode, stopped.stdout)
+        self.assertEqual(2, len(lab.names("begun")))
+        self.assertEqual(["the stop share was passed: 2 of 2 failed"],
+                         [row["cause"] for row in lab.rows() if row["event"] == "stopped"])
+        pathlib.Path(str(lab.ledger) + ".stop").touch()
+        refused = lab.run()
+        self.assertIn("a stop is requested", refused.stdout)
+        self.assertEqual(2, len(lab.names("begun")))
+
+    def test_refuses_a_nameless_chassis_and_a_ledger_in_use(self):
+        lab = self.lab(1)
+        with open(str(lab.ledger) + ".lock", "a") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            refused = lab.run()
+        self.assertNotEqual(0, refused.returncode)
+        self.assertIn("uses the ledger", refused.stdout)
+        with open(str(lab.folder / "hosts"), "a") as hosts:
+            hosts.write("[more]\nstranger\n")
+        refused = lab.run()
+        self.assertEqual(2, refused.returncode, refused.stdout)
+        self.assertIn("qrx_chassis is missing for 1 hosts: stranger", refused.stdout)
+        self.assertEqual([], lab.names("begun"))
+
+
+unittest.main()
