@@ -95,7 +95,7 @@ class LocalChassis:
         """Reads everything that shows which firmware is in force."""
         inventory = self.run(self.programs.qrxupdate, "-i").stdout
         shown = json.loads(self.vtekctl("show", "--json"))
-        entries = json.loads(self.vtekctl("history", "--json"))
+        entries = json.loads(self.vtekctl("history", "--json"))["history"]
         history = [(entry["generation"], entry["toVersion"]) for entry in entries]
         return State(inventory, shown, history, self.files())
 

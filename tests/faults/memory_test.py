@@ -108,7 +108,7 @@ def faults(chassis, package, content):
     """The differences from what was verified."""
     installed = chassis.root / "repository" / "3" / "Chassis"
     expected = digest_of(package / "chassis.fwp")
-    recorded = json.loads(chassis.vtekctl("history", "--json"))[-1]["payloadDigest"]
+    recorded = json.loads(chassis.vtekctl("history", "--json"))["history"][-1]["payloadDigest"]
     return [what for what, holds in (
         ("the history's digest", recorded == expected),
         ("the installed payload", digest_of(installed / "chassis.fwp") == expected),

@@ -99,7 +99,7 @@ class Chassis:
         """Reads the state; `version` names the package in whose folder the inventory runs."""
         inventory = self._guest.expect(f"cd {MOUNT}/{version} && VTEK_ROOT={ROOT} qrxupdate -i").output
         shown = json.loads(self._vtekctl("show --json"))
-        history = [(entry["generation"], entry["toVersion"]) for entry in json.loads(self._vtekctl("history --json"))]
+        history = [(entry["generation"], entry["toVersion"]) for entry in json.loads(self._vtekctl("history --json"))["history"]]
         sums = self._guest.expect(f"cd {ROOT}/repository && find . -type f -exec sha256sum {{}} +").output
         files = {path.removeprefix("./"): digest for digest, path in map(str.split, sums.splitlines())}
         return State(inventory, shown, history, files)

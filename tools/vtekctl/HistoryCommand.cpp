@@ -40,7 +40,7 @@ private:
                             {"realUser", entry.realUser},
                             {"loginUser", entry.loginUser}});
         }
-        tools::printJson(console.out, json);
+        tools::printJson(console.out, {{"history", json}});
     }
 
     static void print(const Console& console, const std::vector<vtek::HistoryEntry>& entries) {

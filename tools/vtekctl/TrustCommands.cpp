@@ -113,7 +113,7 @@ public:
             for (const auto& row : rows_) {
                 json.push_back({{"file", row[0]}, {"kind", row[1]}, {"until", row[2]}, {"name", row[3]}});
             }
-            tools::printJson(console.out, json);
+            tools::printJson(console.out, {{"trusted", json}});
         } else {
             tools::TextTable table({"FILE", "KIND", "UNTIL", "NAME"});
             for (const auto& row : rows_) {

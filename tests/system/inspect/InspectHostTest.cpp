@@ -86,7 +86,8 @@ TEST(InspectHost, FindsAnEsxServiceConsoleAndTheUsbBlacklist) {
                                           "\necho 'VMware ESX 4.1' > /etc/vmware-release\n"
                                           "mkdir -p /etc/modprobe.d\n"
                                           "echo 'blacklist usb_storage' > /etc/modprobe.d/blacklist.conf");
-    EXPECT_EQ(host, nlohmann::json::parse(R"({"esx": true, "esxi": false, "usbStorageBlacklisted": true,
+    EXPECT_EQ(host, nlohmann::json::parse(
+                        R"({"format": 1, "esx": true, "esxi": false, "usbStorageBlacklisted": true,
                                               "hardwareLibrary": false, "agentHardwareLibrary": false})"));
 }
 

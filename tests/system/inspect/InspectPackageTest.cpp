@@ -97,7 +97,7 @@ TEST(InspectPackage, PrintsJsonThatProgramsRead) {
     EXPECT_TRUE(download.ends_with("/a/b.fwp")) << download;
     package["dependencies"][0].erase("download");
     EXPECT_EQ(package, nlohmann::json::parse(R"({
-        "componentId": "100", "type": "FRMW", "version": "2.0", "display": "Second", "rollback": false,
+        "format": 1, "componentId": "100", "type": "FRMW", "version": "2.0", "display": "Second", "rollback": false,
         "pciDevices": [{"componentId": "100", "vendorId": "8086", "deviceId": "10de", "subVendorId": "1028",
                         "subDeviceId": "0008", "name": "Gehäuse"}],
         "names": {"100": "Gehäuse", "101": "Second"},
@@ -159,7 +159,7 @@ TEST(InspectPackage, PrintsFindingsAsJson) {
     const Outcome outcome = inspect(folder.path(), {"package", "--check", "--json"});
     EXPECT_EQ(outcome.exitStatus, 1);
     EXPECT_EQ(nlohmann::json::parse(outcome.output), nlohmann::json::parse(R"({
-        "file": "package.xml",
+        "format": 1, "file": "package.xml",
         "findings": [{"line": 1, "text": "no component id: there is no device under SupportedDevices"}]})"));
 }
 

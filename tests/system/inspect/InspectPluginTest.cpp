@@ -35,7 +35,7 @@ TEST(InspectPlugin, PrintsJsonThatProgramsRead) {
     EXPECT_EQ(outcome.exitStatus, 0);
     EXPECT_EQ(nlohmann::json::parse(outcome.output),
               nlohmann::json::parse(
-                  R"({"command":"qrxupdate -i -o inv.xml","outputFile":"inv.xml","timeout":30})"));
+                  R"({"format":1,"command":"qrxupdate -i -o inv.xml","outputFile":"inv.xml","timeout":30})"));
 }
 
 TEST(InspectPlugin, ReportsAMissingPlugin) {

@@ -120,6 +120,7 @@ TEST(InspectResult, PrintsJsonThatProgramsRead) {
     const Outcome outcome = resultOf(report::inventory("C1", "1.0") + report::failedUpdate("no"), {"--json"});
     EXPECT_EQ(outcome.exitStatus, 1);
     EXPECT_EQ(nlohmann::json::parse(outcome.output), nlohmann::json::parse(R"({
+        "format": 1,
         "reports": [
             {"file": "report.xml", "operation": "inventory", "outcome": "success", "rebootRequired": false,
              "devices": [{"id": "C1", "name": "QRX", "type": "FRMW", "version": "1.0", "outcome": "success",

@@ -157,13 +157,13 @@ COMPONENT  VERSION   TYPE  DEVICE  APPLICATION
 
     def test_records_an_override(self):
         self.done("set", "allow-version", "1.0")
-        (entry,) = self.answer("history")
+        (entry,) = self.answer("history")["history"]
         self.assertEqual((entry["outcome"], entry["toVersion"], entry["override"]), ("override granted", "1.0", True))
         for user in ("realUser", "loginUser"):
             self.assertRegex(entry[user], r"^(unknown|\d+|.+ \(\d+\))$")
         self.done("set", "allow-version", "")
         self.done("set", "lock-wait", "1")
-        self.assertEqual(len(self.answer("history")), 1)
+        self.assertEqual(len(self.answer("history")["history"]), 1)
 
 
 class Inventory(VtekctlCase):
@@ -238,11 +238,11 @@ FILE KIND UNTIL NAME
 authority.crl revocation list TIME CN=Lab Authority
 lab.pem certificate TIME CN=Lab Authority
 """)
-        self.assertEqual([(row["file"], row["kind"], row["name"]) for row in self.answer("trust", "list")],
+        self.assertEqual([(row["file"], row["kind"], row["name"]) for row in self.answer("trust", "list")["trusted"]],
                          [("authority.crl", "revocation list", "CN=Lab Authority"),
                           ("lab.pem", "certificate", "CN=Lab Authority")])
         self.assertEqual(self.done("trust", "remove", "authority.crl"), "")
-        self.assertEqual(len(self.answer("trust", "list")), 1)
+        self.assertEqual(len(self.answer("trust", "list")["trusted"]), 1)
 
     def test_lists_names_and_dates(self):
         self.openssl("req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-keyout",
@@ -253,7 +253,7 @@ lab.pem certificate TIME CN=Lab Authority
         iso = ("-noout", "-dateopt", "iso_8601", "-in")
         list_until = self.openssl("crl", "-nextupdate", *iso, self.keys / "authority.crl").strip()
         until = self.openssl("x509", "-enddate", *iso, "between.pem").strip()
-        self.assertEqual([[row["name"], row["until"]] for row in self.answer("trust", "list")],
+        self.assertEqual([[row["name"], row["until"]] for row in self.answer("trust", "list")["trusted"]],
                          [["CN=Lab Authority", list_until.removeprefix("nextUpdate=")],
                           ["CN=Between", until.removeprefix("notAfter=")]])
 
@@ -266,25 +266,25 @@ lab.pem certificate TIME CN=Lab Authority
         self.make_list(DELTA_LIST)
         self.assert_refused(211, "trust", "add", "list.crl",
                             saying="trust/list.crl: the revocation list is a delta: it lists only changes to another list")
-        self.assertEqual(self.answer("trust", "list"), [])
+        self.assertEqual(self.answer("trust", "list")["trusted"], [])
 
     def test_removes_a_delta_that_lies_in_the_store(self):
         self.make_list(DELTA_LIST)
         (self.root / "trust" / "list.crl").write_bytes((self.folder / "list.crl").read_bytes())
         self.assert_refused(211, "trust", "list", saying="trust/list.crl: the revocation list is a delta")
         self.done("trust", "remove", "list.crl")
-        self.assertEqual(self.answer("trust", "list"), [])
+        self.assertEqual(self.answer("trust", "list")["trusted"], [])
 
     def test_lists_a_revocation_list_without_an_end(self):
         self.make_list(ENDLESS_LIST)
         self.done("trust", "add", "list.crl")
-        self.assertEqual([(row["name"], row["until"]) for row in self.answer("trust", "list")],
+        self.assertEqual([(row["name"], row["until"]) for row in self.answer("trust", "list")["trusted"]],
                          [("CN=Old Authority", "never")])
 
     def test_replaces_a_file_of_the_same_name(self):
         self.done("trust", "add", self.keys / "authority.pem", "--name", "one", umask=0)
         self.done("trust", "add", self.keys / "authority.crl", "--name", "one", umask=0)
-        self.assertEqual([row["kind"] for row in self.answer("trust", "list")], ["revocation list"])
+        self.assertEqual([row["kind"] for row in self.answer("trust", "list")["trusted"]], ["revocation list"])
         self.assertEqual(stat.S_IMODE((self.root / "trust" / "one").stat().st_mode), 0o644)
         self.assertEqual(sorted(os.listdir(self.root)), ["log", "repository", "staging", "state.db", "trust"])
 
@@ -330,7 +330,7 @@ lab.pem certificate TIME CN=Lab Authority
     def test_takes_names_and_days(self):
         self.done("keygen", "keys", "--authority", "A", "--signer", "S", "--days", "1")
         self.done("trust", "add", "keys/authority.pem")
-        self.assertEqual(self.answer("trust", "list")[0]["name"], "CN=A")
+        self.assertEqual(self.answer("trust", "list")["trusted"][0]["name"], "CN=A")
         self.assertEqual(self.openssl("x509", "-noout", "-subject", "-nameopt", "RFC2253", "-in", "keys/signer.pem"),
                          "subject=CN=S\n")
         for days in ("0", "3651", "1.5", "x"):
@@ -357,9 +357,9 @@ class Firmware(PackageCase):
     def test_shows_the_history(self):
         self.assertEqual(self.done("history"),
                          "TIME  OUTCOME  GENERATION  COMPONENT  FROM  TO  OVERRIDE  USER  LOGIN  SIGNER\n")
-        self.assertEqual(self.answer("history"), [])
+        self.assertEqual(self.answer("history")["history"], [])
         self.update()
-        (entry,) = self.answer("history")
+        (entry,) = self.answer("history")["history"]
         self.assertRegex(entry["time"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$")
         self.assertEqual({name: entry[name] for name in ("outcome", "generation", "componentID", "fromVersion",
                                                          "toVersion", "signer", "override", "payloadDigest")},
@@ -403,7 +403,7 @@ class Firmware(PackageCase):
         self.update()
         self.assertEqual(self.done("rollback"), f"component {COMPONENT} is back from {NEW} to {INSTALLED}\n")
         self.assert_refused(803, "rollback", saying="hint: only the last update can be undone, and only once")
-        self.assertEqual([entry["outcome"] for entry in self.answer("history")], ["updated", "rolled back"])
+        self.assertEqual([entry["outcome"] for entry in self.answer("history")["history"]], ["updated", "rolled back"])
 
     def test_removes_leftovers(self):
         self.assertEqual(self.done("recover"), "removed 0 leftovers\n")

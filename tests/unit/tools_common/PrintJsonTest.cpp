@@ -20,10 +20,16 @@ TEST(PrintJson, PrintsAsciiOnly) {
     EXPECT_EQ(read["euro"], "€");
 }
 
+TEST(PrintJson, BeginsWithTheFormat) {
+    std::ostringstream out;
+    printJson(out, nlohmann::ordered_json::object());
+    EXPECT_EQ(out.str(), "{\n  \"format\": 1\n}\n");
+}
+
 TEST(PrintJson, IndentsForPeople) {
     std::ostringstream out;
     printJson(out, {{"counts", {1, 2}}});
-    EXPECT_EQ(out.str(), "{\n  \"counts\": [\n    1,\n    2\n  ]\n}\n");
+    EXPECT_EQ(out.str(), "{\n  \"format\": 1,\n  \"counts\": [\n    1,\n    2\n  ]\n}\n");
 }
 
 }  // namespace
