@@ -82,13 +82,10 @@ class ActionModule(ActionBase):
         return {"changed": False, "digest": digest, "seed": seed, "run": self.ledger.run()}
 
     def _reach(self):
-        """Finds out whether the host can be reached at all."""
+        """Finds out whether the host can be reached at all: an unreachable one must not leave the play."""
         try:
             self._low_level_execute_command("true", sudoable=False)
         except AnsibleConnectionFailure as error:
-            self._rollout()
-            self.ledger.note("seen", chassis=self.vars["qrx_chassis"], server=self.server, outcome="unreachable",
-                             cause=str(error))
             return {"changed": False, "reachable": False, "msg": str(error)}
         return {"changed": False, "reachable": True}
 

@@ -21,7 +21,7 @@ class Lab:
             (self.world / kind).mkdir(parents=True)
         self._lay_out_collection(pathlib.Path(collection).resolve())
         (self.folder / "hosts").write_text("[all]\n" + "".join(
-            "%s qrx_chassis=%s\n" % (server, server[:3]) for server in self.servers)
+            "%s qrx_chassis=%s\n" % (server, server.rsplit("-", 1)[0]) for server in self.servers)
             + "[all:vars]\nansible_connection=qrxupdate.chassis.doubled\n")
         (self.folder / "package").write_text("the package\n")
         (self.folder / "ansible.cfg").write_text("[defaults]\n")

@@ -1,8 +1,11 @@
 """Runs the playbook over doubles of the modules. usage: playbook_test.py COLLECTION [TEST...]"""
 import fcntl
 import pathlib
+import re
+import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 from lab import Lab
@@ -67,7 +70,7 @@ class PlaybookTest(unittest.TestCase):
         self.assertEqual(0, resumed.returncode, resumed.stdout)
         self.assertEqual([1, 2, 1, 1, 2, 1], [len(lab.begun(chassis)) for chassis in lab.chassis])
 
-    def test_stops_at_the_share_and_on_request(self):
+    def test_stops_at_the_share(self):
         lab = self.lab(8)
         lab.mark("bad", *lab.chassis)
         stopped = lab.run(qrx_stop_after=2, qrx_in_flight=1, forks=1)
@@ -75,10 +78,53 @@ class PlaybookTest(unittest.TestCase):
         self.assertEqual(2, len(lab.names("begun")))
         self.assertEqual(["the stop share was passed: 2 of 2 failed"],
                          [row["cause"] for row in lab.rows() if row["event"] == "stopped"])
+    def test_ends_with_the_running_wave_on_request(self):
+        lab = self.lab(3)
+        running = subprocess.Popen(lab.command(qrx_waves=[1]), env=lab.environment(QRX_SECONDS="5"),
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        while not lab.names("begun"):
+            self.assertIsNone(running.poll())
+            time.sleep(0.05)
         pathlib.Path(str(lab.ledger) + ".stop").touch()
-        refused = lab.run()
-        self.assertIn("a stop is requested", refused.stdout)
-        self.assertEqual(2, len(lab.names("begun")))
+        self.assertEqual(2, running.wait(600))
+        self.assertEqual(1, len(lab.names("begun")))
+        rows = sorted((row["state"], row["cause"]) for row in lab.summary()["chassis"])
+        cause = "a stop was requested: 0 of 1 failed"
+        self.assertEqual([("green", None), ("not tried", cause), ("not tried", cause)], rows)
+
+    def test_does_what_its_document_says(self):
+        document = pathlib.Path(COLLECTION, "ROLLOUT.md").read_text()
+        hosts, settings = (re.search("```%s\n(.*?)```" % language, document, re.DOTALL).group(1)
+                           for language in ("ini", "yaml"))
+        dry_run = re.search("^ +(ansible-playbook .*)$", document, re.MULTILINE).group(1)
+        query = re.search('sqlite3 LEDGER "(.*)"', document).group(1)
+        lab = self.lab(0)
+        (lab.folder / "hosts.ini").write_text(hosts)
+        for theirs, ours in (("/srv/firmware/25227-1.40.200.tar.gz", str(lab.folder / "package")),
+                             ("/srv/rollouts/25227-1.40.200.sqlite", str(lab.ledger)), (": 1.40.200", ": '2.0'")):
+            self.assertIn(theirs, settings)
+            settings = settings.replace(theirs, ours)
+        (lab.folder / "rollout.yml").write_text(settings)
+        stop = pathlib.Path(str(lab.ledger) + ".stop")
+
+        def run(command):
+            command += " -e qrx_deliver=false -e qrx_place=/nowhere -e qrx_locks=locks"
+            return subprocess.run(command, shell=True, cwd=str(lab.folder), stdout=subprocess.PIPE,
+                                  stderr=subprocess.STDOUT, universal_newlines=True, timeout=600,
+                                  env=lab.environment(ANSIBLE_TRANSPORT="qrxupdate.chassis.doubled"))
+
+        said = run(dry_run)
+        self.assertEqual((0, 2), (said.returncode, said.stdout.count('"wave ')), said.stdout)
+        real_run = dry_run.replace(" --check -v", "")
+        stop.touch()
+        self.assertIn("a stop is requested", run(real_run).stdout)
+        stop.unlink()
+        done = run(real_run)
+        self.assertEqual(0, done.returncode, done.stdout)
+        self.assert_states(lab, **{"rack1-left": "green", "rack1-right": "green"})
+        self.assertIn("rack1-left", pathlib.Path(str(lab.ledger) + ".summary.html").read_text())
+        self.assertEqual(["seen", "seen", "planned", "started", "ended", "green"],
+                         [row["event"] for row in lab.rows(query)])
 
     def test_refuses_a_nameless_chassis_and_a_ledger_in_use(self):
         lab = self.lab(1)

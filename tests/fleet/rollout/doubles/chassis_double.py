@@ -11,7 +11,7 @@ NEW, OLD = "2.0", "1.0"
 ACT = """
 trap "" PIPE
 : > "running/$1"; echo "$1" >> "begun/$2"; echo
-sleep 0.3
+sleep "${QRX_SECONDS-0.3}"
 while [ -e "$QRX_HOLD" ]; do : > "dead/$1"; sleep 0.1; done
 : > "$3"; rm "running/$1"
 """

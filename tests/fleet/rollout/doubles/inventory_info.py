@@ -7,5 +7,5 @@ class ActionModule(ActionBase):
     def run(self, tmp=None, task_vars=None):
         server = self._connection._play_context.remote_addr
         double.fail_if_dead(server)
-        return {"changed": False, "outcome": "found", "version": double.version(server, server.rsplit("-", 1)[0]),
+        return {"changed": False, "outcome": "found", "version": double.version(server, task_vars["qrx_chassis"]),
                 "message": ""}

@@ -7,4 +7,4 @@ class ActionModule(ActionBase):
     def run(self, tmp=None, task_vars=None):
         server = self._connection._play_context.remote_addr
         double.fail_if_dead(server)
-        return double.update(server, server.rsplit("-", 1)[0])
+        return double.update(server, task_vars["qrx_chassis"])
