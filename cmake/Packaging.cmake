@@ -24,6 +24,7 @@ if(NOT VTEK_LIBRARY)
   # The program needs a library that this package contains.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/vtek/src)
 endif()
+set(CPACK_QRX_PORTABLE_PROGRAM "${QRX_PORTABLE_PROGRAM}")
 set(CPACK_PRE_BUILD_SCRIPTS
   ${CMAKE_CURRENT_LIST_DIR}/debian/complete.cmake ${CMAKE_CURRENT_LIST_DIR}/debian/documents.cmake)
 set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian/dependencies.cmake)

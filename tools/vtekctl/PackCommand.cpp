@@ -26,6 +26,11 @@ constexpr const char* kFolder = "package";
 constexpr const char* kArchive = "package.tar.gz";
 constexpr std::time_t kTime = 315532800;  // 1980-01-01; a zip entry cannot be older
 constexpr mode_t kPublic = 0644;
+#ifdef VTEK_TEMPLATE_IS_PORTABLE
+constexpr bool kTemplateIsPortable = true;
+#else
+constexpr bool kTemplateIsPortable = false;
+#endif
 
 Status copyProgram(const fs::path& from, const fs::path& to) {
     std::error_code failure;
@@ -111,6 +116,10 @@ public:
             writePackageArchive(staging / kArchive, package, archivedFolder(manifest), time.value_or(kTime)));
         VTEK_TRY(publishBoth(staging, output));
         console.print("made " + output.string() + " and " + archiveOf(output).string());
+        if (template_.empty() && !kTemplateIsPortable) {
+            console.print(
+                "The program is this build's own: servers need libraries like those of this system.");
+        }
         return ExitStatus::Success;
     }
 

@@ -34,11 +34,17 @@ class Pack(VtekctlCase):
         return ended
 
     def test_makes_program_description_and_payload(self):
-        self.assertEqual(self.pack(self.package), f"made {self.package} and {self.archive}\n")
+        self.assertEqual(self.pack(self.package).splitlines()[0], f"made {self.package} and {self.archive}")
         self.assertEqual(sorted(os.listdir(self.package)), FILES)
         self.assertEqual(self.description.read_bytes(), (self.package / "package.xml").read_bytes())
         self.assertEqual([oct((self.package / name).stat().st_mode & 0o777) for name in FILES],
                          ["0o644", "0o644", "0o755"])
+
+    def test_says_that_the_program_is_of_this_build_unless_it_was_given(self):
+        said = "The program is this build's own: servers need libraries like those of this system.\n"
+        self.assertEqual(self.pack(self.package), f"made {self.package} and {self.archive}\n{said}")
+        other = self.folder / "other"
+        self.assertEqual(self.pack(other, "--template", self.package), f"made {other} and {other}.tar.gz\n")
 
     def test_packs_a_program_that_finds_no_library_by_itself(self):
         self.pack(self.package)
