@@ -3,7 +3,7 @@
 import pathlib
 import shutil
 import tempfile
-from dataclasses import dataclass
+from dataclasses import dataclass, field, replace
 
 from paired import Command, measure, progress, shell
 from workshop import COMPONENT, MEBIBYTE
@@ -18,13 +18,14 @@ class Comparison:
     others: dict  # commands by name
     goals: dict  # by the names of the others
     rounds: int
+    processor_goals: dict = field(default_factory=dict)  # the same for processor time; a name without one has no goal
 
     def measured(self):
         """Measures all commands in turn; returns what JSON can hold."""
         progress(", ".join(self.ours))
         missing = {name: command.missing() for name, command in self.others.items() if command.missing()}
-        return {"ours": list(self.ours), "goals": self.goals, "missing": missing,
-                "samples": measure(self.ours | self.others, self.rounds)}
+        return {"ours": list(self.ours), "goals": self.goals, "processor goals": self.processor_goals,
+                "missing": missing, "samples": measure(self.ours | self.others, self.rounds)}
 
 
 def version(tool):
@@ -32,24 +33,30 @@ def version(tool):
     return Command([tool, "--version"], needs=(tool,))
 
 
+def by_program(programs, job):
+    """Our programs by the job's name; the one that packages carry is the first, where it is given."""
+    portable = {f"{job}, portable program": programs.portable} if programs.portable else {}
+    return portable | {job: programs.qrxupdate}
+
+
 def start(workshop, plan):
     """Starting and ending: with the scripted platform library, and with the stand-in."""
-    words = [workshop.programs.qrxupdate, "-h"]
-    ours = {"`-h`": Command(words, environment=workshop.scripted()), "`-h`, stand-in": Command(words)}
-    others = {f"{tool} --version": version(tool) for tool in ("rauc", "xmllint", "fwupdtool")}
-    goals = {"rauc --version": 0.6, "xmllint --version": None, "fwupdtool --version": None}
+    ours = {job: Command([program, "-h"], environment=workshop.scripted())
+            for job, program in by_program(workshop.programs, "`-h`").items()}
+    ours["`-h`, stand-in"] = Command([workshop.programs.qrxupdate, "-h"])
+    others = {f"{tool} --version": version(tool) for tool in ("xmllint", "rauc", "fwupdtool")}
+    goals = {"xmllint --version": 0.8, "rauc --version": None, "fwupdtool --version": None}
     return Comparison(ours, others, goals, plan.start_rounds)
 
 
-def inventory(workshop, package, environment):
+def inventory(workshop, program, package, environment):
     """An inventory whose report goes to a file."""
     report = workshop.folder / "report.xml"
 
     def check():
         if "<Device " not in report.read_text(encoding="utf-8"):
             raise RuntimeError(f"no device in the report: {report.read_text(encoding='utf-8')}")
-    return Command([workshop.programs.qrxupdate, "-i", "-o", report], environment=environment, folder=package,
-                   check=check)
+    return Command([program, "-i", "-o", report], environment=environment, folder=package, check=check)
 
 
 def inventories(workshop, plan):
@@ -59,15 +66,12 @@ def inventories(workshop, plan):
         document = workshop.inventory(devices)
         root = workshop.chassis(f"chassis-{devices}-devices", document)
         job = f"`-i`, {devices:,} devices"
-        ours = {job: inventory(workshop, package, workshop.scripted(document)),
-                f"{job}, stand-in": inventory(workshop, package, {"VTEK_ROOT": str(root)})}
+        ours = {name: inventory(workshop, program, package, workshop.scripted(document))
+                for name, program in by_program(workshop.programs, job).items()}
+        ours[f"{job}, stand-in"] = inventory(workshop, workshop.programs.qrxupdate, package, {"VTEK_ROOT": str(root)})
         look_up = f'/SVMInventory/Device[@componentID = "{COMPONENT}"]'
         others = {"xmllint --xpath": Command(["xmllint", "--xpath", look_up, document], needs=("xmllint",))}
-        goals = {"xmllint --xpath": 2.0}
-        if devices <= 100:
-            others["rauc --version"] = version("rauc")
-            goals["rauc --version"] = 1.0
-        yield Comparison(ours, others, goals, rounds)
+        yield Comparison(ours, others, {"xmllint --xpath": 1.0 if devices <= 100 else 1.25}, rounds)
 
 
 def remove(folder):
@@ -109,21 +113,49 @@ def by_hand(folder, needs, script):
     return shell(script, needs=needs, prepare=make_anew)
 
 
+def on_one_core(command):
+    """The same command without a second core."""
+    return replace(command, one_core=True)
+
+
+def beside_writer(command, waiting, mebibytes):
+    """The same command while this many MiB of another program wait to be written to the same file system."""
+    def prepare():
+        command.prepare()
+        with waiting.open("wb") as file:
+            for _ in range(mebibytes):
+                file.write(bytes(MEBIBYTE))
+
+    def check():
+        waiting.unlink()
+        command.check()
+    return replace(command, prepare=prepare, check=check)
+
+
 def updates(workshop, plan):
     """Updates of several sizes, stored and deflated: checked, copied, unpacked and durable."""
     fresh = workshop.chassis("fresh")
     for mebibytes, rounds in plan.updates:
         for deflated in (False, True):
-            yield update_comparison(workshop, fresh, int(mebibytes * MEBIBYTE), deflated, rounds)
+            yield from update_comparisons(workshop, fresh, mebibytes, deflated, rounds)
+    for mebibytes, rounds in plan.updates_beside_writer:
+        yield comparison_with_writer(workshop, fresh, mebibytes, plan.writer_mebibytes, rounds)
 
 
-def update_comparison(workshop, fresh, size, deflated, rounds):
-    """One size, one way to pack it."""
-    kind = "deflated" if deflated else "stored"
-    package = workshop.package(f"package-{size}-{kind}", size, files=4, deflated=deflated)
+def update_package(workshop, mebibytes, deflated):
+    """A package of this size, and what it is called."""
+    kind = f"{mebibytes:,} MiB {'deflated' if deflated else 'stored'}"
+    name = f"package-{kind.replace(' ', '-')}"
+    if (workshop.folder / name).exists():
+        return workshop.folder / name, kind
+    return workshop.package(name, int(mebibytes * MEBIBYTE), files=4, deflated=deflated), kind
+
+
+def update_comparisons(workshop, fresh, mebibytes, deflated, rounds):
+    """One size, one way to pack it: on all cores, and on one."""
+    package, kind = update_package(workshop, mebibytes, deflated)
     manual, extracted = workshop.folder / "by-hand", workshop.folder / "by-rauc"
-    ours = {f"`-u`, {round(size / MEBIBYTE, 2):,g} MiB {kind}":
-            update(workshop.programs, workshop.folder / "updated", fresh, package)}
+    own = update(workshop.programs, workshop.folder / "updated", fresh, package)
     stock = by_hand(
         manual, ("openssl", "bsdtar"),
         f"cd {manual}; openssl cms -verify -binary -inform DER -in {package}/archive.cms -purpose any "
@@ -131,11 +163,25 @@ def update_comparison(workshop, fresh, size, deflated, rounds):
         f"cp {package}/archive.zip .; mkdir content; bsdtar -xf archive.zip -C content; sync -f .")
     rauc = by_hand(extracted, ("rauc", "mksquashfs", "unsquashfs"), "")
     if not rauc.missing():
-        bundle = workshop.bundle(f"bundle-{size}-{kind}", size, deflated)
+        bundle = workshop.bundle(f"bundle-{kind.replace(' ', '-')}", int(mebibytes * MEBIBYTE), deflated)
         rauc.arguments[-1] = (f"cd {extracted}; rauc --keyring={workshop.folder}/bundle.pem extract {bundle} content; "
                               f"cp {bundle} .; sync -f .")
-    return Comparison(ours, {"openssl, cp, bsdtar, sync": stock, "rauc extract, cp, sync": rauc},
-                      {"openssl, cp, bsdtar, sync": 0.8, "rauc extract, cp, sync": 1.0}, rounds)
+    stock_name, rauc_name = "openssl, cp, bsdtar, sync", "rauc extract, cp, sync"
+    goal = 0.5 if deflated else 0.6 if mebibytes <= 16 else 0.55
+    processor_goals = {stock_name: 1.0} if mebibytes >= 256 else {}
+    yield Comparison({f"`-u`, {kind}": own}, {stock_name: stock, rauc_name: rauc}, {stock_name: goal, rauc_name: 1.0},
+                     rounds, processor_goals)
+    yield Comparison({f"`-u`, {kind}, one core": on_one_core(own)}, {stock_name: on_one_core(stock)}, {stock_name: 0.9},
+                     rounds, processor_goals)
+
+
+def comparison_with_writer(workshop, fresh, mebibytes, waiting, rounds):
+    """An update while another program's data waits, and the same without."""
+    package, kind = update_package(workshop, mebibytes, deflated=False)
+    own = update(workshop.programs, workshop.folder / "updated", fresh, package)
+    disturbed = beside_writer(own, workshop.folder / "waiting", waiting)
+    return Comparison({f"`-u`, {kind}, beside {waiting:,} MiB": disturbed}, {"the same alone": own},
+                      {"the same alone": 1.5}, rounds)
 
 
 def comparisons(workshop, plan):

@@ -23,7 +23,8 @@ def devices(workshop, plan):
     """Inventories, with the scripted platform library."""
     package = workshop.package("growth-inventory", 1)
     def run(number):
-        return inventory(workshop, package, workshop.scripted(workshop.inventory(max(number, 1))))
+        document = workshop.inventory(max(number, 1))
+        return inventory(workshop, workshop.programs.qrxupdate, package, workshop.scripted(document))
     return series("devices", {number: run(number) for number in (0, *plan.devices)}, plan.growth_rounds)
 
 

@@ -31,6 +31,7 @@ class Command:
     needs: tuple = ()  # tools to find on the PATH
     environment: dict = field(default_factory=dict)
     folder: str = "."
+    one_core: bool = False
     prepare: Callable = nothing
     check: Callable = nothing  # raises an error unless the run did its job
 
@@ -41,9 +42,10 @@ class Command:
     def run(self):
         """Runs the program once; raises RuntimeError if it fails."""
         self.prepare()
+        confine = (lambda: os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})) if self.one_core else None
         start = time.perf_counter()
         process = subprocess.Popen([str(argument) for argument in self.arguments], cwd=self.folder,
-                                   env={**os.environ, **self.environment}, stdin=subprocess.DEVNULL,
+                                   env={**os.environ, **self.environment}, stdin=subprocess.DEVNULL, preexec_fn=confine,
                                    stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
         errors = process.stderr.read()
         _, status, usage = os.wait4(process.pid, 0)

@@ -63,7 +63,7 @@ def draw(results, folder):
     if shutil.which("gnuplot") is None:
         progress("no pictures: gnuplot is missing")
         return
-    for name, height, script in (("comparisons.svg", 560, comparison_plot(results["comparisons"])),
+    for name, height, script in (("comparisons.svg", 760, comparison_plot(results["comparisons"])),
                                  ("growth.svg", 420, growth_plot(results["growth"]))):
         subprocess.run(["gnuplot"], input=_START.format(height=height, file=folder / name) + script, text=True,
                        check=True)

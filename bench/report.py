@@ -3,18 +3,25 @@
 from paired import median
 
 GROWTH_GOAL = 1.5
+_MEMORY_GOAL = 24  # MiB, whatever the size
 
 
 def ratio_text(value, goal):
     """A ratio, its goal, and a mark if it misses the goal."""
     if goal is None:
         return f"{value:.2f} | none"
-    return f"{value:.2f} | {'' if value <= goal else '**missed** '}{goal:.1f}"
+    return f"{value:.2f} | {'' if value <= goal else '**missed** '}{goal:g}"
 
 
 def milliseconds(seconds):
     """A time as the table shows it."""
     return f"{seconds * 1000:,.1f}"
+
+
+def memory_text(kibibytes):
+    """A peak of ours, with a mark if it misses the goal."""
+    mebibytes = kibibytes / 1024
+    return f"{'' if mebibytes <= _MEMORY_GOAL else '**missed** '}{mebibytes:.1f}"
 
 
 def comparison_rows(comparison):
@@ -24,12 +31,13 @@ def comparison_rows(comparison):
         own = {quantity: median(samples[job], quantity) for quantity in ("wall", "cpu", "peak")}
         for other, goal in comparison["goals"].items():
             if other in comparison["missing"]:
-                yield f"| {job} | {other} | not measured: missing {', '.join(comparison['missing'][other])} |||||||"
+                yield f"| {job} | {other} | not measured: missing {', '.join(comparison['missing'][other])} ||||||||"
                 continue
             wall, cpu, peak = (median(samples[other], quantity) for quantity in ("wall", "cpu", "peak"))
+            time_goal, processor_goal = (goal, comparison["processor goals"].get(other)) if index == 0 else (None, None)
             yield (f"| {job} | {other} | {milliseconds(own['wall'])} | {milliseconds(wall)} | "
-                   f"{ratio_text(own['wall'] / wall, goal if index == 0 else None)} | {own['cpu'] / cpu:.2f} | "
-                   f"{own['peak'] / 1024:.1f} | {peak / 1024:.1f} |")
+                   f"{ratio_text(own['wall'] / wall, time_goal)} | {ratio_text(own['cpu'] / cpu, processor_goal)} | "
+                   f"{memory_text(own['peak'])} | {peak / 1024:.1f} |")
 
 
 def comparisons(results):
@@ -39,8 +47,9 @@ def comparisons(results):
           f"{setting['load before']} before and {setting['load after']} after. The timer itself holds " \
           f"{setting['timer'] / 1024:.1f} MiB; no smaller figure for memory is possible."
     yield ""
-    yield "| Job | Compared with | Ours (ms) | Other (ms) | Ratio | Goal | Processor time ratio | Ours (MiB) | Other (MiB) |"
-    yield "|---|---|---:|---:|---:|---:|---:|---:|---:|"
+    yield "| Job | Compared with | Ours (ms) | Other (ms) | Ratio | Goal | Processor time ratio | Goal | " \
+          "Ours (MiB) | Other (MiB) |"
+    yield "|---|---|---:|---:|---:|---:|---:|---:|---:|---:|"
     for comparison in results["comparisons"]:
         yield from comparison_rows(comparison)
 

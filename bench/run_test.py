@@ -15,7 +15,8 @@ import unittest
 RUN = pathlib.Path(__file__).with_name("run")
 BUILD = pathlib.Path(sys.argv.pop()).resolve()
 JOBS = ("`-h`", "`-h`, stand-in", "`-i`, 10 devices", "`-i`, 10 devices, stand-in", "`-u`, 0.01 MiB stored",
-        "`-u`, 0.01 MiB deflated")
+        "`-u`, 0.01 MiB stored, one core", "`-u`, 0.01 MiB deflated", "`-u`, 0.01 MiB deflated, one core",
+        "`-u`, 0.01 MiB stored, beside 1 MiB")
 SERIES = ("devices", "files in a payload", "payload, MiB", "supported devices", "names", "dependencies",
           "devices with a dependency", "inventory results")
 
@@ -28,10 +29,10 @@ class Run(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
 
-    def measure(self, path):
+    def measure(self, path, *options):
         """Measures with the tools of this PATH; returns what is printed and all samples."""
         output = self.folder / "results"
-        done = subprocess.run([sys.executable, RUN, "--tiny", "--build", BUILD, "--output", output],
+        done = subprocess.run([sys.executable, RUN, "--tiny", "--build", BUILD, "--output", output, *options],
                               env={**os.environ, "PATH": str(path), "HOME": str(self.folder)}, capture_output=True, text=True, check=False)
         self.assertEqual(done.returncode, 0, done.stderr)
         return done.stdout, json.loads((output / "measurements.json").read_text())
@@ -44,8 +45,8 @@ class Run(unittest.TestCase):
         table, figures = self.measure(os.environ["PATH"])
         for job in JOBS:
             for cells in self.rows(table, job):
-                self.assertTrue(len(cells) == 9 or "not measured: missing" in cells[2], cells)
-                if job.endswith("stand-in") and len(cells) == 9:
+                self.assertTrue(len(cells) == 10 or "not measured: missing" in cells[2], cells)
+                if job.endswith("stand-in") and len(cells) == 10:
                     self.assertEqual(cells[5], "none", "a goal for the stand-in")
             self.assertTrue(self.rows(table, job), job)
         for series in SERIES:
@@ -55,6 +56,12 @@ class Run(unittest.TestCase):
             for samples in comparison["samples"].values():
                 for wall, cpu, peak in samples:
                     self.assertTrue(wall > 0 and cpu > 0 and peak > 0)
+
+    def test_judges_the_start_by_the_portable_program(self):
+        table, _ = self.measure(os.environ["PATH"], "--portable", BUILD / "src/qrxupdate")
+        for job, goal in (("`-h`, portable program", r"(\*\*missed\*\* )?0\.8"), ("`-h`", "none")):
+            [cells] = [row for row in self.rows(table, job) if row[1] == "xmllint --version"]
+            self.assertRegex(cells[5], f"^{goal}$")
 
     def test_missing_tools_are_named_and_the_rest_is_measured(self):
         tools = self.folder / "tools"
