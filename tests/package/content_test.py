@@ -32,7 +32,7 @@ class Content(unittest.TestCase):
     def test_installs_exactly_the_expected_files(self):
         expected = {"usr/bin/qrxinspect", "usr/bin/vtekctl", LIBRARY, f"{LIBRARY}.1.0",
                     "usr/libexec/qrxupdate/package/package.xml", "usr/libexec/qrxupdate/package/qrxupdate",
-                    f"{DOCUMENTS}/changelog.gz", f"{DOCUMENTS}/copyright"}
+                    f"{DOCUMENTS}/changelog.gz", f"{DOCUMENTS}/copyright", "usr/share/lintian/overrides/qrxupdate"}
         expected |= {f"usr/share/man/{page}.gz" for page in PAGES}
         expected |= {f"usr/share/bash-completion/completions/{name}" for name in ("qrxinspect", "qrxupdate", "vtekctl")}
         expected |= {f"{COLLECTION}/{path}" for path in collection_of_the_source()}
