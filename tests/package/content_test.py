@@ -39,6 +39,11 @@ class Content(unittest.TestCase):
         expected |= {f"{DOCUMENTS}/{document}" for document in documents_of_the_source()}
         self.assertEqual(files(), expected)
 
+    def test_shows_examples_in_every_manual_page(self):
+        for page in PAGES:
+            text = gzip.decompress((UNPACKED / f"usr/share/man/{page}.gz").read_bytes()).decode()
+            self.assertRegex(text, r"(?m)^\.SH EXAMPLES$", page)
+
     def test_keeps_the_simulated_library_off_the_loaders_path(self):
         for path in files():
             if "libvtek" in path:
