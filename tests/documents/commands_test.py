@@ -1,6 +1,8 @@
 """Runs every command of a document and compares its output with the document.
 
-Usage: commands_test.py SOURCE DOCUMENT QRXUPDATE VTEKCTL QRXINSPECT
+Usage: commands_test.py SOURCE DOCUMENT QRXUPDATE VTEKCTL QRXINSPECT [PREVIOUS]
+
+After another document, PREVIOUS, it goes on in the same folder, in a shell that finds the simulated library.
 """
 
 import os
@@ -14,6 +16,7 @@ import console
 
 SOURCE, DOCUMENT = pathlib.Path(sys.argv[1]), sys.argv[2]
 QRXUPDATE, VTEKCTL, QRXINSPECT = (pathlib.Path(argument) for argument in sys.argv[3:6])
+PREVIOUS = sys.argv[6] if len(sys.argv) > 6 else None
 
 DECLARATION = '<?xml version="1.0" encoding="UTF-8"?>'
 INVENTORY = (DECLARATION + '<SVMInventory lang="en"><Device  componentID="25227" display="QRX"><Application '
@@ -114,21 +117,32 @@ def environment(folder):
             "VTEK_ROOT": str(folder / "chassis")}
 
 
-def main():
-    blocks = console.blocks_of((SOURCE / f"{DOCUMENT}.md").read_text(encoding="utf-8"))
+def check(document, folder, shell=()):
+    """Runs a document's commands in the folder; ends the program if one of them is missing or prints something else."""
+    blocks = console.blocks_of((SOURCE / f"{document}.md").read_text(encoding="utf-8"))
     expected = [block.text for block in blocks if not block.file]
     if not expected:
-        sys.exit("the document contains no command")
-    with tempfile.TemporaryDirectory() as name:
-        PREPARE[DOCUMENT](pathlib.Path(name))
-        shown = console.shown_by(blocks, name, environment(pathlib.Path(name)))
+        sys.exit(f"{document} contains no command")
+    shown = console.shown_by(blocks, folder, environment(folder), shell)
     if len(shown) != len(expected):
-        sys.exit(f"only {len(shown)} of {len(expected)} consoles ran to the end")
+        sys.exit(f"only {len(shown)} of {len(expected)} consoles of {document} ran to the end")
     differing = [(text, real) for text, real in zip(expected, shown) if not console.fits(text, real)]
     for text, real in differing:
         print(f"--- document\n{text}--- actual output\n{real}")
-    print(f"{len(expected)} consoles, {len(differing)} of them differ")
-    sys.exit(1 if differing else 0)
+    print(f"{document}: {len(expected)} consoles, {len(differing)} of them differ")
+    if differing:
+        sys.exit(1)
+
+
+def main():
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        PREPARE[PREVIOUS or DOCUMENT](folder)
+        if PREVIOUS:
+            check(PREVIOUS, folder)
+            check(DOCUMENT, folder, (VTEKCTL, "run"))
+        else:
+            check(DOCUMENT, folder)
 
 
 main()

@@ -57,9 +57,9 @@ def script_of(blocks):
     return "\n".join(lines)
 
 
-def shown_by(blocks, folder, environment):
-    """Runs the blocks in the folder; returns the text of each console that ran to its end."""
-    ended = subprocess.run(["/bin/sh", "-c", script_of(blocks)], cwd=folder, env=environment, stdout=subprocess.PIPE,
+def shown_by(blocks, folder, environment, shell=()):
+    """Runs the blocks in the folder, in a shell that `shell` starts; returns the text of each console that ran to its end."""
+    ended = subprocess.run([*shell, "/bin/sh", "-c", script_of(blocks)], cwd=folder, env=environment, stdout=subprocess.PIPE,
                            stdin=subprocess.DEVNULL, text=True, check=False, timeout=300)
     return ended.stdout.split(BLOCK_ENDS + "\n")[:-1]
 
