@@ -7,14 +7,18 @@ namespace {
 
 /** The body of the function that bash calls, after its tables. */
 constexpr const char* kFunction = R"sh(
-    local command=TOOL current=${COMP_WORDS[COMP_CWORD]} option='' word offer
+    local command=TOOL current=${COMP_WORDS[COMP_CWORD]} option='' operand=0 word offer heading
+    local root=() listing=()
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         if [[ -n $option ]]; then
+            [[ $option == --root ]] && root=(--root "$word")
             option=''
         elif [[ -n ${values["$command $word"]-} ]]; then
             option=$word
         elif [[ " ${commands[$command]-} " == *" $word "* ]]; then
             command+=" $word"
+        elif [[ $word != -* ]]; then
+            operand=$((operand + 1))
         fi
     done
     if [[ -n $option ]]; then
@@ -22,7 +26,7 @@ constexpr const char* kFunction = R"sh(
     elif [[ $current == -* ]]; then
         offer=${options[$command]-}
     else
-        offer=${commands[$command]-${operands[$command]-NOTHING}}
+        offer=${commands[$command]-${operands["$command $operand"]-${operands[$command]-NOTHING}}}
     fi
     case $offer in
         NOTHING) ;;
@@ -33,6 +37,14 @@ constexpr const char* kFunction = R"sh(
         FOLDER)
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -d -- "$current")
+            ;;
+        LISTED\ *)
+            # compgen -W would run a $(command) in a name.
+            read -r _ heading word <<<"$offer"
+            read -ra listing <<<"$word"
+            while read -r word _; do
+                [[ $word == "$current"* ]] && COMPREPLY+=("$(printf %q "$word")")
+            done < <(TOOL "${root[@]}" "${listing[@]}" 2>/dev/null | sed "0,/^$heading /d")
             ;;
         COMMAND) mapfile -t COMPREPLY < <(compgen -c -f -- "$current") ;;
         *) mapfile -t COMPREPLY < <(compgen -W "$offer" -- "$current") ;;
@@ -48,9 +60,27 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
+/** A kind of name that a command lists, in the first column below a heading. */
+struct Listed {
+    const char* kind;
+    const char* heading;
+    const char* command;
+};
+
+constexpr Listed kListed[] = {
+    {"SETTING", "SETTING", "set"},
+    {"COMPONENT", "COMPONENT", "show"},
+    {"TRUSTED", "FILE", "trust list"},
+};
+
 /** What completes a value: a kind of name, or the words of a choice. Only the user knows any other value. */
 std::string offerFor(const OptionText& option) {
     std::string value = option.value;
+    for (const Listed& listed : kListed) {
+        if (value == listed.kind) {
+            return std::string("LISTED ") + listed.heading + " " + listed.command;
+        }
+    }
     if (value.find('|') != std::string::npos) {
         std::replace(value.begin(), value.end(), '|', ' ');
         return value;
@@ -76,8 +106,12 @@ public:
             }
         }
         row(options_, name, joined(optionNames));
-        for (const OptionText& operand : tree.operands) {
-            row(operands_, name, offerFor(operand));
+        for (std::size_t number = 0; number < tree.operands.size(); ++number) {
+            const std::string offer = offerFor(tree.operands[number]);
+            row(operands_, name + " " + std::to_string(number), offer);
+            if (number + 1 == tree.operands.size()) {  // it may be repeated
+                row(operands_, name, offer);
+            }
         }
         for (const CommandTree& command : tree.commands) {
             add(command);

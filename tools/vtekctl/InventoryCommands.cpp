@@ -89,7 +89,7 @@ public:
     using ChassisCommand::ChassisCommand;
 
     void define(Options& options) override {
-        options.value("component", component_, "the component id").required();
+        options.value("component", component_, "the component id").required().takes("COMPONENT");
     }
 
     vtek::Result<ExitStatus> run(const Console&) override {

@@ -17,7 +17,7 @@ public:
     using ChassisCommand::ChassisCommand;
 
     void define(Options& options) override {
-        options.value("name", name_, "the setting; without it, all settings are explained");
+        options.value("name", name_, "the setting; without it, all settings are explained").takes("SETTING");
         given_ = options.value("value", value_, "its new value").needs(options.named("name"));
     }
 

@@ -137,7 +137,9 @@ class RemoveCommand : public ChassisCommand {
 public:
     using ChassisCommand::ChassisCommand;
 
-    void define(Options& options) override { options.value("name", name_, "the file's name").required(); }
+    void define(Options& options) override {
+        options.value("name", name_, "the file's name").required().takes("TRUSTED");
+    }
 
     vtek::Result<ExitStatus> run(const Console&) override {
         VTEK_ASSIGN(const vtek::Root root, chassis().openRoot());

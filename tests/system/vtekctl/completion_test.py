@@ -24,13 +24,14 @@ def script_of(name):
     return subprocess.run([TOOLS[name], "--describe", "bash"], check=True, capture_output=True, text=True).stdout
 
 
-def offers(line, folder="/"):
+def offers(line, folder="/", **environment):
     """What bash would offer at the end of a command line."""
     words = line.split(" ")
     shell = (f"{script_of(words[0])}\ncompopt() {{ :; }}\nCOMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1))\n"
              f"_{words[0]}\nprintf '%s\\n' \"${{COMPREPLY[@]}}\"")
+    path = f"{TOOLS['vtekctl'].parent}:{os.environ['PATH']}"
     ended = subprocess.run(["bash", "-u", "-c", shell, "bash", *words], check=True, capture_output=True, text=True,
-                           cwd=folder)
+                           cwd=folder, env={**os.environ, "PATH": path, **environment})
     return sorted(filter(None, ended.stdout.split("\n")))
 
 
@@ -84,6 +85,19 @@ class Completion(unittest.TestCase):
     def test_offers_nothing_if_only_the_user_knows(self):
         self.assertEqual(offers("vtekctl keygen --days ", self.folder), [])
         self.assertEqual(offers("vtekctl init ", self.folder), [])
+
+    def test_offers_what_the_chassis_has(self):
+        root = self.folder / "chassis"
+        for words in (["init"], ["inventory", "add", "25227", "1.0"], ["inventory", "add", "$(touch${IFS}made)", "1.0"],
+                      ["keygen", self.folder / "keys"], ["trust", "add", self.folder / "keys/authority.pem"]):
+            subprocess.run([TOOLS["vtekctl"], "--root", root, *words], check=True, capture_output=True)
+        here = {"VTEK_ROOT": str(root)}
+        self.assertEqual(offers("vtekctl set unpack-b", **here), ["unpack-bytes"])
+        self.assertEqual(offers("vtekctl set lock-wait ", **here), [])
+        self.assertEqual(offers("vtekctl trust remove ", **here), ["authority.pem"])
+        self.assertEqual(offers(f"vtekctl --root {root} trust remove a"), ["authority.pem"])
+        self.assertEqual(offers("vtekctl inventory remove ", self.folder, **here), ["25227", r"\$\(touch\$\{IFS\}made\)"])
+        self.assertFalse((self.folder / "made").exists(), "a component's id has run as a command")
 
     def test_completes_the_program(self):
         self.assertEqual(offers("qrxupdate -"), ["-d", "-f", "-h", "-i", "-o", "-u", "-v"])
