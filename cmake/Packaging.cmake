@@ -1,4 +1,4 @@
-# One Debian package with everything that is installed: `cpack -G DEB` in the build folder.
+# One package with everything that is installed: `cpack -G DEB` or `cpack -G RPM` in the build folder.
 
 set(QRX_PACKAGE_CONTACT "The qrxupdate developers <maintainers@qrxupdate.example>" CACHE STRING
   "The maintainer of the Debian package that this build makes: NAME <ADDRESS>")
@@ -24,6 +24,16 @@ if(NOT VTEK_LIBRARY)
   # The program needs a library that this package contains.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/vtek/src)
 endif()
+set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
+set(CPACK_RPM_PACKAGE_RELEASE_DIST OFF)
+set(CPACK_RPM_PACKAGE_GROUP "System/Management")
+set(CPACK_RPM_PACKAGE_LICENSE "Proprietary")
+# rpm would offer the private simulated library to every program that asks for the platform's, and want it for our own.
+set(CPACK_RPM_SPEC_MORE_DEFINE "%global __provides_exclude ^libvtek[.]so
+%global __requires_exclude ^libvtek[.]so")
+set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
+  /usr/libexec /usr/share/man /usr/share/man/man1 /usr/share/man/man5 /usr/share/man/man8 /usr/share/bash-completion
+  /usr/share/bash-completion/completions)
 set(CPACK_QRX_PORTABLE_PROGRAM "${QRX_PORTABLE_PROGRAM}")
 set(CPACK_PRE_BUILD_SCRIPTS
   ${CMAKE_CURRENT_LIST_DIR}/debian/complete.cmake ${CMAKE_CURRENT_LIST_DIR}/debian/documents.cmake)

@@ -1,13 +1,9 @@
-# Prepares the documents of the Debian package as Debian's policy demands: compresses the manual pages and the change log,
-# and adds the copyright file and lintian's overrides. CPack runs this on the folder that becomes the package.
+# Prepares the documents of a package as Debian's policy demands: compresses the manual pages and the change log, and adds the
+# copyright file and, for Debian, lintian's overrides. CPack runs this on the folder that becomes the package.
 
 set(documents ${CPACK_TEMPORARY_DIRECTORY}/usr/share/doc/qrxupdate)
 file(COPY ${CMAKE_CURRENT_LIST_DIR}/copyright DESTINATION ${documents}
   FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
-set(overrides ${CPACK_TEMPORARY_DIRECTORY}/usr/share/lintian/overrides)
-configure_file(${CMAKE_CURRENT_LIST_DIR}/lintian-overrides ${overrides}/qrxupdate COPYONLY)
-file(CHMOD_RECURSE ${overrides} FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
-  DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 file(STRINGS ${documents}/CHANGELOG.md heading REGEX "^## \\[${CPACK_PACKAGE_VERSION}\\] - ")
 string(REGEX MATCH "[0-9]+-[0-9]+-[0-9]+$" day "${heading}")
@@ -20,3 +16,10 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/changelog.in ${documents}/changelog @ON
 
 file(GLOB pages ${CPACK_TEMPORARY_DIRECTORY}/usr/share/man/man*/*)
 execute_process(COMMAND gzip --best --no-name ${pages} ${documents}/changelog COMMAND_ERROR_IS_FATAL ANY)
+
+if(CPACK_GENERATOR STREQUAL "DEB")
+  set(overrides ${CPACK_TEMPORARY_DIRECTORY}/usr/share/lintian/overrides)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/lintian-overrides ${overrides}/qrxupdate COPYONLY)
+  file(CHMOD_RECURSE ${overrides} FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
+    DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+endif()
