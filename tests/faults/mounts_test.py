@@ -96,6 +96,7 @@ class Mounts(AttackTest):
     def sign_package(self, content):
         """Makes a package of one file."""
         (self.large / "content").mkdir(parents=True)
+        self.addCleanup(shutil.rmtree, self.large)
         (self.large / "content" / "main.bin").write_bytes(content)
         shutil.copy(self.chassis.package / "package.xml", self.large)
         keys = self.folder / "keys"
