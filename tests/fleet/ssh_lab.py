@@ -64,6 +64,7 @@ class Server:
     root: pathlib.Path
     folder: pathlib.Path
     variables: dict = field(default_factory=dict)  # for Ansible, beside those that the lab sets
+    environment: dict = field(default_factory=dict)  # of everything that sshd starts
     process: subprocess.Popen = None
 
 
@@ -122,9 +123,11 @@ class Lab:
         """Starts a server's sshd."""
         server = self.servers[name]
         config = server.folder / "sshd_config"
+        environment = " ".join(f"{key}={value}" for key, value in
+                               {"VTEK_ROOT": server.root, **server.environment}.items())
         config.write_text(f"ListenAddress {server.address}\nHostKey {self.folder}/host\nUsePAM no\nStrictModes no\n"
                           f"AuthorizedKeysFile {self.folder}/client.pub\nPidFile none\nMaxSessions 100\n"
-                          f"MaxStartups 100\nSetEnv VTEK_ROOT={server.root}\n")
+                          f"MaxStartups 100\nSetEnv {environment}\n")
         libraries = ":".join(map(str, (SSHD / "usr/lib").glob("*-linux-gnu")))
         with open(server.folder / "sshd.log", "ab") as log:
             server.process = subprocess.Popen(
@@ -170,8 +173,8 @@ class Lab:
                  for server in self.servers.values()}
         shared = {"ansible_user": "root", "ansible_python_interpreter": PYTHON,
                   "ansible_ssh_private_key_file": str(self.folder / "client"),
-                  "ansible_ssh_common_args": f"-o UserKnownHostsFile={self.folder}/known_hosts -o ConnectTimeout=10 "
-                                             "-o ServerAliveInterval=1 -o ServerAliveCountMax=4 -F none"}
+                  "ansible_ssh_common_args": f"-o UserKnownHostsFile={self.folder}/known_hosts -o ConnectTimeout=60 "
+                                             "-o ServerAliveInterval=1 -o ServerAliveCountMax=30 -F none"}
         path = self.folder / "hosts.json"
         path.write_text(json.dumps({"all": {"hosts": hosts, "vars": shared}}))
         return path
@@ -179,10 +182,11 @@ class Lab:
     def environment(self, collections, results):
         """The environment of every Ansible program; each task's result becomes a line of the file `results`."""
         return {**os.environ, "ANSIBLE_COLLECTIONS_PATH": str(collections), "ANSIBLE_HOME": str(self.folder / "ansible"),
-                "HOME": str(self.folder), "ANSIBLE_PIPELINING": "1", "ANSIBLE_FORKS": "12", "ANSIBLE_NOCOLOR": "1",
+                "HOME": str(self.folder), "ANSIBLE_PIPELINING": "1", "ANSIBLE_SSH_TRANSFER_METHOD": "piped",
                 "ANSIBLE_SSH_CONTROL_PATH_DIR": str(self.folder / "control"), "ANSIBLE_REMOTE_TEMP": "/tmp/.ansible-lab",
                 "ANSIBLE_CALLBACK_PLUGINS": str(HERE / "callbacks"), "ANSIBLE_CALLBACKS_ENABLED": "fleet_results",
-                "ANSIBLE_LOCALHOST_WARNING": "0", RESULTS: str(results), "PYTHONDONTWRITEBYTECODE": "1"}
+                "ANSIBLE_FORKS": "12", "ANSIBLE_NOCOLOR": "1", "ANSIBLE_LOCALHOST_WARNING": "0", RESULTS: str(results),
+                "PYTHONDONTWRITEBYTECODE": "1"}
 
     def start_playbook(self, plays, collections, *options):
         """Starts ansible-playbook with plays (or the path of a playbook); `results_of` waits for it."""
@@ -195,7 +199,7 @@ class Lab:
             playbook.write_text(json.dumps(plays))
         with open(self.folder / f"output-{number}", "wb") as output:
             process = subprocess.Popen(["ansible-playbook", "-i", str(self.inventory()), str(playbook), *options],
-                                       stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+                                       stdin=subprocess.DEVNULL, stdout=output, stderr=output, start_new_session=True,
                                        env=self.environment(collections, results))
         process.results, process.output = results, self.folder / f"output-{number}"
         return process

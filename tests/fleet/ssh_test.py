@@ -3,23 +3,18 @@
     ssh_test.py COLLECTION QRXUPDATE VTEKCTL LIBRARY (that the tests script)
 """
 
-import fcntl
 import os
 import pathlib
 import shutil
 import signal
-import subprocess
-import sys
-import tempfile
 import threading
 import time
-import unittest
 
 import ssh_lab
-from chassis import inventory_report, update_report
-from local_modules import COMPONENT, INSTALLED, NEW, collections_with, description
+from chassis import update_report
+from local_modules import COMPONENT, INSTALLED, NEW
+from ssh_case import SshCase, main
 
-SUCCESS_WITHOUT_EFFECT = "inventory inventory.xml\npayloadPath /payloads/firmware.fwp\n"
 PLAY = [{"name": "Update", "hosts": "all", "gather_facts": False, "tasks": [{
     "name": "Update the controller",
     "qrxupdate.chassis.update": {
@@ -42,52 +37,8 @@ def is_at_work(process):
     return state != "Z"
 
 
-class OverSsh(unittest.TestCase):
-    """One lab for all tests; each test has chassis of its own."""
-
-    collection = qrxupdate = vtekctl = scripted_library = None
-
-    @classmethod
-    def setUpClass(cls):
-        # A short path, because a socket's must fit into 108 bytes; in memory, because 12 chassis sync a lot.
-        place = tempfile.TemporaryDirectory(prefix="f", dir="/dev/shm" if os.path.isdir("/dev/shm") else "/tmp")
-        cls.folder = pathlib.Path(cls.enterClassContext(place))
-        cls.collections = collections_with(cls.collection, cls.folder / "collections")
-        cls.lab = ssh_lab.Lab(cls.folder)
-        cls.make_packages()
-        for number in range(1, 13):
-            cls.make_chassis(cls.folder / f"root-{number}")
-        cls.lab.start()
-
-    @classmethod
-    def administer(cls, root, *arguments):
-        """Runs vtekctl on a chassis's root."""
-        return ssh_lab.run(cls.vtekctl, *arguments, env={**os.environ, "VTEK_ROOT": str(root)})
-
-    @classmethod
-    def make_packages(cls):
-        """Makes the signer and one package; servers get copies of it where theirs must differ."""
-        ssh_lab.run(cls.vtekctl, "keygen", cls.folder / "keys")
-        content = cls.folder / "content"
-        content.mkdir()
-        (content / "boot.img").write_bytes(bytes(range(256)) * 40)
-        cls.package = cls.folder / "package"
-        cls.package.mkdir()
-        (cls.package / "package.xml").write_text(description())
-        shutil.copy(cls.qrxupdate, cls.package / "qrxupdate")
-        ssh_lab.run(cls.vtekctl, "sign", content, "-o", cls.package / "firmware.fwp", "--package",
-                    cls.package / "package.xml", "--chassis", "LAB-CHASSIS", "--certificate",
-                    cls.folder / "keys/signer.pem", "--key", cls.folder / "keys/signer.key")
-
-    @classmethod
-    def make_chassis(cls, root):
-        """Makes the first chassis, and the others as copies of it."""
-        if root.name != "root-1":
-            shutil.copytree(cls.folder / "root-1", root, symlinks=True)
-            return
-        cls.administer(root, "init")
-        cls.administer(root, "inventory", "add", COMPONENT, INSTALLED)
-        cls.administer(root, "trust", "add", cls.folder / "keys/authority.pem")
+class OverSsh(SshCase):
+    """Each test has chassis of its own."""
 
     def setUp(self):
         for server in self.lab.servers.values():
@@ -117,25 +68,6 @@ class OverSsh(unittest.TestCase):
             f"if option == '-i':\n    real()\n    {after_inventory}\nelse:\n    {update}\n")
         (folder / "qrxupdate").chmod(0o755)
 
-    def hold(self, number, wait):
-        """Holds a chassis's repository as another update does; closing what it returns lets go."""
-        root = self.folder / f"root-{number}"
-        self.administer(root, "set", "lock-wait", wait)
-        lock = open(root / "lock", "a+", encoding="ascii")  # the caller closes it
-        fcntl.flock(lock, fcntl.LOCK_EX)
-        self.addCleanup(lock.close)
-        return lock
-
-    def wait_for_update(self, name):
-        """Waits until a server's update is at work; returns its process id."""
-        deadline = time.monotonic() + 300
-        while time.monotonic() < deadline:
-            for process, line in self.lab.processes(name).items():
-                if "qrxupdate -u" in line:
-                    return process
-            time.sleep(0.05)
-        self.fail(f"no update on {name}")
-
     def update(self, *names):
         """Updates from these servers; returns each one's only result."""
         started = self.lab.start_playbook(play(names), self.collections)
@@ -164,7 +96,7 @@ class OverSsh(unittest.TestCase):
         self.hold(5, 0)
         self.server("c5a", timeout=15)
         killed = self.hold(6, 300)
-        self.server("c7a", **self.library_without_effect(), read_back_timeout=3)
+        self.server("c7a", program_environment=self.lying_library(INSTALLED), read_back_timeout=3)
         self.make_revert("c8a")
         self.wrap("c9a", "real(); pathlib.Path(report).write_text(UPDATE.replace('25227', '25228'))")
         self.wrap("c9b", "pathlib.Path(report).write_text(UPDATE.replace('1.40.200', '1.20')); os.utime(report, (1, 1))")
@@ -198,15 +130,6 @@ class OverSsh(unittest.TestCase):
             self.assert_outcome(again[host], "already", None, False, False)
         self.assert_outcome(again["c9b"], "already", None, False, False)
         self.assert_nothing_left()
-
-    def library_without_effect(self):
-        """A platform library that says success and does nothing."""
-        folder = self.folder / "lying"
-        folder.mkdir()
-        (folder / "inventory.xml").write_text(inventory_report(INSTALLED))
-        (folder / "script").write_text(SUCCESS_WITHOUT_EFFECT)
-        return {"program_environment": {"LD_LIBRARY_PATH": str(self.scripted_library),
-                                        "VTEK_DOUBLE_SCRIPT": str(folder / "script")}}
 
     def kill_update(self, name):
         """Kills an update that waits in the middle."""
@@ -271,10 +194,4 @@ class OverSsh(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    ssh_lab.enter()
-    OverSsh.scripted_library = pathlib.Path(sys.argv.pop()).resolve().parent
-    OverSsh.vtekctl = pathlib.Path(sys.argv.pop()).resolve()
-    OverSsh.qrxupdate = pathlib.Path(sys.argv.pop()).resolve()
-    OverSsh.collection = pathlib.Path(sys.argv.pop()).resolve()
-    subprocess.run(["mount", "--make-rprivate", "/"], check=True)
-    unittest.main(verbosity=2)
+    main(OverSsh)
