@@ -138,7 +138,7 @@ class ModuleCase(unittest.TestCase):
 
     def history(self):
         """The versions that were installed."""
-        return [entry["toVersion"] for entry in json.loads(self.administer("history", "--json"))]
+        return [entry["toVersion"] for entry in json.loads(self.administer("history", "--json"))["history"]]
 
     def end_process(self, pattern_file):
         """Kills the process whose id a scripted program wrote into this file."""
