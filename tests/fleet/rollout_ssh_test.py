@@ -71,7 +71,7 @@ class RolloutOverSsh(SshCase):
     def assert_updated_once(self, numbers):
         """Each of these chassis has the new version, and got it once."""
         for number in numbers:
-            history = json.loads(self.administer(self.folder / f"root-{number}", "history", "--json"))
+            history = json.loads(self.administer(self.folder / f"root-{number}", "history", "--json"))["history"]
             self.assertEqual([entry["toVersion"] for entry in history].count(NEW), 1, (number, history))
 
     def leader(self, number):

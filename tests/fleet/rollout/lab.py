@@ -73,7 +73,8 @@ class Lab:
         return json.loads(pathlib.Path(str(self.ledger) + ".summary.json").read_text())
 
     def rows(self, sql="SELECT * FROM entry ORDER BY id"):
-        database = sqlite3.connect("file:%s?mode=ro" % self.ledger, uri=True)
+        # Not read-only: where a command was killed inside of a transaction, the first reader rolls it back.
+        database = sqlite3.connect(self.ledger)
         database.row_factory = sqlite3.Row
         try:
             return [dict(row) for row in database.execute(sql)]
