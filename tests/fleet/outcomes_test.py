@@ -228,7 +228,8 @@ class Scripted(ModuleCase):
 
 SLOW = ASK.replace("INVENTORY", 'INVENTORY.replace(INSTALLED, NEW) if pathlib.Path("done").exists() else INVENTORY') + (
     'with open("starts", "a") as starts:\n    starts.write("%d %d\\n" % (os.getpid(), os.getsid(0)))\n'
-    'while not pathlib.Path("go").exists():\n    time.sleep(0.05)\n'
+    # It also ends when the test has removed its package.
+    'while pathlib.Path("package.xml").exists() and not pathlib.Path("go").exists():\n    time.sleep(0.05)\n'
     'pathlib.Path("done").touch()\npathlib.Path(report).write_text(UPDATE)')
 
 
