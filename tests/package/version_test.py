@@ -25,6 +25,11 @@ class Version(unittest.TestCase):
         for page in pages:
             self.assertIn(f"qrxupdate {VERSION}", gzip.decompress(page.read_bytes()).decode(), page.name)
 
+    def test_dates_the_manual_pages_with_the_release(self):
+        released = re.search(r"^## \[.*\] - ([\d-]+)$", (SOURCE / "CHANGELOG.md").read_text(), re.MULTILINE)[1]
+        for page in (UNPACKED / "usr/share/man").rglob("*.gz"):
+            self.assertRegex(gzip.decompress(page.read_bytes()).decode(), rf'(?m)^\.TH "[^"]+" "\d" "{released}"', page.name)
+
     def test_matches_in_the_html_page(self):
         shown = subprocess.run([UNPACKED / "usr/bin/qrxinspect", "report", "--html", os.devnull], capture_output=True,
                                text=True, check=False).stdout
