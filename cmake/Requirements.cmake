@@ -5,10 +5,26 @@ macro(qrx_find_package package)
   find_package(${package} ${ARGN} QUIET)
   if(NOT ${package}_FOUND)
     string(JOIN " " wanted ${package} ${ARGN})
-    message(FATAL_ERROR "${wanted} is missing. On Debian, 'scripts/install-packages build' installs everything that a build "
-      "needs; scripts/packages-build.txt lists it.")
+    qrx_stop_without("${wanted}")
   endif()
 endmacro()
+
+# qrx_find_library(<target> <header> <library>): the same for a library that comes without a description for CMake.
+function(qrx_find_library target header library)
+  find_path(${target}_INCLUDE_DIR ${header})
+  find_library(${target}_LIBRARY ${library})
+  if(NOT ${target}_INCLUDE_DIR OR NOT ${target}_LIBRARY)
+    qrx_stop_without(${target})
+  endif()
+  add_library(${target} UNKNOWN IMPORTED)
+  set_target_properties(${target} PROPERTIES
+    IMPORTED_LOCATION ${${target}_LIBRARY} INTERFACE_INCLUDE_DIRECTORIES ${${target}_INCLUDE_DIR})
+endfunction()
+
+function(qrx_stop_without wanted)
+  message(FATAL_ERROR "${wanted} is missing. On Debian, 'scripts/install-packages build' installs everything that a build "
+    "needs; scripts/packages-build.txt lists it.")
+endfunction()
 
 # qrx_can_build_tests(<result>): whether the tools that the tests need to be built are there. A developer's build stops if
 # one is missing; any other leaves the tests out.

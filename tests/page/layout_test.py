@@ -1,4 +1,4 @@
-"""The page of 1 and of 40 reports on screens, phones and paper: no text is clipped, hidden or too pale to read.
+"""The page of 1 and of 40 reports, and of 12 hosts, on screens, phones and paper: no text is clipped, hidden or too pale to read.
 
 Usage: layout_test.py QRXINSPECT FOLDER    FOLDER receives the screenshots, for people to look at
 """
@@ -11,7 +11,7 @@ import tempfile
 import unittest
 
 import browser
-from reports import make_page, write_mixed
+from reports import make_page, write_hosts, write_mixed
 
 QRXINSPECT, PICTURES = (pathlib.Path(argument) for argument in sys.argv[1:3])
 browser.skip_unless_possible()
@@ -36,7 +36,7 @@ LOWEST_CONTRAST = """
     return [255, 255, 255];
   };
   let lowest = 21;
-  for (const element of document.querySelectorAll('h1, li, td, .pill, summary, pre, footer, th button')) {
+  for (const element of document.querySelectorAll('h1, h2, p, li, td, a, dt, dd, .pill, summary, pre, footer, th button')) {
     const style = getComputedStyle(element);
     if (element.offsetParent === null || style.display === 'none') continue;
     const [a, b] = [light(parse(style.color).slice(0, 3)), light(behind(element))];
@@ -48,7 +48,7 @@ LOWEST_CONTRAST = """
 
 # The texts that their box or the screen clips.
 CLIPPED = """
-Array.from(document.querySelectorAll('h1, li, td, summary, th')).filter((element) => {
+Array.from(document.querySelectorAll('h1, h2, p, li, td, dt, dd, summary, th')).filter((element) => {
   const box = element.getBoundingClientRect();
   return element.offsetParent !== null && (box.left < 0 || box.right > innerWidth + 0.5 ||
          element.scrollWidth > element.clientWidth + 1);
@@ -56,6 +56,8 @@ Array.from(document.querySelectorAll('h1, li, td, summary, th')).filter((element
 """
 
 FIRST_COLUMN = "Array.from(document.querySelectorAll('tbody tr')).map((row) => row.cells[0].textContent)"
+
+OUTCOMES = "Array.from(document.querySelectorAll('.pill')).map((pill) => pill.textContent)"
 
 
 class Layout(unittest.TestCase):
@@ -67,6 +69,9 @@ class Layout(unittest.TestCase):
             folder = pathlib.Path(cls.folder.name) / str(count)
             folder.mkdir()
             cls.pages[count] = make_page(QRXINSPECT, folder, write_mixed(folder, count))
+        hosts = pathlib.Path(cls.folder.name) / "hosts"
+        hosts.mkdir()
+        cls.pages[12] = make_page(QRXINSPECT, hosts, [write_hosts(hosts, 12)], options=["--hosts"])
         cls.browser = cls.enterClassContext(browser.Browser())
 
     @classmethod
@@ -77,7 +82,7 @@ class Layout(unittest.TestCase):
         for count, page in self.pages.items():
             for name, (width, height) in SCREENS.items():
                 for dark in (False, True):
-                    with self.subTest(reports=count, screen=name, dark=dark):
+                    with self.subTest(rows=count, screen=name, dark=dark):
                         self.browser.show(page, width, height, dark)
                         self.save_picture(f"{count}-{name}-{'dark' if dark else 'light'}", width, height)
                         self.assertEqual(self.browser.value("document.querySelectorAll('tbody tr').length"), count)
@@ -106,10 +111,10 @@ class Layout(unittest.TestCase):
             self.browser.value("document.querySelector('th button').click()")
             self.assertEqual(self.browser.value(FIRST_COLUMN), expected)
             self.assertEqual(self.browser.value("document.querySelector('th').getAttribute('aria-sort')"), state)
-        self.browser.value("document.querySelectorAll('th button')[2].click()")
-        outcomes = self.browser.value("Array.from(document.querySelectorAll('.pill')).map((pill) => pill.textContent)")
-        self.assertEqual(outcomes, sorted(outcomes))
-        self.assertEqual(set(outcomes), {"success", "failure", "damaged"})
+        worst_first = ["damaged"] * 2 + ["failure"] * 8 + ["success"] * 30
+        for expected in (worst_first, worst_first[::-1]):
+            self.browser.value("document.querySelectorAll('th button')[5].click()")
+            self.assertEqual(self.browser.value(OUTCOMES), expected)
         self.assertEqual(self.browser.value("document.querySelector('th').getAttribute('aria-sort')"), "none")
 
     def test_shows_only_rows_that_match_the_search(self):

@@ -42,9 +42,20 @@ def write_mixed(folder, count):
     return names
 
 
-def make_page(qrxinspect, folder, names):
+def write_hosts(folder, count):
+    """Writes the table of `count` hosts, two a chassis, and their reports; returns the table's name."""
+    lines = ["chassis,host,report,before,after,outcome,cause"]
+    for number, name in enumerate(write_mixed(folder, count), start=1):
+        values = {1: f"{name},1.30.100,1.40.200,updated,", 2: ",1.30.100,,unreachable,no route to host",
+                  3: ",,,,the roll-out was stopped"}.get(number % 4, f"{name},1.30.100,1.30.100,,")
+        lines.append(f"rack-{(number + 1) // 2},server-{number},{values}")
+    (pathlib.Path(folder) / "hosts.csv").write_text("\n".join(lines) + "\n")
+    return "hosts.csv"
+
+
+def make_page(qrxinspect, folder, names, options=("--",)):
     """Has qrxinspect make the page of these reports; returns its path."""
     page = pathlib.Path(folder) / "page.html"
-    ended = subprocess.run([qrxinspect, "report", "--html", "--", *names], cwd=folder, check=False, capture_output=True)
+    ended = subprocess.run([qrxinspect, "report", "--html", *options, *names], cwd=folder, check=False, capture_output=True)
     page.write_bytes(ended.stdout)
     return page

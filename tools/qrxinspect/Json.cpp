@@ -7,9 +7,9 @@ namespace {
 
 using nlohmann::ordered_json;
 
-ordered_json toJson(const Row& row) {
+ordered_json toJson(View view, const Row& row) {
     ordered_json json;
-    for (const Column& column : columnsOf(View::Devices)) {
+    for (const Column& column : columnsOf(view)) {
         json[column.key] = row.*column.value;
     }
     return json;
@@ -24,7 +24,7 @@ ordered_json toJson(const Report& report) {
                       {"problem", report.problem},
                       {"text", report.text}};
     for (const CDeviceInfo& device : report.devices) {
-        json["devices"].push_back(toJson(rowOf(report, device)));
+        json["devices"].push_back(toJson(View::Devices, rowOf(report, device)));
     }
     return json;
 }
@@ -39,6 +39,18 @@ ordered_json toJson(const std::vector<Report>& reports) {
         counts[nameOf(report.outcome)] = counts[nameOf(report.outcome)].get<int>() + 1;
     }
     return {{"reports", list}, {"counts", counts}};
+}
+
+ordered_json toJson(const Overview& overview) {
+    ordered_json json;
+    if (overview.view == View::Hosts) {
+        json["hosts"] = ordered_json::array();
+        for (const Row& row : overview.rows) {
+            json["hosts"].push_back(toJson(View::Hosts, row));
+        }
+    }
+    json.update(toJson(overview.reports));
+    return json;
 }
 
 }  // namespace qrxinspect

@@ -12,6 +12,10 @@ std::string nameOf(Report::Outcome outcome) {
     switch (outcome) {
         case Report::Outcome::Success:
             return "success";
+        case Report::Outcome::NotTried:
+            return "not tried";
+        case Report::Outcome::NotReached:
+            return "not reached";
         case Report::Outcome::Failure:
             return "failure";
         case Report::Outcome::Damaged:

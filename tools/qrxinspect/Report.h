@@ -14,6 +14,8 @@ struct Report {
     /** From the best to the worst. */
     enum class Outcome {
         Success,     // every device in it succeeded, and there is at least one
+        NotTried,    // of a host that has no report: nobody has tried
+        NotReached,  // of a host that has no report: it did not answer
         Failure,     // it reports a failure, or has no device
         Damaged,     // a report, but not well-formed: a value broke it, or its end is missing
         Unreadable,  // not a report, or it could not be read
@@ -31,7 +33,7 @@ struct Report {
 /** "inventory", "update", or empty if unknown. */
 std::string operationOf(const Report& report);
 
-/** "success", "failure", "damaged" or "unreadable". */
+/** "success", "not tried", "not reached", "failure", "damaged" or "unreadable". */
 std::string nameOf(Report::Outcome outcome);
 
 /** Whether the record reports a success. */

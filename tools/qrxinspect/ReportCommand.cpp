@@ -1,27 +1,26 @@
 #include "DamagedText.h"
 #include "HtmlPage.h"
 #include "Json.h"
+#include "Overview.h"
 #include "Qrxinspect.h"
-#include "ReportReader.h"
-#include "Summary.h"
-#include "base/Progress.h"
+#include "ReportFiles.h"
+#include "common/InputFile.h"
 #include "common/PrintJson.h"
 
+#include <ctime>
 #include <iterator>
 #include <utility>
 
 namespace qrxinspect {
 namespace {
 
-std::vector<Report> readAll(const std::vector<std::string>& files) {
-    std::vector<Report> reports;
-    vtek::Progress progress("read", files.size(), vtek::ProgressUnit::Items);
-    for (const std::string& file : files) {
-        std::vector<Report> read = readReports(file);
-        std::move(read.begin(), read.end(), std::back_inserter(reports));
-        progress.add(1);
+std::vector<std::string> filesOf(const std::vector<std::string>& operands) {
+    std::vector<std::string> files;
+    for (const std::string& operand : operands) {
+        std::vector<std::string> found = reportFilesOf(operand);
+        std::move(found.begin(), found.end(), std::back_inserter(files));
     }
-    return reports;
+    return files;
 }
 
 void printDamagedTexts(const Console& console, const std::vector<Report>& reports) {
@@ -35,10 +34,10 @@ void printDamagedTexts(const Console& console, const std::vector<Report>& report
 }
 
 /** "3 reports: 2 success, 1 damaged" */
-void printCounts(std::ostream& out, const std::vector<Report>& reports) {
-    out << '\n' << reports.size() << (reports.size() == 1 ? " report" : " reports");
+void printCounts(std::ostream& out, const Overview& overview) {
+    out << '\n' << overview.total();
     const char* separator = ": ";
-    for (const auto& [outcome, count] : countOutcomes(reports)) {
+    for (const auto& [outcome, count] : overview.counts()) {
         out << separator << count << ' ' << nameOf(outcome);
         separator = ", ";
     }
@@ -48,28 +47,50 @@ void printCounts(std::ostream& out, const std::vector<Report>& reports) {
 class ReportCommand : public tools::Command {
 public:
     void define(Options& options) override {
-        options.values("FILE", files_, "The reports").required().takes("FILE");
+        const tools::Option files =
+            options
+                .values("FILE", files_,
+                        "The reports; a folder stands for every *.xml in it, - for standard input")
+                .takes("FILE");
+        options.value("--hosts", table_, "Instead of reports: a table (CSV) of the hosts and their reports")
+            .excludes(files)
+            .takes("FILE");
         const tools::Option json = options.flag("--json", json_, "Print JSON");
         options.flag("--html", html_, "Print one self-contained page").excludes(json);
     }
 
     vtek::Result<ExitStatus> run(const Console& console) override {
-        const std::vector<Report> reports = readAll(files_);
-        printProblems(reports, console);
-        if (json_) {
-            tools::printJson(console.out, toJson(reports));
-        } else if (html_) {
-            printHtmlPage(console.out, reports);
-        } else {
-            printTable(console, View::Reports, summaryOf(reports));
-            printDamagedTexts(console, reports);
-            printCounts(console.out, reports);
+        if (files_.empty() && table_.empty()) {
+            console.report("name reports, or a table with --hosts (see qrxinspect --help)");
+            return ExitStatus::Usage;
         }
-        return statusOf(reports);
+        if (table_.empty()) {
+            return show(console, readOverview(filesOf(files_)));
+        }
+        const vtek::Result<std::vector<Host>> hosts = readHostTable(table_);
+        if (!hosts) {
+            return tools::inputError(table_ + ": " + hosts.error().message);
+        }
+        return show(console, readOverview(*hosts));
     }
 
 private:
+    ExitStatus show(const Console& console, const Overview& overview) const {
+        printProblems(overview.reports, console);
+        if (json_) {
+            tools::printJson(console.out, toJson(overview));
+        } else if (html_) {
+            printHtmlPage(console.out, overview, std::time(nullptr));
+        } else {
+            printTable(console, overview.view, overview.rows);
+            printDamagedTexts(console, overview.reports);
+            printCounts(console.out, overview);
+        }
+        return statusOf(overview.worst());
+    }
+
     std::vector<std::string> files_;
+    std::string table_;
     bool json_ = false;
     bool html_ = false;
 };

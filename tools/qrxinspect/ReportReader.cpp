@@ -1,9 +1,9 @@
 #include "ReportReader.h"
 
 #include "DocumentReaders.h"
+#include "ReportFiles.h"
 #include "ReportXml.h"
 #include "XmlDocument.h"
-#include "common/InputFile.h"
 
 #include <algorithm>
 #include <utility>
@@ -69,7 +69,7 @@ Report readDocument(std::string_view text) {
 }  // namespace
 
 std::vector<Report> readReports(const std::string& file) {
-    const vtek::Result<std::string> text = tools::readInput(file, "");
+    const vtek::Result<std::string> text = readReportFile(file);
     if (text) {
         return reportsIn(file, *text);
     }

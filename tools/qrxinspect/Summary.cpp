@@ -3,7 +3,6 @@
 #include "common/TextTable.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <iterator>
 
@@ -13,20 +12,27 @@ namespace {
 /** A column, and the views that show it. */
 struct ColumnInfo {
     Column column;
-    bool ofDevices;
-    bool ofReports;
+    std::vector<View> views;
 };
 
-constexpr std::array kColumns{
-    ColumnInfo{{"Report", "file", &Row::report}, false, true},
-    ColumnInfo{{"Operation", "operation", &Row::operation}, false, true},
-    ColumnInfo{{"Component", "id", &Row::component}, true, true},
-    ColumnInfo{{"Device", "name", &Row::device}, true, true},
-    ColumnInfo{{"Type", "type", &Row::type}, true, false},
-    ColumnInfo{{"Version", "version", &Row::version}, true, true},
-    ColumnInfo{{"Outcome", "outcome", &Row::outcome}, true, true},
-    ColumnInfo{{"Message", "message", &Row::message}, true, true},
-};
+const std::vector<ColumnInfo>& columnTable() {
+    static const std::vector<ColumnInfo> table{
+        {{"Chassis", "chassis", &Row::chassis}, {View::Hosts}},
+        {{"Host", "host", &Row::host}, {View::Hosts}},
+        {{"Report", "report", &Row::report}, {View::Reports, View::Hosts}},
+        {{"Operation", "operation", &Row::operation}, {View::Reports}},
+        {{"Component", "id", &Row::component}, {View::Devices, View::Reports}},
+        {{"Device", "name", &Row::device}, {View::Devices, View::Reports}},
+        {{"Type", "type", &Row::type}, {View::Devices}},
+        {{"Version", "version", &Row::version}, {View::Devices, View::Reports}},
+        {{"Before", "before", &Row::before}, {View::Hosts}},
+        {{"After", "after", &Row::after}, {View::Hosts}},
+        {{"Outcome", "outcome", &Row::outcome}, {View::Devices, View::Reports, View::Hosts}},
+        {{"Message", "message", &Row::message}, {View::Devices, View::Reports}},
+        {{"Cause", "cause", &Row::message}, {View::Hosts}},
+    };
+    return table;
+}
 
 std::string inCapitals(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
@@ -35,7 +41,7 @@ std::string inCapitals(std::string text) {
 }
 
 Row rowWithoutDevice(const Report& report) {
-    Row row{};
+    Row row{.ofWhole = report.outcome};
     row.report = report.file;
     row.operation = operationOf(report);
     row.outcome = nameOf(report.outcome);
@@ -56,8 +62,8 @@ std::string messageOf(const Report& report, const CDeviceInfo& device) {
 
 std::vector<Column> columnsOf(View view) {
     std::vector<Column> columns;
-    for (const ColumnInfo& info : kColumns) {
-        if (view == View::Devices ? info.ofDevices : info.ofReports) {
+    for (const ColumnInfo& info : columnTable()) {
+        if (std::find(info.views.begin(), info.views.end(), view) != info.views.end()) {
             columns.push_back(info.column);
         }
     }
@@ -65,7 +71,8 @@ std::vector<Column> columnsOf(View view) {
 }
 
 Row rowOf(const Report& report, const CDeviceInfo& device) {
-    return {.report = report.file,
+    return {.ofWhole = report.outcome,
+            .report = report.file,
             .operation = operationOf(report),
             .component = idOf(device),
             .device = device.getDeviceName(),
@@ -112,11 +119,12 @@ std::map<Report::Outcome, std::size_t> countOutcomes(const std::vector<Report>& 
     return counts;
 }
 
-tools::ExitStatus statusOf(const std::vector<Report>& reports) {
-    const auto better = [](const Report& a, const Report& b) { return a.outcome < b.outcome; };
-    switch (std::max_element(reports.begin(), reports.end(), better)->outcome) {
+tools::ExitStatus statusOf(Report::Outcome worst) {
+    switch (worst) {
         case Report::Outcome::Success:
             return tools::ExitStatus::Success;
+        case Report::Outcome::NotTried:
+        case Report::Outcome::NotReached:
         case Report::Outcome::Failure:
             return tools::ExitStatus::Failure;
         case Report::Outcome::Damaged:
@@ -124,6 +132,11 @@ tools::ExitStatus statusOf(const std::vector<Report>& reports) {
             break;
     }
     return tools::ExitStatus::BadInput;
+}
+
+tools::ExitStatus statusOf(const std::vector<Report>& reports) {
+    const auto better = [](const Report& a, const Report& b) { return a.outcome < b.outcome; };
+    return statusOf(std::max_element(reports.begin(), reports.end(), better)->outcome);
 }
 
 void printProblems(const std::vector<Report>& reports, const tools::Console& console) {

@@ -103,6 +103,87 @@ TEST_F(ReportFolder, PrintsAPageWithoutMarkupFromValues) {
               std::string::npos);
 }
 
+TEST_F(ReportFolder, ReadsEveryReportInAFolder) {
+    std::filesystem::create_directories(folder_ / "all/host-2");
+    std::filesystem::create_directories(folder_ / "none");
+    std::filesystem::copy(folder_ / "chassis-1.xml", folder_ / "all/1.xml");
+    std::filesystem::copy(folder_ / "chassis-3.xml", folder_ / "all/host-2/2.xml");
+    const Outcome outcome = inspect(folder_.path(), {"report", "all", "none"});
+    EXPECT_EQ(outcome.exitStatus, 2);
+    EXPECT_EQ(outcome.error, "qrxinspect: none: is a folder without reports (*.xml)\n");
+    EXPECT_EQ(
+        outcome.output,
+        "REPORT            OPERATION  COMPONENT  DEVICE  VERSION   OUTCOME     MESSAGE\n"
+        "all/1.xml         inventory  25227      QRX     1.30.100  success     -\n"
+        "all/host-2/2.xml  update     -          -       -         failure     The signature is not valid\n"
+        "none              -          -          -       -         unreadable  is a folder without reports "
+        "(*.xml)\n"
+        "\n"
+        "3 reports: 1 success, 1 failure, 1 unreadable\n");
+}
+
+TEST_F(ReportFolder, ReadsStandardInputAndPipes) {
+    const std::string lines =
+        "cat chassis-1.xml | \"$0\" report - <(cat chassis-3.xml) | sed 's|/dev/fd/[0-9]*|pipe|'";
+    const Outcome outcome =
+        run({.arguments = {"/bin/bash", "-c", lines, inspectProgram()}, .workingDirectory = folder_.path()});
+    EXPECT_EQ(outcome.error, "");
+    EXPECT_NE(outcome.output.find("\n-           inventory  25227"), std::string::npos) << outcome.output;
+    EXPECT_NE(outcome.output.find("\npipe  update     -"), std::string::npos) << outcome.output;
+    EXPECT_TRUE(outcome.output.ends_with("\n2 reports: 1 success, 1 failure\n")) << outcome.output;
+}
+
+/** The table of a roll-out: a host whose success was not read back, and hosts without a report. */
+constexpr const char* kHosts =
+    "chassis,host,report,before,after,outcome,cause\n"
+    "rack-1,h1,chassis-2.xml,1.30.100,1.40.200,updated,\n"
+    "rack-1,h2,chassis-1.xml,1.30.100,1.30.100,unverified,\n"
+    "rack-2,h3,chassis-3.xml,1.30.100,,,\n"
+    "rack-3,h4,,,,unreachable,no route to host\n"
+    "rack-4,h5,,,,,\n";
+
+TEST_F(ReportFolder, ShowsTheHostsOfATable) {
+    writeFile(folder_ / "hosts.csv", kHosts);
+    const Outcome outcome = inspect(folder_.path(), {"report", "--hosts", "hosts.csv"});
+    EXPECT_EQ(outcome.exitStatus, 1);
+    EXPECT_EQ(outcome.error, "");
+    EXPECT_EQ(outcome.output,
+              "CHASSIS  HOST  REPORT         BEFORE    AFTER     OUTCOME      CAUSE\n"
+              "rack-1   h1    chassis-2.xml  1.30.100  1.40.200  success      updated\n"
+              "rack-1   h2    chassis-1.xml  1.30.100  1.30.100  failure      unverified\n"
+              "rack-2   h3    chassis-3.xml  1.30.100  -         failure      The signature is not valid\n"
+              "rack-3   h4    -              -         -         not reached  no route to host\n"
+              "rack-4   h5    -              -         -         not tried    -\n"
+              "\n"
+              "5 hosts: 1 success, 1 not tried, 1 not reached, 2 failure\n");
+}
+
+TEST_F(ReportFolder, PrintsTheHostsAsJson) {
+    writeFile(folder_ / "hosts.csv", kHosts);
+    const nlohmann::json json = inspectJson(folder_.path(), {"report", "--json", "--hosts", "hosts.csv"});
+    ASSERT_EQ(json["hosts"].size(), 5u);
+    EXPECT_EQ(json["hosts"][2], nlohmann::json::parse(R"({
+        "chassis": "rack-2", "host": "h3", "report": "chassis-3.xml", "before": "1.30.100", "after": "",
+        "outcome": "failure", "cause": "The signature is not valid"})"));
+    EXPECT_EQ(json["reports"].size(), 4u);
+}
+
+TEST_F(ReportFolder, PrintsTheHostsAsAPage) {
+    writeFile(folder_ / "hosts.csv", kHosts);
+    const Outcome outcome = inspect(folder_.path(), {"report", "--html", "--hosts", "hosts.csv"});
+    EXPECT_NE(outcome.output.find("<td class=\"host\" data-label=\"Host\">h4</td>"), std::string::npos);
+    EXPECT_NE(outcome.output.find("<span class=\"pill\">not reached</span>"), std::string::npos);
+}
+
+TEST_F(ReportFolder, RefusesATableThatCannotBeRead) {
+    writeFile(folder_ / "hosts.csv", "server\nh1\n");
+    EXPECT_EQ(inspect(folder_.path(), {"report", "--hosts", "hosts.csv"}).error,
+              "qrxinspect: hosts.csv: has no column \"host\"\n");
+    const Outcome missing = inspect(folder_.path(), {"report", "--hosts", "none.csv"});
+    EXPECT_EQ(missing.exitStatus, 2);
+    EXPECT_EQ(missing.error, "qrxinspect: none.csv: No such file or directory\n");
+}
+
 TEST_F(ReportFolder, EscapesFileNames) {
     const Outcome outcome = inspect(folder_.path(), {"report", "\x1b[31m.xml"});
     EXPECT_EQ(outcome.error, "qrxinspect: \\x1b[31m.xml: No such file or directory\n");

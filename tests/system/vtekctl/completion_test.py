@@ -56,7 +56,7 @@ class Completion(unittest.TestCase):
     def test_offers_options_of_the_tool_and_of_a_command(self):
         self.assertEqual(offers("vtekctl -"), ["--help", "--quiet", "--root", "--version", "-h"])
         self.assertEqual(offers("vtekctl verify --"), ["--help", "--json", "--plan"])
-        self.assertEqual(offers("qrxinspect report --"), ["--help", "--html", "--json"])
+        self.assertEqual(offers("qrxinspect report --"), ["--help", "--hosts", "--html", "--json"])
 
     def test_skips_the_value_of_an_option(self):
         self.assertEqual(offers("vtekctl --root show tr"), ["trust"])

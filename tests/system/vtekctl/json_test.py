@@ -43,6 +43,7 @@ class Json(PackageCase):
         super().setUp()
         (self.folder / "updated.xml").write_text(UPDATED)
         (self.folder / "damaged.xml").write_text(UPDATED[:-30])
+        (self.folder / "hosts.csv").write_text("chassis,host,report\nrack-1,h1,updated.xml\nrack-1,h2,\n")
         (self.folder / "plugin.xml").write_text(PLUGIN)
         (self.folder / "other").mkdir()
         (self.folder / "other/package.xml").write_text(DESCRIPTION)
@@ -76,7 +77,7 @@ class Json(PackageCase):
         }
         qrxinspect = {
             "qrxinspect-report": [["result", "updated.xml"], ["result", "missing"],
-                                  ["report", "updated.xml", "damaged.xml", "missing"]],
+                                  ["report", "updated.xml", "damaged.xml", "missing"], ["report", "--hosts", "hosts.csv"]],
             "qrxinspect-package": [["package", "other"]],
             "qrxinspect-package-check": [["package", "--check", "other"]],
             "qrxinspect-plugin": [["plugin", "plugin.xml"]],
@@ -102,7 +103,7 @@ class Json(PackageCase):
             missing, changed = copy.deepcopy(document), copy.deepcopy(document)
             del missing[member]
             changed[member] = 1.5
-            optional = (name, member) == ("vtekctl-show", "firmware")
+            optional = (name, member) in (("vtekctl-show", "firmware"), ("qrxinspect-report", "hosts"))
             self.assertEqual(self.schema(name).is_valid(missing), optional, member)
             self.assertFalse(self.schema(name).is_valid(changed), member)
         self.assertFalse(self.schema(name).is_valid({**document, "unknown": 1}))

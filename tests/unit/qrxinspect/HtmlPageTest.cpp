@@ -18,10 +18,16 @@ const std::string kHostile = "<script>alert(1)</script><img src=x onerror=alert(
 const std::string kHostileShown =
     "<script>alert(1)</script><img src=x onerror=alert(1)>\"'&\\x1b[31m\\u202e\\xff";
 
-std::string pageOf(const std::vector<Report>& reports) {
+constexpr std::time_t kMade = 1'764'000'000;  // 2025-11-24 16:00 UTC
+
+std::string pageOf(const Overview& overview) {
     std::ostringstream out;
-    printHtmlPage(out, reports);
+    printHtmlPage(out, overview, kMade);
     return out.str();
+}
+
+std::string pageOf(const std::vector<Report>& reports) {
+    return pageOf({.rows = summaryOf(reports), .reports = reports, .files = reports.size()});
 }
 
 CDeviceInfo deviceOf(const std::string& value) {
@@ -87,6 +93,63 @@ TEST(HtmlPage, ShowsARowPerDevice) {
     EXPECT_THAT(page.textsOf("//tbody/tr/td"),
                 testing::ElementsAre("a.xml", "update", "x", "x", "x", "failure", "x"));
     EXPECT_THAT(page.textsOf("//header//li"), testing::ElementsAre("1 report", "1 failure"));
+    EXPECT_THAT(page.textsOf("//p[@class='made']"),
+                testing::ElementsAre("Made on 2025-11-24 16:00 UTC from 1 file"));
+}
+
+TEST(HtmlPage, ShowsProblemsFirst) {
+    std::vector<Report> reports;
+    for (const Report::Outcome outcome : {Report::Outcome::Success, Report::Outcome::Failure,
+                                          Report::Outcome::Unreadable, Report::Outcome::Damaged}) {
+        reports.push_back({.file = nameOf(outcome), .outcome = outcome});
+    }
+    ParsedPage page(pageOf(reports));
+    const auto worstFirst = testing::ElementsAre("unreadable", "damaged", "failure", "success");
+    EXPECT_THAT(page.textsOf("//tbody/tr/td[1]"), worstFirst);
+    EXPECT_THAT(page.textsOf("//tbody/tr/@data-of"), worstFirst);
+    EXPECT_THAT(page.textsOf("//tbody/tr/td[6]/@data-sort"), testing::ElementsAre("0", "1", "2", "5"));
+    EXPECT_THAT(page.textsOf("//header//button"),
+                testing::ElementsAre("4 reports", "1 unreadable", "1 damaged", "1 failure", "1 success"));
+}
+
+TEST(HtmlPage, ShowsARowPerHost) {
+    const Row row{.ofWhole = Report::Outcome::NotTried,
+                  .chassis = "rack-1",
+                  .host = "h1",
+                  .before = "1",
+                  .outcome = "not tried",
+                  .message = "stopped"};
+    ParsedPage page(pageOf({.view = View::Hosts, .rows = {row}}));
+    EXPECT_THAT(page.textsOf("//thead//button"),
+                testing::ElementsAre("Chassis", "Host", "Report", "Before", "After", "Outcome", "Cause"));
+    EXPECT_THAT(page.textsOf("//tbody/tr/td"),
+                testing::ElementsAre("rack-1", "h1", "", "1", "", "not tried", "stopped"));
+    EXPECT_THAT(page.textsOf("//tbody/tr/@class"), testing::ElementsAre("not-tried"));
+    EXPECT_THAT(page.textsOf("//header//li"), testing::ElementsAre("1 host", "1 not tried"));
+}
+
+TEST(HtmlPage, LinksKnownMessagesToTheirCures) {
+    CDeviceInfo device;
+    device.setStatus(1);
+    std::vector<Report> reports;
+    for (const char* message : {"Start copying file failed", "WYND is not present", "another message",
+                                "Start copying file failed"}) {
+        device.setErrorMsg(message);
+        reports.push_back({.outcome = Report::Outcome::Failure, .devices = {device}});
+    }
+    ParsedPage page(pageOf(reports));
+    EXPECT_THAT(page.textsOf("//tbody//a/@href"), testing::ElementsAre("#cure-9", "#cure-6", "#cure-9"));
+    EXPECT_THAT(page.textsOf("//dt/@id"), testing::ElementsAre("cure-6", "cure-9"));
+    EXPECT_THAT(page.textsOf("//dt"),
+                testing::ElementsAre("WYND is not present", "Start copying file failed"));
+    EXPECT_EQ(page.textsOf("//dd").size(), 4u);
+    EXPECT_TRUE(ParsedPage(pageOf(reportsOf("x"))).textsOf("//section").empty());
+}
+
+TEST(HtmlPage, ShowsThePathOnHoverAndItsNameAlways) {
+    ParsedPage page(pageOf({{.file = "a/\"b\"/c.xml", .outcome = Report::Outcome::Failure}}));
+    EXPECT_THAT(page.textsOf("//tbody/tr/td[1]/@title"), testing::ElementsAre("a/\"b\"/c.xml"));
+    EXPECT_THAT(page.textsOf("//tbody/tr/td[1]/span/span"), testing::ElementsAre("a/\"b\"/", "c.xml"));
 }
 
 TEST(HtmlPage, ShowsADamagedReportWithItsText) {
@@ -116,7 +179,7 @@ TEST(HtmlPage, MakesNoMarkupOfValues) {
 
 TEST(HtmlPage, ShowsHostileValuesVerbatim) {
     ParsedPage page(pageOf(reportsOf(kHostile)));
-    EXPECT_THAT(page.textsOf("//tbody/tr[1]/td"),
+    EXPECT_THAT(page.textsOf("//tbody/tr[2]/td"),
                 testing::ElementsAre(kHostileShown, "update", kHostileShown, kHostileShown, kHostileShown,
                                      "failure", kHostileShown));
     EXPECT_THAT(page.textsOf("//pre"), testing::ElementsAre(kHostileShown + "\n"));
@@ -135,7 +198,7 @@ TEST(HtmlPage, LoadsNothing) {
 }
 
 TEST(HtmlPage, HasStylesForPhonesDarkScreensAndPaper) {
-    const std::string text = pageOf({});
+    const std::string text = pageOf(Overview{});
     EXPECT_THAT(text, HasSubstr("name=\"viewport\""));
     EXPECT_THAT(text, HasSubstr("@media (prefers-color-scheme: dark)"));
     EXPECT_THAT(text, HasSubstr("@media screen and (max-width: 62rem)"));

@@ -79,6 +79,8 @@ TEST(Summary, KeepsTheOrderOfColumnsInEveryView) {
                 testing::ElementsAre("Component", "Device", "Type", "Version", "Outcome", "Message"));
     EXPECT_THAT(titlesOf(View::Reports), testing::ElementsAre("Report", "Operation", "Component", "Device",
                                                               "Version", "Outcome", "Message"));
+    EXPECT_THAT(titlesOf(View::Hosts),
+                testing::ElementsAre("Chassis", "Host", "Report", "Before", "After", "Outcome", "Cause"));
 }
 
 TEST(Summary, PrintsTheRowsUnderHeadings) {
@@ -100,6 +102,8 @@ TEST(Summary, ReturnsTheStatusOfTheWorstReport) {
     const Report failed = reportWith(Outcome::Failure);
     EXPECT_EQ(statusOf({good, good}), tools::ExitStatus::Success);
     EXPECT_EQ(statusOf({good, failed, good}), tools::ExitStatus::Failure);
+    EXPECT_EQ(statusOf(Outcome::NotTried), tools::ExitStatus::Failure);
+    EXPECT_EQ(statusOf(Outcome::NotReached), tools::ExitStatus::Failure);
     EXPECT_EQ(statusOf({good, reportWith(Outcome::Damaged), failed}), tools::ExitStatus::BadInput);
     EXPECT_EQ(statusOf({reportWith(Outcome::Unreadable), good}), tools::ExitStatus::BadInput);
 }
