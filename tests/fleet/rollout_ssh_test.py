@@ -1,19 +1,28 @@
 """The playbook rollout over a real sshd: chassis with two servers each, in network namespaces on this machine.
 
     rollout_ssh_test.py [TEST...] COLLECTION QRXUPDATE VTEKCTL LIBRARY (that the tests script)
+
+FLEET_CHASSIS is the number of chassis, 12 if it is not set.
 """
 
 import json
+import os
 import shutil
+import signal
+import sqlite3
 import tarfile
 
 from collections_folder import module_util
 from local_modules import INSTALLED, NEW
 from ssh_case import SshCase, main
 
+LOCKED = "another roll-out on this controller is at work on the chassis"
+
 
 class RolloutOverSsh(SshCase):
     """Each test begins with the older version on all chassis, and with an archive of the package."""
+
+    chassis = int(os.environ.get("FLEET_CHASSIS", "12"))
 
     @classmethod
     def setUpClass(cls):
@@ -81,6 +90,14 @@ class RolloutOverSsh(SshCase):
                     for server in self.lab.servers.values() if server.root.name == f"root-{number}"]
         return plan.make_plan(readings, NEW, "lab", [1], "required", {})[0].leader
 
+    def test_updates_a_whole_fleet_and_cleans_up(self):
+        numbers = range(1, self.chassis + 1)
+        self.roll_out(numbers, 0, qrx_deliver=True)
+        self.assert_states(**{f"n{number}": "green" for number in numbers})
+        self.assert_updated_once(numbers)
+        left = [path for server in self.lab.servers.values() for path in (server.folder / "packages").iterdir()]
+        self.assertEqual(left, [])
+
     def test_stops_a_damaged_package_at_wave_one(self):
         folder = self.place / "damaged"
         shutil.copytree(self.package, folder)
@@ -106,6 +123,32 @@ class RolloutOverSsh(SshCase):
         self.lab.start_sshd(name)
         self.roll_out((4, 5), 0)
         self.assert_updated_once((4, 5))
+
+    def test_keeps_a_second_roll_out_off_the_chassis(self):
+        held = self.hold(6, 300)
+        first = self.start((6,))
+        self.wait_for_update(self.leader(6))
+        self.roll_out((6, 7), 2, ledger="second")
+        self.assertEqual(self.summary("second")["chassis-6"], ("not tried", LOCKED))
+        self.assert_states("second", n6="not tried", n7="green")
+        held.close()
+        self.finish(first, 0)
+        self.assert_updated_once((6, 7))
+
+    def test_resumes_after_a_kill(self):
+        held = [self.hold(number, 300) for number in (8, 9)]
+        killed = self.start((8, 9), qrx_waves=[2])
+        for number in (8, 9):
+            self.wait_for_update(self.leader(number))
+        os.killpg(killed.pid, signal.SIGKILL)
+        killed.wait()
+        resumed = self.start((8, 9), qrx_waves=[2])
+        for lock in held:
+            lock.close()
+        self.finish(resumed, 0)
+        self.assert_updated_once((8, 9))
+        with sqlite3.connect(self.place / "ledger") as ledger:
+            self.assertEqual(ledger.execute("PRAGMA integrity_check").fetchall(), [("ok",)])
 
     def test_finds_a_lying_library_by_the_witness(self):
         name = self.leader(10)

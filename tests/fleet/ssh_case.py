@@ -23,6 +23,7 @@ SUCCESS_WITHOUT_EFFECT = "inventory inventory.xml\npayloadPath /payloads/firmwar
 class SshCase(unittest.TestCase):
     """One lab for all tests."""
 
+    chassis = 12
     collection = qrxupdate = vtekctl = scripted_library = None
 
     @classmethod
@@ -31,9 +32,9 @@ class SshCase(unittest.TestCase):
         place = tempfile.TemporaryDirectory(prefix="f", dir="/dev/shm" if os.path.isdir("/dev/shm") else "/tmp")
         cls.folder = pathlib.Path(cls.enterClassContext(place))
         cls.collections = collections_with(cls.collection, cls.folder / "collections")
-        cls.lab = ssh_lab.Lab(cls.folder)
+        cls.lab = ssh_lab.Lab(cls.folder, cls.chassis)
         cls.make_packages()
-        for number in range(1, 13):
+        for number in range(1, cls.chassis + 1):
             cls.make_chassis(cls.folder / f"root-{number}")
         cls.lab.start()
 

@@ -24,12 +24,12 @@ def asked(question):
 class Rpm(unittest.TestCase):
     def test_has_the_files_of_the_debian_package(self):
         with tempfile.TemporaryDirectory() as root:
-            subprocess.run(["rpm", "--root", root, "--install", "--nodeps", PACKAGE], check=True)
-            subprocess.run(["rpm", "--root", root, "--verify", "--nodeps", "qrxupdate"], check=True)
-            installed = {path.relative_to(root).as_posix() for path in pathlib.Path(root).rglob("*")
-                         if not path.is_dir() and "var/lib" not in path.relative_to(root).as_posix()}
-        self.assertEqual({path for path in installed if path.startswith("usr/lib/sysimage/") is False},
-                         files() - ONLY_DEBIANS)
+            subprocess.run(["rpm", "--root", root, "--install", "--nodeps", "--dbpath", "/db", PACKAGE], check=True)
+            subprocess.run(["rpm", "--root", root, "--verify", "--nodeps", "--dbpath", "/db", "qrxupdate"], check=True)
+            # Beside the package, rpm keeps a database there, and its links for debuggers.
+            installed = {path.relative_to(root).as_posix() for path in pathlib.Path(root, "usr").rglob("*")
+                         if not path.is_dir() and ".build-id" not in path.parts}
+        self.assertEqual(installed, files() - ONLY_DEBIANS)
 
     def test_leaves_the_platforms_library_to_the_platform(self):
         self.assertFalse([line for line in asked("--provides") | asked("--requires") if "libvtek" in line])
