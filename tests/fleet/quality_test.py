@@ -6,6 +6,9 @@
 import ast
 import importlib
 import json
+import os
+import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -13,7 +16,7 @@ import tarfile
 
 import yaml
 
-from local_modules import MODULE_NAMES, ModuleCase, main
+from local_modules import MODULE_NAMES, NEW, ModuleCase, main
 
 OLDEST_PYTHON = (3, 5)
 # What came after that Python, beyond what its grammar refuses.
@@ -108,6 +111,30 @@ class Quality(ModuleCase):
             playbook = self.folder / f"{name}.yml"
             playbook.write_text(json.dumps([{"hosts": "all", "tasks": tasks}]))
             self.run_tool("ansible-playbook", "--syntax-check", "-i", "localhost,", playbook)
+
+    def test_does_what_its_readme_says(self):
+        self.make_chassis()
+        self.make_package()
+        readme = (self.collection / "README.md").read_text()
+        hosts, playbook = re.findall("```yaml\n(.*?)```", readme, re.DOTALL)
+        dry_run = re.search("`(ansible-playbook .*?)`", readme)[1]
+        package = "package: /opt/firmware/25227-1.40.200"
+        self.assertIn(package, playbook)
+        playbook = playbook.replace(package, f"package: {self.package}\n        state: {self.state}")
+        (self.folder / "hosts.yml").write_text(hosts)
+        (self.folder / "update.yml").write_text(playbook)
+
+        def run(command):
+            place = {"ANSIBLE_COLLECTIONS_PATH": str(self.collections), "ANSIBLE_HOME": str(self.folder), "HOME": str(self.folder),
+                     "ANSIBLE_TRANSPORT": "local", "ANSIBLE_PYTHON_INTERPRETER": sys.executable, "ANSIBLE_NOCOLOR": "1",
+                     "PATH": f"{self.vtekctl.parent}:{os.environ['PATH']}"}
+            said = self.run_tool(*shlex.split(command), cwd=self.folder, env={**self.variables(), **place})
+            return dict(re.findall(r"^(server-\d) +: .*?changed=(\d)", said, re.MULTILINE))
+
+        self.assertEqual(run(dry_run), {"server-1": "1", "server-2": "1", "server-3": "1"})
+        self.assertEqual(self.history(), [])
+        self.assertEqual(run(dry_run.replace(" --check", "")), {"server-1": "1", "server-2": "0", "server-3": "0"})
+        self.assertEqual(self.history(), [NEW])
 
     def test_makes_the_archive(self):
         self.run_tool("ansible-galaxy", "collection", "build", "--output-path", self.folder)
