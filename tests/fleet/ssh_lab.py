@@ -91,7 +91,7 @@ class Lab:
         """Starts the bridge and every server; returns when all answer."""
         run("mount", "-t", "tmpfs", "tmpfs", "/run")
         os.makedirs("/run/sshd")
-        self._know_the_user_of_sshd()
+        self._make_users()
         run("ip", "link", "set", "lo", "up")
         run("ip", "link", "add", "lab", "type", "bridge")
         run("ip", "address", "add", "10.77.0.1/16", "dev", "lab")
@@ -102,13 +102,13 @@ class Lab:
         for server in self.servers.values():
             self._wait_for(server)
 
-    def _know_the_user_of_sshd(self):
-        """sshd wants a user of its own, which the machine need not have."""
-        users = pathlib.Path("/etc/passwd").read_text(encoding="utf-8")
-        if "\nsshd:" not in users:
-            own = self.folder / "passwd"
-            own.write_text(users + "sshd:x:65534:65534::/run/sshd:/usr/sbin/nologin\n", encoding="utf-8")
-            run("mount", "--bind", own, "/etc/passwd")
+    def _make_users(self):
+        """The user that sshd wants, and a root without this machine's start files: bash reads them for every command."""
+        home = self.folder / "home"
+        home.mkdir()
+        own = self.folder / "passwd"
+        own.write_text(f"root:x:0:0:root:{home}:/bin/sh\nsshd:x:65534:65534::/run/sshd:/usr/sbin/nologin\n", encoding="utf-8")
+        run("mount", "--bind", own, "/etc/passwd")
 
     def _make_network(self, server):
         name = server.name
