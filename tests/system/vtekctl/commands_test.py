@@ -382,7 +382,7 @@ class Firmware(PackageCase):
                          f"firmware.fwp would be installed: component {COMPONENT} version {NEW}, signed by "
                          "CN=Lab Signer\n")
         verified = self.answer("verify", self.package / "firmware.fwp")
-        self.assertEqual(sorted(verified), ["chassisTypes", "componentID", "override", "payloadDigest", "signer",
+        self.assertEqual(sorted(verified), ["chassisTypes", "componentID", "format", "override", "payloadDigest", "signer",
                                             "version"])
         self.done("set", "chassis-type", "ANOTHER")
         self.assert_refused(303, "verify", self.package / "firmware.fwp")
