@@ -27,7 +27,11 @@ public:
         return csv_parse(&parser_, text.data(), text.size(), endCell, endRow, this) == text.size();
     }
     bool finish() { return csv_fini(&parser_, endCell, endRow, this) == 0; }
-    std::string problem() { return csv_strerror(csv_error(&parser_)); }
+    std::string problem() {
+        const int error = csv_error(&parser_);
+        return error == CSV_EPARSE ? "a quotation mark inside of a value, or without its end"
+                                   : csv_strerror(error);
+    }
 
     std::vector<Row> rows;
 

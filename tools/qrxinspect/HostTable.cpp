@@ -65,7 +65,8 @@ vtek::Result<std::vector<Host>> readHostTable(const std::string& path) {
     for (auto row = rows.begin() + 1; row != rows.end(); ++row) {
         hosts.push_back(hostOf(rows.front(), *row));
         if (std::string& report = hosts.back().report; !report.empty()) {
-            report = (folder / report).string();
+            // A table names files, never standard input.
+            report = (folder / (report == "-" ? "./-" : report)).string();
         }
     }
     return hosts;

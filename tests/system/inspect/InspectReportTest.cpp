@@ -175,6 +175,12 @@ TEST_F(ReportFolder, PrintsTheHostsAsAPage) {
     EXPECT_NE(outcome.output.find("<span class=\"pill\">not reached</span>"), std::string::npos);
 }
 
+TEST_F(ReportFolder, TakesNoStandardInputFromATable) {
+    writeFile(folder_ / "hosts.csv", "host,report\nh1,-\n");
+    EXPECT_EQ(inspect(folder_.path(), {"report", "--hosts", "hosts.csv"}).error,
+              "qrxinspect: ./-: No such file or directory\n");
+}
+
 TEST_F(ReportFolder, RefusesATableThatCannotBeRead) {
     writeFile(folder_ / "hosts.csv", "server\nh1\n");
     EXPECT_EQ(inspect(folder_.path(), {"report", "--hosts", "hosts.csv"}).error,

@@ -1,6 +1,6 @@
 #include "Csv.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace qrxinspect {
 namespace {
@@ -39,7 +39,8 @@ TEST(Csv, NamesTheLineOfAnError) {
     EXPECT_EQ(problemWith("a,b\n1\r1,2\n"), "line 2: 1 values below 2 headings");
     EXPECT_EQ(problemWith("a,b\n\"1\n2\",3\n4,5,6\n"), "line 4: 3 values below 2 headings");
     for (const char* text : {"a\n\"b", "a\nb\"c\n", "a\n\"b\"c\n"}) {
-        EXPECT_THAT(problemWith(text), testing::StartsWith("line 2: ")) << text;
+        EXPECT_EQ(problemWith(text), "line 2: a quotation mark inside of a value, or without its end")
+            << text;
     }
 }
 
