@@ -1,5 +1,4 @@
 #include "QRXInventory.h"
-#include "XmlPruning.h"
 #include "XmlReading.h"
 
 namespace {
@@ -39,8 +38,7 @@ const xmlNode* findApplication(const xmlNode* component) {
 int GetQRXVersion(const char* componentId, const char* inventoryXml, CDeviceInfo* device) {
     constexpr int kFound = 0;
     constexpr int kNotFound = 1;
-    const XmlDocPtr doc = parseXmlPruned(
-        inventoryXml, [componentId](const xmlNode* node) { return isComponent(node, componentId); });
+    const XmlDocPtr doc = parseXmlText(inventoryXml);
     const xmlNode* const root = xmlDocGetRootElement(doc.get());
     if (root == nullptr || !isElement(root, "SVMInventory")) {
         return kNotFound;

@@ -4,7 +4,6 @@
 #include "PlatformLayer.h"
 #include "XmlReading.h"
 
-#include <limits>
 #include <utility>
 
 namespace {
@@ -22,12 +21,6 @@ constexpr const char* XPATH_SUFFIX = "\"]";
 // How xmlNodeDump lays out a record: from the left margin, with line breaks and indentation.
 constexpr int kIndentationLevel = 0;
 constexpr int kFormatted = 1;
-
-/** Null for a text that is not XML, or is longer than libxml2 can count. */
-XmlDocPtr parseXml(const std::string& text) {
-    const bool fits = text.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
-    return XmlDocPtr(fits ? xmlParseMemory(text.data(), static_cast<int>(text.size())) : nullptr);
-}
 
 /** Appends the element as text to out. False if out of memory. */
 bool appendElement(xmlDoc* doc, xmlNode* element, std::ostream& out) {
@@ -157,7 +150,7 @@ bool CSoftwareComponentInfo::getPresenceOfRollbackInfo() {
 
 bool CSoftwareComponentInfo::GetInvFromTVK(std::string componentID, std::stringstream& record,
                                            std::stringstream& inventory) {
-    const XmlDocPtr doc = parseXml(inventory.str());
+    const XmlDocPtr doc = parseXmlText(inventory.str());
     if (!doc) {
         return false;
     }

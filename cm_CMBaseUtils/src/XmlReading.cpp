@@ -53,6 +53,11 @@ XmlDocPtr parseXmlFile(const std::string& path) {
     return doc;
 }
 
+XmlDocPtr parseXmlText(std::string_view text) {
+    const bool fits = text.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
+    return XmlDocPtr(fits ? xmlParseMemory(text.data(), static_cast<int>(text.size())) : nullptr);
+}
+
 SXPathResult evaluateXPath(xmlDoc* doc, const xmlChar* expression) {
     const XPathContextPtr context(xmlXPathNewContext(doc));
     if (!context) {

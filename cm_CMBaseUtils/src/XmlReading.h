@@ -8,6 +8,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 
 /**
  * What the readers of XML documents share: owners of libxml2's objects, XPath queries, and the texts of
@@ -20,12 +21,6 @@ struct XmlDocDeleter {
     void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
 };
 using XmlDocPtr = std::unique_ptr<xmlDoc, XmlDocDeleter>;
-
-struct XmlParserDeleter {
-    void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
-};
-/** Owns the parser but not its document, which must be taken from it or freed separately. */
-using XmlParserPtr = std::unique_ptr<xmlParserCtxt, XmlParserDeleter>;
 
 struct XPathContextDeleter {
     void operator()(xmlXPathContext* context) const { xmlXPathFreeContext(context); }
@@ -68,6 +63,9 @@ inline std::string textOrEmpty(const xmlChar* text) {
 /** Parses a file as xmlParseFile does, but never waits for input: a FIFO or a device such as a terminal
  *  counts as a file that cannot be read. */
 XmlDocPtr parseXmlFile(const std::string& path);
+
+/** Parses a text. Null if it is not XML, or is longer than libxml2 can count (2 GiB). */
+XmlDocPtr parseXmlText(std::string_view text);
 
 // XPath.
 

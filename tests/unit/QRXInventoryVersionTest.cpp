@@ -122,6 +122,21 @@ TEST_P(QRXInventoryVersion, ReadsTheVersion) {
     EXPECT_EQ(record.getStatus(), -1) << "the look-up is no verdict";
 }
 
+/** What a look-up says of an inventory whose first device has this content. */
+int lookUpBehind(const std::string& content) {
+    const std::string inventory = R"(<SVMInventory><Device componentID="1">)" + content +
+                                  R"(</Device><Device componentID="25227"/></SVMInventory>)";
+    CDeviceInfo record;
+    return GetQRXVersion("25227", inventory.c_str(), &record);
+}
+
+TEST(QRXInventoryVersionLimits, CountsEachTextOfAnotherDeviceOnItsOwn) {
+    constexpr std::size_t kLongestText = 10'000'000;  // libxml2's XML_MAX_TEXT_LENGTH
+    const std::string half(kLongestText / 2, 'x');
+    EXPECT_EQ(lookUpBehind(half + "<Group/>" + half + "<Group/>" + half), 0);
+    EXPECT_EQ(lookUpBehind(half + "&amp;" + half + "&amp;" + half), 1);
+}
+
 INSTANTIATE_TEST_SUITE_P(Lookup, QRXInventoryVersion, ::testing::ValuesIn(kLookups),
                          [](const auto& shown) { return shown.param.name; });
 
