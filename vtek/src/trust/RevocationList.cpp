@@ -1,5 +1,6 @@
 #include "trust/RevocationList.h"
 
+#include <openssl/evp.h>
 #include <openssl/obj_mac.h>
 #include <openssl/objects.h>
 #include <openssl/x509v3.h>
@@ -97,11 +98,23 @@ Reason whyEntry(const X509_REVOKED* entry) {
     return whyEntryReason(entry);
 }
 
+/** OpenSSL asks certificates for such a digest, but not revocation lists. */
+bool hasStrongDigest(X509_CRL* list) {
+    constexpr int kLeastBytes = 28;  // SHA-224's, with 112 bits of security
+    int digest = NID_undef;
+    OBJ_find_sigid_algs(X509_CRL_get_signature_nid(list), &digest, nullptr);
+    const EVP_MD* method = EVP_get_digestbynid(digest);  // null for algorithms with a digest of their own
+    return method == nullptr || EVP_MD_get_size(method) >= kLeastBytes;
+}
+
 }  // namespace
 
 std::optional<std::string> whyUnusable(X509_CRL* list) {
     if (X509_CRL_get_version(list) > X509_CRL_VERSION_2) {
         return "has an unknown version";
+    }
+    if (!hasStrongDigest(list)) {
+        return "is signed with a weak digest";
     }
     for (int i = 0; i < X509_CRL_get_ext_count(list); ++i) {
         if (Reason why = whyListExtension(list, X509_CRL_get_ext(list, i))) {

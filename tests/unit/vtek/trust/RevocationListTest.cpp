@@ -125,6 +125,19 @@ TEST(RevocationList, RefusesUnknownVersion) {
               "trust/list.crl: the revocation list has an unknown version");
 }
 
+TEST(RevocationList, RefusesWeakDigest) {
+    Lab lab;
+    const auto list = vtek::makeRevocationList(lab.authority(), kNow - kDay, kNow + kDay, {});
+    const auto refusalOfListWith = [&](const EVP_MD* digest) {
+        EXPECT_GT(X509_CRL_sign(list->get(), lab.authority().key.get(), digest), 0);
+        return refusalOf(vtek::toPem(list->get()));
+    };
+    EXPECT_EQ(refusalOfListWith(EVP_sha1()),
+              "trust/list.crl: the revocation list is signed with a weak digest");
+    EXPECT_EQ(refusalOfListWith(EVP_sha224()), "");
+    EXPECT_EQ(refusalOfListWith(EVP_sha512()), "");
+}
+
 TEST(RevocationList, UsesCompleteListWithUsualExtensions) {
     Lab lab;
     const std::vector<ExtensionText> usual{{"crlNumber", "DER:020101"},
