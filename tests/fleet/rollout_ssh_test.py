@@ -37,6 +37,7 @@ class RolloutOverSsh(SshCase):
             # All servers have one file system, so each needs its own place for packages.
             server.variables = {"qrx_place": str(server.folder / "packages")}
             shutil.rmtree(server.root, ignore_errors=True)
+            shutil.rmtree(server.folder / "packages", ignore_errors=True)
         for root in {server.root for server in self.lab.servers.values()}:
             shutil.copytree(self.folder / "fresh", root, symlinks=True)
 
@@ -89,6 +90,12 @@ class RolloutOverSsh(SshCase):
         readings = [plan.Reading(server.name, server.chassis, INSTALLED, True, None)
                     for server in self.lab.servers.values() if server.root.name == f"root-{number}"]
         return plan.make_plan(readings, NEW, "lab", [1], "required", {})[0].leader
+
+    def restart(self, name, environment):
+        """Restarts a server; what it starts gets this environment."""
+        self.lab.servers[name].environment = environment
+        self.lab.kill_sshd(name)
+        self.lab.start_sshd(name)
 
     def test_updates_a_whole_fleet_and_cleans_up(self):
         numbers = range(1, self.chassis + 1)
@@ -152,9 +159,8 @@ class RolloutOverSsh(SshCase):
 
     def test_finds_a_lying_library_by_the_witness(self):
         name = self.leader(10)
-        self.lab.servers[name].environment = self.lying_library(NEW)
-        self.lab.kill_sshd(name)
-        self.lab.start_sshd(name)
+        self.restart(name, self.lying_library(NEW))
+        self.addCleanup(self.restart, name, {})
         self.roll_out((10, 11), 2, qrx_deliver=True)
         self.assert_states(n10="failed", n11="green")
         self.assertRegex(self.summary()["chassis-10"][1], f"^the witness c10[ab] shows {INSTALLED}$")
