@@ -131,7 +131,7 @@ std::size_t helpFor(const Row& row) {
 std::string messageHtmlOf(const Row& row) {
     const std::string message = htmlOf(row.message);
     if (!row.damagedText.empty()) {
-        return "<details open><summary>" + message + "</summary><pre>" +
+        return "<details><summary>" + message + "</summary><pre>" +
                escapeMarkup(damagedText(row.damagedText, "")) + "</pre></details>";
     }
     const std::size_t place = helpFor(row);
